@@ -1,0 +1,123 @@
+// The reading side of the ring.
+#include "CircularBuffer.h"
+
+#include "CircularBufferPositions.h"
+#include "KxAtomic.h"
+
+#include <cstdint>
+
+using namespace KXPL;
+
+namespace {
+
+// Finds where a read that skips `index` elements begins. False: nothing may be read.
+bool findReadStart(const cb_control* control, unsigned int index, unsigned int readOffset,
+                   unsigned int writeOffset, unsigned int* start)
+{
+    if (numElemUsed(control, readOffset, writeOffset) < index) {
+        return false;
+    }
+    const std::uint32_t skipped = index * control->elem_size;
+    std::int64_t position = static_cast<std::int64_t>(readOffset) + skipped;
+    if (position > control->end_offset) {
+        position = static_cast<std::int64_t>(control->start_offset) + control->end_offset - position;
+    }
+    if (position < 0) {
+        return false;
+    }
+    *start = static_cast<unsigned int>(position);
+    return true;
+}
+
+// Copies one slot. Bytes of the control block are loaded one by one as atomics, because a reflected start
+// makes them part of the "data" while a writer may be storing its position there.
+void copySlot(cb_control* control, unsigned int offset, unsigned char* to)
+{
+    const unsigned char* from = slotAt(control, offset);
+    const unsigned int elemSize = control->elem_size;
+    if (offset >= control->start_offset) {
+        for (unsigned int i = 0; i < elemSize; ++i) {
+            to[i] = from[i];
+        }
+        return;
+    }
+    for (unsigned int i = 0; i < elemSize; ++i) {
+        to[i] = KxLoadRelaxed(from[i]);
+    }
+}
+
+} // namespace
+
+unsigned int cb_read_ex(cb_control* control, unsigned int index, void* destination, int* count, int options)
+{
+    if (control == nullptr) {
+        return CB_ERR_NULL;
+    }
+    const unsigned int readOffset = control->read_offset;
+    unsigned int writeOffset = writerPosition(control);
+    if (readOffset == writeOffset) {
+        *count = 0;
+        return lastError(control);
+    }
+    unsigned int position = readOffset;
+    if (index > 0 && !findReadStart(control, index, readOffset, writeOffset, &position)) {
+        recordError(control, CB_ERR_NOT_ENOUGH_DATA);
+        return CB_ERR_NOT_ENOUGH_DATA;
+    }
+    unsigned char* to = static_cast<unsigned char*>(destination);
+    int copied = 0;
+    while (copied < *count && position != writeOffset) {
+        copySlot(control, position, to);
+        to += control->elem_size;
+        position += control->elem_size;
+        if (position > control->end_offset) {
+            position = control->start_offset;
+        }
+        ++copied;
+        writeOffset = writerPosition(control);
+    }
+    if ((options & CB_READ_CONSUME) != 0) {
+        // Hands the slots that were copied or skipped back to the writer. Partner: readerPosition.
+        KxStoreRelease(control->read_offset, position);
+    }
+    *count = copied;
+    return lastError(control);
+}
+
+unsigned int cb_read(cb_control* control, void* destination, int* count)
+{
+    return cb_read_ex(control, 0, destination, count, CB_READ_CONSUME);
+}
+
+unsigned int cb_peek(cb_control* control, unsigned int index, void* destination, int* count)
+{
+    return cb_read_ex(control, index, destination, count, 0);
+}
+
+unsigned int cb_remove(cb_control* control, int* count)
+{
+    if (control == nullptr) {
+        return CB_ERR_NULL;
+    }
+    const unsigned int readOffset = control->read_offset;
+    const unsigned int writeOffset = writerPosition(control);
+    if (readOffset == writeOffset) {
+        *count = 0;
+        return lastError(control);
+    }
+    if (*count < 0) {
+        return lastError(control);
+    }
+    const std::uint64_t elemSize = control->elem_size;
+    std::uint64_t position = readOffset + static_cast<std::uint64_t>(*count) * elemSize;
+    if (position > control->end_offset) {
+        // The capacity, one slot less than the ring has.
+        position -= control->num_elem * elemSize;
+    }
+    if (position > writeOffset) {
+        position = writeOffset;
+    }
+    // Hands the slots that were discarded back to the writer. Partner: readerPosition.
+    KxStoreRelease(control->read_offset, static_cast<unsigned int>(position));
+    return lastError(control);
+}

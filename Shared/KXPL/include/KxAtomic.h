@@ -1,0 +1,36 @@
+// The few atomic operations that the library uses, on plain fields.
+//
+// The fields stay plain types because their layout is part of the interface and some are shared with C.
+// GCC and Clang document these built-ins; on x86 the loads and stores compile to plain moves.
+#ifndef KXPL_KX_ATOMIC_H
+#define KXPL_KX_ATOMIC_H
+
+// Adds delta and returns the new value, with a full barrier: everything before it is visible to whoever sees
+// the sum, and nothing after it moves before it. Wraps silently past the largest int.
+inline int KxAtomicAdd32Barrier(int delta, int* value)
+{
+    return __atomic_add_fetch(value, delta, __ATOMIC_SEQ_CST);
+}
+
+template <typename T> inline T KxLoadAcquire(const T& from)
+{
+    return __atomic_load_n(&from, __ATOMIC_ACQUIRE);
+}
+
+template <typename T> inline void KxStoreRelease(T& to, T value)
+{
+    __atomic_store_n(&to, value, __ATOMIC_RELEASE);
+}
+
+// For flags that publish nothing but themselves.
+template <typename T> inline T KxLoadRelaxed(const T& from)
+{
+    return __atomic_load_n(&from, __ATOMIC_RELAXED);
+}
+
+template <typename T> inline void KxStoreRelaxed(T& to, T value)
+{
+    __atomic_store_n(&to, value, __ATOMIC_RELAXED);
+}
+
+#endif

@@ -1,0 +1,21 @@
+// The background thread that drains all contexts.
+#ifndef HSLOG_HSL_COLLECTION_THREAD_H
+#define HSLOG_HSL_COLLECTION_THREAD_H
+
+#include "../KxThread.h"
+
+namespace HSL {
+
+// Runs one collection pass at once and one every 100,000 microseconds after the end of the pass before, until
+// the manager shuts down. Named "HSL::Collection". Has no log context of its own and must not log.
+class CCollectionThread : public KxThread {
+public:
+    CCollectionThread();
+    ~CCollectionThread() override;
+
+    void Run() override;
+};
+
+} // namespace HSL
+
+#endif

@@ -1,0 +1,117 @@
+// The writing side of the logger: one context per thread that logs.
+#ifndef HSLOG_HSL_LOG_CONTEXT_H
+#define HSLOG_HSL_LOG_CONTEXT_H
+
+#include "HSLCat.h"
+#include "HSLValue.h"
+
+#include <string>
+
+class CCircularBuffer;
+
+namespace HSL {
+
+// Appends records to its own ring without a lock, an allocation or any formatting. Only the owning thread may
+// log to a context; the collection thread drains it at the same time.
+//
+// No log call reports anything. A message that the filter refuses vanishes. A ring that is nearly full (all
+// but 4,096 bytes) makes the context write one "*** HSLOG DROPPED MESSAGE(S) ***" record and discard messages
+// until the ring holds less than three quarters of its size; each discarded message leaves a gap in the
+// sequence numbers. A record of more than about 4,096 bytes may be cut short by the ring's end, after which
+// the collector misreads that ring until it runs empty.
+//
+// In a ring of less than 4,096 bytes dropped records and messages alternate.
+class CLogContext {
+public:
+    // Registers itself with the manager, which must exist. `name` is copied. A size of 0 takes the manager's
+    // mDefaultContextSize. The memory functions must outlive the context. If the ring cannot be allocated,
+    // everything logged is lost silently.
+    CLogContext(const char* name, int size, void* (*mallocFunc)(int), void (*freeFunc)(void*, int));
+    // Unregisters itself, which waits for a collection pass to end. Records that no pass has taken are lost.
+    virtual ~CLogContext();
+
+    CLogContext(const CLogContext&) = delete;
+    CLogContext& operator=(const CLogContext&) = delete;
+
+    static void* MallocFunc(int size);
+    static void FreeFunc(void* p, int size); // the size is ignored
+
+    // Waits for a collection pass to end. Only while the manager exists. Any thread.
+    void SetName(const char* name);
+
+    // The two halves of a record's frame, for code that writes records of its own: LogPre takes a sequence
+    // number and writes the header; LogPost publishes the record, after its last byte.
+    void LogPre(const CCat& cat);
+    void LogPost();
+
+    // `format` is printf-style; each conversion takes one value. The text is copied into the record.
+    //
+    // Beware, with at least one value: a format in which "%%", or a "%" that follows a backslash, is met while
+    // a conversion is sought never returns from rendering and blocks the collection thread for ever. Behind
+    // the last conversion that finds a value a "%%" is harmless and shows as "__".
+    //
+    // Nothing checks that a conversion suits its value: "%s" with anything but a const char* reads memory at
+    // that value, and so does a "%s" without any value; "%n" writes. Text that a user or a file supplies must
+    // never be the format: pass it as a value under "%s".
+    void Log(const CCat& cat, const char* format);
+    void Log(const CCat& cat, const char* format, const CValue& v1);
+    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2);
+    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3);
+    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4);
+    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4, const CValue& v5);
+    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4, const CValue& v5, const CValue& v6);
+    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7);
+    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8);
+    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8,
+             const CValue& v9);
+    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8,
+             const CValue& v9, const CValue& v10);
+
+    // The same with an id from CLogManager::AddFormatString, cut to 16 bits: ids 0 to 32767 can be used. -1
+    // shows as an error text. Any other id outside the manager's table is not noticed and acts as an empty
+    // format.
+    void Log(const CCat& cat, short formatId);
+    void Log(const CCat& cat, short formatId, const CValue& v1);
+    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2);
+    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3);
+    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4);
+    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4, const CValue& v5);
+    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4, const CValue& v5, const CValue& v6);
+    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7);
+    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8);
+    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8,
+             const CValue& v9);
+    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8,
+             const CValue& v9, const CValue& v10);
+
+    CCircularBuffer* mBuffer; // owned
+    int mRecordCount;         // complete records not yet taken; raised by the writer, lowered by the collector
+    std::string mName;        // read by the collection pass under the manager's lock
+    int mDepth;               // indentation; the owning thread may change it; recorded as 0 to 255
+    bool mDropping;           // messages are being discarded
+    int mHighWater;           // bytes in the ring from which dropping starts
+    int mLowWater;            // bytes below which it ends
+
+private:
+    template <typename Format, typename... Values>
+    void Record(const CCat& cat, Format format, const Values&... values);
+    bool HasRoom(const CCat& cat);
+};
+
+} // namespace HSL
+
+#endif

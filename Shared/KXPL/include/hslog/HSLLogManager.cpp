@@ -1,0 +1,268 @@
+#include "HSLLogManager.h"
+
+#include "HSLCat.h"
+#include "HSLCollectionThread.h"
+#include "HSLLogContext.h"
+#include "HSLRecord.h"
+
+#include "../KxTime.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+namespace HSL {
+
+CLogManager* CLogManager::msThis = nullptr;
+bool CLogManager::msAdopted = false;
+
+namespace {
+
+constexpr std::size_t kCategories = 256;
+constexpr unsigned int kDefaultContextBytes = 262144;
+
+// Clients register one of two ranges, told apart by their first category.
+constexpr int kFirstClientCategory = 20;
+constexpr int kLastClientCategory = 159;
+constexpr int kSecondRangeStart = 100;
+constexpr int kFirstRangeEnd = 99;
+constexpr int kSecondRangeEnd = 119;
+
+void defaultOutputCB(const char* line)
+{
+    std::fputs(line, stderr);
+}
+
+// These belong to the module: every manager that msThis points at shares them.
+CLogManager::OutputCallback sOutputCB = defaultOutputCB;
+CLogManager::StructuredOutputCallback sStructuredOutputCB = nullptr;
+unsigned char sOutputCallbackType = CLogManager::kPlainCallback;
+CCollectionThread gCollectionThread;
+
+void eraseEvery(std::vector<CLogContext*>& contexts, const CLogContext* context)
+{
+    contexts.erase(std::remove(contexts.begin(), contexts.end(), context), contexts.end());
+}
+
+// pthread_t is a number on some systems and a pointer on others.
+std::string currentThreadNumber()
+{
+    return std::to_string((std::uintptr_t)KxThread::GetCurrentId());
+}
+
+} // namespace
+
+CLogManager::CLogManager()
+    : mEnabled(false)
+    , mCategoryNames(kCategories)
+    , mSequence(0)
+    , mDefaultContextSize(kDefaultContextBytes)
+    , mShutdown(false)
+{
+    // Touches the clock's first-use costs here rather than in the first log call; the value is not kept.
+    KxTime now;
+    now.SetToCurrentTime();
+    std::fill(std::begin(mFilter), std::end(mFilter), static_cast<unsigned char>(0));
+}
+
+CLogManager::~CLogManager()
+{
+    SetEnable(false);
+    {
+        KxLockGuard guard(mLock);
+        mShutdown = true;
+    }
+    gCollectionThread.WaitForExit();
+    CCat::Cleanup();
+    {
+        // Each context's destructor takes the lock again.
+        KxLockGuard guard(mLock);
+        for (std::size_t i = 0; i < mTLSContexts.size(); ++i) {
+            delete mTLSContexts[i];
+        }
+    }
+    for (std::string& name : mCategoryNames) {
+        name.clear();
+    }
+    mFormatStrings.clear();
+    mTLSContexts.clear();
+    mContexts.clear();
+    mTLSContext.Set(nullptr);
+}
+
+void CLogManager::Initialize()
+{
+    if (IsInitialized()) {
+        return;
+    }
+    // Partner: the acquire in Instance; the manager's fields are visible to whoever finds it.
+    KxStoreRelease(msThis, new CLogManager);
+    CCat::Initialize();
+    gCollectionThread.Start();
+    Instance()->GetTLSContext()->SetName("Main");
+}
+
+void CLogManager::Initialize(CLogManager* other)
+{
+    msAdopted = true;
+    // Partner: the acquire in Instance.
+    KxStoreRelease(msThis, other);
+}
+
+void CLogManager::Cleanup()
+{
+    // The manager stays set while it is deleted: its contexts and the last pass look for it.
+    if (!msAdopted) {
+        delete Instance();
+    }
+    KxStoreRelease(msThis, static_cast<CLogManager*>(nullptr));
+}
+
+CLogContext* CLogManager::GetTLSContext()
+{
+    CLogContext* context = mTLSContext.Get();
+    if (context != nullptr) {
+        return context;
+    }
+    // msThis, not this: in a module that adopted a manager the context belongs to the adopted one.
+    CLogManager* manager = Instance();
+    const std::string name = "TID " + currentThreadNumber();
+    auto made = std::make_unique<CLogContext>(name.c_str(), static_cast<int>(manager->mDefaultContextSize),
+                                              CLogContext::MallocFunc, CLogContext::FreeFunc);
+    manager->AdoptTLSContext(made.get());
+    context = made.release();
+    mTLSContext.Set(context);
+    return context;
+}
+
+void CLogManager::AddContext(CLogContext* context)
+{
+    KxLockGuard guard(mLock);
+    mContexts.push_back(context);
+}
+
+void CLogManager::RemoveContext(CLogContext* context)
+{
+    KxLockGuard guard(mLock);
+    eraseEvery(mContexts, context);
+}
+
+void CLogManager::AdoptTLSContext(CLogContext* context)
+{
+    KxLockGuard guard(mLock);
+    mTLSContexts.push_back(context);
+}
+
+void CLogManager::CleanupTLSContext()
+{
+    CLogContext* context = mTLSContext.Get();
+    if (context == nullptr) {
+        return;
+    }
+    {
+        KxLockGuard guard(mLock);
+        eraseEvery(mTLSContexts, context);
+    }
+    delete context;
+    mTLSContext.Set(nullptr);
+}
+
+void CLogManager::SetEnable(bool on)
+{
+    KxStoreRelaxed(mEnabled, on);
+}
+
+bool CLogManager::GetFilterValue(unsigned char cat) const
+{
+    return KxLoadRelaxed(mFilter[cat]) != 0;
+}
+
+void CLogManager::SetFilterValue(unsigned char cat, bool on)
+{
+    KxStoreRelaxed(mFilter[cat], static_cast<unsigned char>(on));
+}
+
+bool CLogManager::PassesFilter(unsigned char count, const unsigned char* cats)
+{
+    for (unsigned char i = 0; i < count; ++i) {
+        if (GetFilterValue(cats[i])) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CLogManager::RegisterCategoryRange(int first, int last)
+{
+    if (first > last || first < kFirstClientCategory || first > kLastClientCategory) {
+        return false;
+    }
+    int bound = 0;
+    if (first == kFirstClientCategory) {
+        bound = kFirstRangeEnd;
+    } else if (first == kSecondRangeStart) {
+        bound = kSecondRangeEnd;
+    }
+    return bound >= last;
+}
+
+void CLogManager::SetCategoryName(unsigned char cat, const char* name)
+{
+    std::string& entry = mCategoryNames[cat];
+    if (entry.empty() && name != nullptr) {
+        entry = name;
+    }
+}
+
+int CLogManager::AddFormatString(const char* format)
+{
+    return AddFormatEntry({ true, format != nullptr ? format : kNullText, std::wstring() });
+}
+
+int CLogManager::AddFormatString(const wchar_t* format)
+{
+    return AddFormatEntry({ false, std::string(), format != nullptr ? format : L"<NULL>" });
+}
+
+int CLogManager::AddFormatEntry(const CFormatStringEntry& entry)
+{
+    KxLockGuard guard(mLock);
+    mFormatStrings.push_back(entry);
+    return static_cast<int>(mFormatStrings.size()) - 1;
+}
+
+CLogManager::OutputCallback CLogManager::SetOutputCallback(OutputCallback callback)
+{
+    const OutputCallback previous = GetOutputCallback();
+    KxStoreRelaxed(sOutputCallbackType, static_cast<unsigned char>(kPlainCallback));
+    KxStoreRelaxed(sOutputCB, callback);
+    return previous;
+}
+
+CLogManager::OutputCallback CLogManager::GetOutputCallback() const
+{
+    return KxLoadRelaxed(sOutputCB);
+}
+
+CLogManager::StructuredOutputCallback
+CLogManager::SetStructuredOutputCallback(StructuredOutputCallback callback)
+{
+    const StructuredOutputCallback previous = GetStructuredOutputCallback();
+    KxStoreRelaxed(sOutputCallbackType, static_cast<unsigned char>(kStructuredCallback));
+    KxStoreRelaxed(sStructuredOutputCB, callback);
+    return previous;
+}
+
+CLogManager::StructuredOutputCallback CLogManager::GetStructuredOutputCallback() const
+{
+    return KxLoadRelaxed(sStructuredOutputCB);
+}
+
+unsigned char CLogManager::GetOutputCallbackType() const
+{
+    return KxLoadRelaxed(sOutputCallbackType);
+}
+
+} // namespace HSL

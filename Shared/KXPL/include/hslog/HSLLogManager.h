@@ -1,0 +1,153 @@
+// The module-wide log manager: contexts, filter, format strings, callbacks.
+#ifndef HSLOG_HSL_LOG_MANAGER_H
+#define HSLOG_HSL_LOG_MANAGER_H
+
+#include "../KxAtomic.h"
+#include "../KxLock.h"
+#include "../KxThreadLocal.h"
+
+#include <string>
+#include <vector>
+
+class CCircularBuffer;
+
+namespace HSL {
+
+class CLogContext;
+
+// One per module (program or dynamic library). Nothing creates it by itself and nothing is logged until the
+// host has called Initialize(), SetEnable(true) and SetFilterValue(category, true).
+//
+// Initialize and Cleanup belong to one thread, from main on (not from static initialisers), with no thread
+// logging during Cleanup. Every other operation may be called on any thread while the manager exists. The
+// switch, the filter, category names and callbacks are set without the lock: a log call in flight may or may
+// not see a change. Set category names before threads start.
+class CLogManager {
+public:
+    // Gets a whole line, its newline included; valid during the call. Runs on the collection thread with the
+    // manager's lock held: it must not log, create contexts or throw. A callback in force must not be null.
+    typedef void (*OutputCallback)(const char* line);
+
+    // Gets the pieces instead: the rendered text without a newline, the context's name, its depth, the
+    // category codes, and the record's wall-clock time (seconds since 1970 UTC, and microseconds). Same rules.
+    typedef void (*StructuredOutputCallback)(const char* text, const std::string& contextName,
+                                             unsigned char depth, unsigned char categoryCount,
+                                             unsigned char* categories, unsigned int seconds,
+                                             unsigned int microseconds);
+
+    enum : unsigned char {
+        kPlainCallback = 0,
+        kStructuredCallback = 1
+    };
+
+    struct CFormatStringEntry {
+        bool mNarrow; // which of the two holds the text
+        std::string mString;
+        std::wstring mWString;
+    };
+
+    CLogManager();
+    // Switches logging off, waits for the collection thread's last pass, which still delivers every record
+    // complete by then, and deletes the contexts that it made for threads. Contexts that the host made are
+    // forgotten, not deleted. Must not run on the collection thread.
+    virtual ~CLogManager();
+
+    CLogManager(const CLogManager&) = delete;
+    CLogManager& operator=(const CLogManager&) = delete;
+
+    // Creates the manager, starts the collection thread and names the calling thread's context "Main". Does
+    // nothing when a manager is set already.
+    static void Initialize();
+    // Adopts the manager of another module, whose collection thread serves both. Whatever was set before is
+    // overwritten, not deleted. From then on Cleanup in this module never deletes a manager again, not even
+    // one of its own that a later Initialize() makes.
+    static void Initialize(CLogManager* other);
+    static bool IsInitialized() { return Instance() != nullptr; }
+    // Null before Initialize.
+    static CLogManager* Instance()
+    {
+        // Partner: the release in Initialize; the manager's fields are visible.
+        return KxLoadAcquire(msThis);
+    }
+    // Deletes the manager unless this module adopted one, and forgets it in any case.
+    static void Cleanup();
+
+    // The master switch; false while there is no manager. Never creates one.
+    static bool IsEnabled()
+    {
+        const CLogManager* manager = Instance();
+        return manager != nullptr && KxLoadRelaxed(manager->mEnabled);
+    }
+
+    // The calling thread's context, made on first use and named "TID " and the thread's number. Owned by the
+    // manager; valid until the manager goes, or the thread ends if it is a KxThread.
+    CLogContext* GetTLSContext();
+
+    void AddContext(CLogContext* context);
+    void RemoveContext(CLogContext* context);
+    void AdoptTLSContext(CLogContext* context); // the manager owns it from now on
+    // Deletes the calling thread's context with the records that no pass has taken. Called when a KxThread
+    // ends. A plain thread that ends without it leaves its context to the manager.
+    void CleanupTLSContext();
+
+    void SetEnable(bool on);
+
+    // The filter is asked by every log call and again when the record is output.
+    bool GetFilterValue(unsigned char cat) const;
+    void SetFilterValue(unsigned char cat, bool on);
+    // True when any of the categories is enabled; false for none.
+    bool PassesFilter(unsigned char count, const unsigned char* cats);
+
+    // Whether a client may use the categories first to last: only ranges that start at 20 (and end at 99 at
+    // most) or at 100 (119 at most). Records nothing: two clients may be told true for the same range.
+    bool RegisterCategoryRange(int first, int last);
+    // The first name given to a category stays; later ones are ignored. Names are stored only; no output
+    // shows them. Null is ignored.
+    void SetCategoryName(unsigned char cat, const char* name);
+
+    // Registers a format and returns its id, counted up from 0; the same text twice gives two ids. Waits for
+    // a collection pass to end. Log calls carry 16-bit ids: register at most 32,768. A wide format can be
+    // registered but shows as an error text. Null counts as "<NULL>".
+    int AddFormatString(const char* format);
+    int AddFormatString(const wchar_t* format);
+
+    // Sets the callback, makes its kind the one in force and returns the one of the same kind before. The
+    // other kind's callback stays stored. Callbacks are shared by all managers of a module and survive
+    // Cleanup. At first lines go to the standard error stream.
+    OutputCallback SetOutputCallback(OutputCallback callback);
+    OutputCallback GetOutputCallback() const;
+    StructuredOutputCallback SetStructuredOutputCallback(StructuredOutputCallback callback);
+    StructuredOutputCallback GetStructuredOutputCallback() const;
+    unsigned char GetOutputCallbackType() const; // kPlainCallback or kStructuredCallback
+
+    // One collection pass over all contexts, under the lock. Returns whether the manager is shutting down. The
+    // collection thread calls it ten times a second; a host may call it from any thread but a callback's.
+    bool Collect();
+    // Outputs one record whose marker and sequence number have been taken off the context's ring.
+    void OutputNextMessage(CLogContext* context, int seqNum);
+    // Takes a record's format and values off the ring and returns the message's text, or, without `render`,
+    // an empty one. Under the lock only: its buffers are shared by the whole module.
+    std::string StringifyFormatArgs(bool render, CCircularBuffer& buffer);
+
+    static CLogManager* msThis;
+    static bool msAdopted;
+
+    bool mEnabled;
+    KxLock mLock;
+    std::vector<CLogContext*> mContexts;    // every live context, in the order of registration
+    std::vector<CLogContext*> mTLSContexts; // those that the manager owns
+    std::vector<CFormatStringEntry> mFormatStrings;
+    std::vector<std::string> mCategoryNames;
+    unsigned char mFilter[256];
+    KxThreadLocal<CLogContext*> mTLSContext;
+    int mSequence;                    // number of the last record begun; shared by all threads
+    unsigned int mDefaultContextSize; // bytes; may be set before threads log
+    bool mShutdown;
+
+private:
+    int AddFormatEntry(const CFormatStringEntry& entry);
+};
+
+} // namespace HSL
+
+#endif

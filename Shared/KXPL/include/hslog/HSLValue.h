@@ -1,0 +1,90 @@
+// One typed argument of a message.
+#ifndef HSLOG_HSL_VALUE_H
+#define HSLOG_HSL_VALUE_H
+
+class CCircularBuffer;
+
+namespace HSL {
+
+// Type tags, one byte in a record. All other numbers are reserved and carry no payload.
+enum ValueType : unsigned char {
+    kInt8 = 4,
+    kInt16 = 5,
+    kInt32 = 6,
+    kInt64 = 7,
+    kUInt8 = 8,
+    kUInt16 = 9,
+    kUInt32 = 10,
+    kUInt64 = 11,
+    kFloat = 12,
+    kDouble = 13,
+    kLong = 14,    // 8 bytes in a 64-bit build, 4 in a 32-bit one
+    kPointer = 15, // likewise
+    kString = 16,
+    kWString = 17,
+    kUTF16String = 18
+};
+
+// Made implicitly from an argument of a log call. Holds a pointer to string data, never a copy: the string
+// must stay valid until the log call has returned, which copies it into the record.
+//
+// There is no constructor for unsigned long; such a value (size_t on most systems) is ambiguous and needs a
+// cast to unsigned long long or unsigned int. char, bool and enumerations become int. A char16_t* converts
+// to an untyped pointer; cast it to const unsigned short* to log its text.
+//
+// Strings:
+//  - const char*: up to 65,535 bytes. A longer one is cut to its length modulo 65,536.
+//  - const wchar_t*: 32-bit characters, likewise.
+//  - const unsigned short*: UTF-16, up to 65,535 units.
+//  - A null const char* shows as "<NULL>", a null const unsigned short* as nothing.
+//  - Beware of a null const wchar_t*: it is stored with a byte count where the collector expects a character
+//    count, which garbles that record and whatever follows it in the thread's ring.
+class CValue {
+public:
+    CValue(signed char v);
+    CValue(short v);
+    CValue(int v);
+    CValue(long long v);
+    CValue(unsigned char v);
+    CValue(unsigned short v);
+    CValue(unsigned int v);
+    CValue(unsigned long long v);
+    CValue(float v);
+    CValue(double v);
+    CValue(long v);
+    CValue(const void* p);
+    CValue(const char* s);
+    CValue(const wchar_t* s);
+    CValue(const unsigned short* s);
+    ~CValue() { }
+
+    CValue(const CValue&) = default;
+    CValue& operator=(const CValue&) = default;
+
+    // Appends the tag and the payload, each piece by a Write of its own; always 0. A tag without payload is
+    // written alone.
+    int Serialize(CCircularBuffer* buffer) const;
+
+    unsigned char mType;
+    union {
+        signed char mInt8;
+        short mInt16;
+        int mInt32;
+        long long mInt64;
+        unsigned char mUInt8;
+        unsigned short mUInt16;
+        unsigned int mUInt32;
+        unsigned long long mUInt64;
+        float mFloat;
+        double mDouble;
+        long mLong;
+        const void* mPointer;
+        const char* mString;
+        const wchar_t* mWString;
+        const unsigned short* mUTF16String;
+    } mValue;
+};
+
+} // namespace HSL
+
+#endif
