@@ -61,8 +61,9 @@ public:
     static pthread_t MainThreadID();
 
     // Both return usleep's last result. The second sleeps whole seconds one at a time, then the rest; an
-    // infinite time never returns. A negative time of whole seconds or less than one second is handed to
-    // usleep as an unsigned number and sleeps for about 71 minutes.
+    // infinite time never returns. Beware of negative numbers: usleep takes them as unsigned and sleeps for
+    // more than an hour. Of a negative time only what is left over whole seconds is handed to it, so -2 seconds
+    // return at once but -2.5 seconds do not.
     static int Sleep(int microseconds);
     static int Sleep(const KxTime& time);
 

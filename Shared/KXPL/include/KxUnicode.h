@@ -15,8 +15,8 @@ using UTF16 = unsigned short;
 using UTF8 = unsigned char;
 static_assert(sizeof(UTF32) == 4 && sizeof(UTF16) == 2, "code units of 32 and 16 bits");
 
-// Any value but strictConversion acts as lenient.
-enum ConversionFlags {
+// Any value but strictConversion acts as lenient; the type is fixed so that any other number is a value.
+enum ConversionFlags : unsigned int {
     strictConversion = 0,
     lenientConversion = 1
 };

@@ -1,0 +1,33 @@
+#include "CircularBufferInC.h"
+
+#include "CircularBuffer.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+static void* allocate(int size)
+{
+    return malloc((size_t)size);
+}
+
+static void release(void* block, int size)
+{
+    (void)size;
+    free(block);
+}
+
+int passTextThroughARing(const char* text, char* result)
+{
+    cb_control* ring = NULL;
+    int count = (int)strlen(text);
+    if (cb_initialize(&ring, 1, 100, allocate, release) != CB_OK) {
+        return -1;
+    }
+    cb_set_copy_func(ring, memcpy);
+    cb_write(ring, text, &count);
+    count = 100;
+    cb_read(ring, result, &count);
+    result[count] = '\0';
+    cb_destroy(ring);
+    return count;
+}
