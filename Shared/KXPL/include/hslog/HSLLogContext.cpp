@@ -55,7 +55,13 @@ CLogContext::CLogContext(const char* name, int size, void* (*mallocFunc)(int), v
                                   CCircularBuffer::CopyFunc);
     // Last: from here on a collection pass may look at this object.
     if (manager != nullptr) {
-        manager->AddContext(this);
+        try {
+            manager->AddContext(this);
+        } catch (...) {
+            // Out of memory. No destructor runs for an object whose constructor throws.
+            delete mBuffer;
+            throw;
+        }
     }
 }
 

@@ -1,0 +1,340 @@
+// The bytes that log calls leave in a context's ring.
+#include "hslog/HSLLogContext.h"
+
+#include "BareManager.h"
+#include "RecordBytes.h"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+using HSL::CCat;
+using HSL::CLogContext;
+using HSL::CValue;
+
+namespace {
+
+constexpr unsigned int kSeconds = 1700000000;
+constexpr unsigned int kMicroseconds = 250000;
+
+// A context of its own manager, with every category let through and the clock standing still.
+class LogRecord : public testing::Test {
+protected:
+    LogRecord()
+        : mContext("context", 300000, CLogContext::MallocFunc, CLogContext::FreeFunc)
+    {
+        for (int code = 0; code < 256; ++code) {
+            mManager->SetFilterValue(static_cast<unsigned char>(code), true);
+        }
+        SetClock(kSeconds, kMicroseconds);
+    }
+
+    void SetClock(long long seconds, int microseconds)
+    {
+        mHooks.gettimeofdayHook = [seconds, microseconds](struct timeval* now, void*) {
+            now->tv_sec = static_cast<std::time_t>(seconds);
+            now->tv_usec = microseconds;
+            return 0;
+        };
+    }
+
+    // The record of one call, taken off the ring.
+    template <typename... Arguments> std::string Logged(const Arguments&... arguments)
+    {
+        mContext.Log(arguments...);
+        return TakeFrom(*mContext.mBuffer, UsedIn(*mContext.mBuffer));
+    }
+
+    static RecordBytes Header(int sequence)
+    {
+        return RecordBytes().Header(sequence, kSeconds, kMicroseconds, 0, { 3 });
+    }
+
+    Interposed mHooks;
+    BareManager mManager;
+    CLogContext mContext;
+};
+
+template <std::size_t> using Value = const CValue&;
+
+// Names the member with these values under its very signature, and does not compile without one.
+template <typename Format, std::size_t... I> constexpr void nameMember(std::index_sequence<I...>)
+{
+    using Member = void (CLogContext::*)(const CCat&, Format, Value<I>...);
+    static_assert(std::is_same_v<decltype(static_cast<Member>(&CLogContext::Log)), Member>);
+}
+
+template <typename Format, std::size_t... Counts> constexpr void nameMembers(std::index_sequence<Counts...>)
+{
+    (nameMember<Format>(std::make_index_sequence<Counts>()), ...);
+}
+
+template <typename Enable, typename Format, typename... Values> struct TakesValues : std::false_type { };
+template <typename Format, typename... Values>
+struct TakesValues<std::void_t<decltype(std::declval<CLogContext&>().Log(
+                       std::declval<const CCat&>(), std::declval<Format>(), std::declval<Values>()...))>,
+                   Format, Values...> : std::true_type { };
+
+// Whether a call with these ten ints compiles, and with the ints that follow.
+template <typename Format, typename... More>
+constexpr bool kTakesTenAnd =
+    TakesValues<void, Format, int, int, int, int, int, int, int, int, int, int, More...>::value;
+
+template <typename Format, std::size_t... I>
+void logValues(CLogContext& context, Format format, std::index_sequence<I...>)
+{
+    context.Log(CCat(3), format, CValue(static_cast<int>(100 + I))...);
+}
+
+// One call of each member of a row, from no value to ten.
+template <typename Format, std::size_t... Counts>
+void logRow(CLogContext& context, Format format, std::index_sequence<Counts...>)
+{
+    (logValues(context, format, std::make_index_sequence<Counts>()), ...);
+}
+
+} // namespace
+
+TEST_F(LogRecord, EveryFieldLiesAtItsOffset)
+{
+    mManager->mSequence = 0x01020303;
+    mContext.mDepth = 2;
+    EXPECT_EQ(Logged(CCat(9), "hi", CValue(static_cast<short>(7))),
+              Raw({ 0x00,                   // marker
+                    0x04, 0x03, 0x02, 0x01, // sequence
+                    0x00, 0xF1, 0x53, 0x65, // seconds
+                    0x90, 0xD0, 0x03, 0x00, // microseconds
+                    0x02,                   // depth
+                    0x01, 0x09,             // categories
+                    0x01,                   // format kind
+                    0x02, 0x00, 'h',  'i',  // format
+                    0x01,                   // values
+                    0x05, 0x07, 0x00 }));
+}
+
+TEST_F(LogRecord, FormatIdTakesThePlaceOfTheText)
+{
+    EXPECT_EQ(Logged(CCat(3), static_cast<short>(0x1234), CValue(5)),
+              Header(1).AddRaw(Raw({ 3, 0x34, 0x12, 1, 6, 5, 0, 0, 0 })).Bytes());
+}
+
+TEST_F(LogRecord, FormatIdIsSigned)
+{
+    EXPECT_EQ(Logged(CCat(3), static_cast<short>(-1)), Header(1).AddRaw(Raw({ 3, 0xFF, 0xFF, 0 })).Bytes());
+    EXPECT_EQ(Logged(CCat(3), static_cast<short>(32767)), Header(2).AddRaw(Raw({ 3, 0xFF, 0x7F, 0 })).Bytes());
+}
+
+TEST_F(LogRecord, SeveralCategoriesMoveWhatFollows)
+{
+    CCat cat(3);
+    cat.mCount = 3;
+    cat.mCodes[1] = 200;
+    cat.mCodes[2] = 0;
+    EXPECT_EQ(Logged(cat, "x"),
+              RecordBytes()
+                  .Header(1, kSeconds, kMicroseconds, 0, { 3, 200, 0 })
+                  .InlineFormat("x")
+                  .ValueCount(0)
+                  .Bytes());
+}
+
+TEST_F(LogRecord, MembersHaveTheirVeryArguments)
+{
+    nameMembers<const char*>(std::make_index_sequence<11>());
+    nameMembers<short>(std::make_index_sequence<11>());
+    EXPECT_TRUE(kTakesTenAnd<const char*>);
+    EXPECT_TRUE(kTakesTenAnd<short>);
+    EXPECT_FALSE((kTakesTenAnd<const char*, int>));
+    EXPECT_FALSE((kTakesTenAnd<short, int>));
+}
+
+TEST_F(LogRecord, EveryMemberWithATextRecordsItsValuesInOrder)
+{
+    logRow<const char*>(mContext, "f", std::make_index_sequence<11>());
+    RecordBytes expected;
+    for (int count = 0; count <= 10; ++count) {
+        expected.AddRaw(Header(count + 1).InlineFormat("f").ValueCount(count).Bytes());
+        for (int value = 0; value < count; ++value) {
+            expected.Int32(100 + value);
+        }
+    }
+    EXPECT_EQ(BytesIn(*mContext.mBuffer), expected.Bytes());
+    EXPECT_EQ(mContext.mRecordCount, 11);
+}
+
+TEST_F(LogRecord, EveryMemberWithAnIdRecordsItsValuesInOrder)
+{
+    logRow<short>(mContext, 5, std::make_index_sequence<11>());
+    RecordBytes expected;
+    for (int count = 0; count <= 10; ++count) {
+        expected.AddRaw(Header(count + 1).FormatId(5).ValueCount(count).Bytes());
+        for (int value = 0; value < count; ++value) {
+            expected.Int32(100 + value);
+        }
+    }
+    EXPECT_EQ(BytesIn(*mContext.mBuffer), expected.Bytes());
+    EXPECT_EQ(mContext.mRecordCount, 11);
+}
+
+TEST_F(LogRecord, ValuesOfEveryKindFollowEachOther)
+{
+    const unsigned short sixteen[] = { 'u', 0 };
+    const int object = 0;
+    const std::string record = Logged(CCat(3), "f", CValue(1.0f), CValue("s"), CValue(L"w"), CValue(sixteen),
+                                      CValue(&object), CValue(2l), CValue(static_cast<unsigned char>(3)));
+    RecordBytes expected = Header(1).InlineFormat("f").ValueCount(7);
+    expected.Add<unsigned char>(12).Add(1.0f).String("s").AddRaw(Raw({ 17, 1, 0, 'w', 0, 0, 0 }));
+    expected.AddRaw(Raw({ 18, 1, 0, 'u', 0 })).Add<unsigned char>(15).Add(&object);
+    expected.Add<unsigned char>(14).Add(2l).AddRaw(Raw({ 8, 3 }));
+    EXPECT_EQ(record, expected.Bytes());
+}
+
+TEST_F(LogRecord, FormatIsCopiedNotFormatted)
+{
+    EXPECT_EQ(Logged(CCat(3), "%d%%%s", CValue(1)),
+              Header(1).InlineFormat("%d%%%s").ValueCount(1).Int32(1).Bytes());
+}
+
+TEST_F(LogRecord, EmptyFormatHasNoText)
+{
+    EXPECT_EQ(Logged(CCat(3), ""), Header(1).AddRaw(Raw({ 1, 0, 0, 0 })).Bytes());
+}
+
+TEST_F(LogRecord, NullFormatIsTheTextNull)
+{
+    EXPECT_EQ(Logged(CCat(3), static_cast<const char*>(nullptr)),
+              Header(1).InlineFormat("<NULL>").ValueCount(0).Bytes());
+}
+
+TEST_F(LogRecord, NullFormatKeepsItsValues)
+{
+    EXPECT_EQ(Logged(CCat(3), static_cast<const char*>(nullptr), CValue(1)),
+              Header(1).InlineFormat("<NULL>").ValueCount(1).Int32(1).Bytes());
+}
+
+TEST_F(LogRecord, FormatOf70000BytesIsCutTo4464)
+{
+    std::string format(70000, 'x');
+    format[4463] = 'y';
+    format[4464] = 'z';
+    EXPECT_EQ(Logged(CCat(3), format.c_str(), CValue(1)),
+              Header(1).InlineFormat(format.substr(0, 4464)).ValueCount(1).Int32(1).Bytes());
+}
+
+TEST_F(LogRecord, FormatOf65535BytesIsWhole)
+{
+    const std::string format(65535, 'x');
+    EXPECT_EQ(Logged(CCat(3), format.c_str()), Header(1).InlineFormat(format).ValueCount(0).Bytes());
+}
+
+TEST_F(LogRecord, DepthIsClampedToAByte)
+{
+    const struct {
+        int depth;
+        char recorded;
+    } cases[] = {
+        { 300, '\xFF' }, { 256, '\xFF' }, { 255, '\xFF' },  { 254, '\xFE' },        { 1, '\x01' },
+        { 0, '\x00' },   { -1, '\x00' },  { -256, '\x00' }, { 2147483647, '\xFF' }, { -2147483647 - 1, '\x00' }
+    };
+    for (const auto& one : cases) {
+        mContext.mDepth = one.depth;
+        EXPECT_EQ(Logged(CCat(3), "f")[13], one.recorded) << one.depth;
+        EXPECT_EQ(mContext.mDepth, one.depth);
+    }
+}
+
+TEST_F(LogRecord, TimeIsSplitIntoSecondsAndMicroseconds)
+{
+    SetClock(1699999999, 999999);
+    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), RecordBytes().Add(1699999999u).Add(999999u).Bytes());
+}
+
+TEST_F(LogRecord, TimeIsZeroWhenTheClockCannotBeRead)
+{
+    mHooks.gettimeofdayHook = [](struct timeval* now, void*) {
+        now->tv_sec = 5;
+        now->tv_usec = 5;
+        return -1;
+    };
+    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), std::string(8, '\0'));
+}
+
+TEST_F(LogRecord, LastSecondOfSigned32BitTimeIsExact)
+{
+    SetClock(2147483647, 750000);
+    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), RecordBytes().Add(2147483647u).Add(750000u).Bytes());
+}
+
+// The time is negative there, so the division's truncation toward zero counts up, not down.
+TEST_F(LogRecord, TimePast2038IsTruncatedTowardZero)
+{
+    SetClock(2147483648, 250000);
+    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8),
+              RecordBytes().Add(2147483649u).Add(static_cast<unsigned int>(-750000)).Bytes());
+}
+
+TEST_F(LogRecord, WholeSecondPast2038KeepsItsBits)
+{
+    SetClock(2147483648, 0);
+    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), RecordBytes().Add(2147483648u).Add(0u).Bytes());
+}
+
+TEST_F(LogRecord, FirstRecordOfAManagerIsNumberOne)
+{
+    EXPECT_EQ(Logged(CCat(3), "f").substr(1, 4), Raw({ 1, 0, 0, 0 }));
+    EXPECT_EQ(mManager->mSequence, 1);
+}
+
+TEST_F(LogRecord, ContextsShareTheNumbers)
+{
+    CLogContext other("other", 8192, CLogContext::MallocFunc, CLogContext::FreeFunc);
+    mContext.Log(CCat(3), "a");
+    other.Log(CCat(3), "b");
+    mContext.Log(CCat(3), "c");
+    EXPECT_EQ(BytesIn(*mContext.mBuffer),
+              Header(1).InlineFormat("a").ValueCount(0).Bytes()
+                  + Header(3).InlineFormat("c").ValueCount(0).Bytes());
+    EXPECT_EQ(BytesIn(*other.mBuffer), Header(2).InlineFormat("b").ValueCount(0).Bytes());
+}
+
+TEST_F(LogRecord, LogPreWritesTheHeaderAndPublishesNothing)
+{
+    mContext.mDepth = 7;
+    mContext.LogPre(CCat(3));
+    EXPECT_EQ(BytesIn(*mContext.mBuffer), RecordBytes().Header(1, kSeconds, kMicroseconds, 7, { 3 }).Bytes());
+    EXPECT_EQ(mManager->mSequence, 1);
+    EXPECT_EQ(mContext.mRecordCount, 0);
+}
+
+TEST_F(LogRecord, LogPreDoesNotAskTheFilter)
+{
+    mManager->SetFilterValue(3, false);
+    mContext.LogPre(CCat(3));
+    EXPECT_EQ(BytesIn(*mContext.mBuffer), Header(1).Bytes());
+}
+
+TEST_F(LogRecord, LogPostOnlyCountsTheRecord)
+{
+    mContext.LogPost();
+    mContext.LogPost();
+    EXPECT_EQ(mContext.mRecordCount, 2);
+    EXPECT_EQ(UsedIn(*mContext.mBuffer), 0u);
+    EXPECT_EQ(mManager->mSequence, 0);
+}
+
+// Nothing checks the length of a record against what is left of the ring.
+TEST_F(LogRecord, RecordBeyondTheReserveIsCutShortAndCountedAllTheSame)
+{
+    CLogContext context("context", 65536, CLogContext::MallocFunc, CLogContext::FreeFunc);
+    SetUsed(*context.mBuffer, 61439);
+    const std::string text(10000, 'x');
+    context.Log(CCat(3), "%s", text.c_str());
+    EXPECT_EQ(context.mRecordCount, 1);
+    EXPECT_EQ(UsedIn(*context.mBuffer), 65536u);
+    TakeFrom(*context.mBuffer, 61439);
+    const std::string whole = Header(1).InlineFormat("%s").ValueCount(1).String(text).Bytes();
+    EXPECT_EQ(BytesIn(*context.mBuffer), whole.substr(0, 4097));
+}
