@@ -143,3 +143,10 @@ TEST(StringifyLimits, RingThatCouldNotBeAllocatedReadsAsEmpty)
     EXPECT_EQ(ring.Manager().StringifyFormatArgs(true, broken), "<BAD FORMAT STRING>");
     EXPECT_EQ(ring.Manager().StringifyFormatArgs(false, broken), "");
 }
+
+TEST(StringifyLimits, EntryWithAZeroByteIsCutBeforePercentsAreLookedFor)
+{
+    RenderRing ring;
+    ring.Manager().mFormatStrings.push_back({ true, std::string("%d a\0 %d", 8), std::wstring() });
+    EXPECT_EQ(ring.Render(HandMadeRecord().Id(0).Count(1).Int32(5)), "5 a");
+}
