@@ -15,11 +15,13 @@ std::string stringify(bool enabled, const char* format, ...)
     if (!enabled) {
         return std::string();
     }
+    // A formatter that fails keeps what it wrote in front of the fault, or leaves the buffer as it was.
+    gOutputBuffer[0] = 0;
     va_list values;
     va_start(values, format);
-    const int length = std::vsnprintf(gOutputBuffer, sizeof gOutputBuffer, format, values);
+    std::vsnprintf(gOutputBuffer, sizeof gOutputBuffer, format, values);
     va_end(values);
-    return length < 0 ? std::string() : std::string(gOutputBuffer);
+    return gOutputBuffer;
 }
 
 } // namespace HSL

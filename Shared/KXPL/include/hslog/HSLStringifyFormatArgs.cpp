@@ -149,9 +149,11 @@ std::string renderValue(bool render, CCircularBuffer& buffer, const std::string&
     }
 }
 
-// What is left of a format behind its last value. Conversions without a value are made harmless.
-std::string leftover(const std::string& rest)
+// What is left of a format behind its last value, up to a zero byte. Conversions without a value are made
+// harmless.
+std::string leftover(const std::string& format)
 {
+    const std::string rest = format.c_str();
     if (rest.find('%') == std::string::npos) {
         return rest;
     }
