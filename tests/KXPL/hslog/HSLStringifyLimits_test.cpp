@@ -51,26 +51,12 @@ TEST(StringifyLimits, FormatterIsToldTheSizeOfItsOutput)
     EXPECT_EQ(sizes, (std::vector<std::size_t> { 65536, 65536 }));
 }
 
-TEST(StringifyLimits, ValueThatCannotBeEncodedEndsItsPiece)
-{
-    RenderRing ring;
-    ring.Render(inlineRecord("an earlier and longer text", 0));
-    EXPECT_EQ(ring.Render(inlineRecord("x=%S y=%d", 2).WString(L"\u20AC").Int32(5)), "x= y=5");
-}
-
 TEST(StringifyLimits, ValueThatCannotBeEncodedNeverShowsAnEarlierText)
 {
     RenderRing ring;
     ring.Render(inlineRecord("an earlier and longer text", 0));
     EXPECT_EQ(ring.Render(inlineRecord("%S", 1).WString(L"\u20AC")), "");
     EXPECT_EQ(ring.Render(inlineRecord("", 1).WString(L"\u20AC")), " () ");
-}
-
-TEST(StringifyLimits, FormatWithALonePercentKeepsItsText)
-{
-    RenderRing ring;
-    EXPECT_EQ(ring.Render(inlineRecord("100%", 0)), "100");
-    EXPECT_EQ(ring.Render(inlineRecord("100%", 1).Int32(5)), "100 (5) ");
 }
 
 TEST(StringifyLimits, FormatterThatFailsWithoutWritingGivesNoText)

@@ -7,9 +7,8 @@
 namespace HSL {
 
 // Without `enabled` an empty text. Otherwise what vsnprintf makes of the format and the values, up to its first
-// zero byte and at most 65,535 bytes; where vsnprintf fails (a character that the locale cannot encode, a "%" at
-// the end), what it wrote before that. Only during a collection pass, under the manager's lock: the buffer
-// behind it is shared by the whole module.
+// zero byte and at most 65,535 bytes; an empty text where vsnprintf fails. Only during a collection pass,
+// under the manager's lock: the buffer behind it is shared by the whole module.
 std::string stringify(bool enabled, const char* format, ...);
 
 } // namespace HSL
