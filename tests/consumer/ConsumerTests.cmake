@@ -1,0 +1,42 @@
+# Builds and runs the project in this folder against the libraries of this build: installed, and as a
+# subdirectory. The host's compiler and flags are those of this build, so that it also fits a 32-bit or
+# sanitized one.
+set(consumer_dir ${CMAKE_CURRENT_LIST_DIR})
+set(consumer_work_dir ${PROJECT_BINARY_DIR}/consumer)
+set(consumer_cache ${consumer_work_dir}/settings.cmake)
+
+# Handed on in a file: flags have blanks and lists have semicolons.
+set(settings "")
+foreach(variable IN ITEMS CMAKE_C_COMPILER CMAKE_CXX_COMPILER CMAKE_OBJCXX_COMPILER CMAKE_C_FLAGS CMAKE_CXX_FLAGS
+        CMAKE_OBJCXX_FLAGS CMAKE_EXE_LINKER_FLAGS CMAKE_SHARED_LINKER_FLAGS)
+    if(DEFINED ${variable})
+        string(APPEND settings "set(${variable} [==[${${variable}}]==] CACHE STRING \"\")\n")
+    endif()
+endforeach()
+file(WRITE ${consumer_cache} "${settings}")
+
+function(fallcatch_add_consumer_test name step)
+    add_test(NAME ${name} COMMAND ${CMAKE_COMMAND}
+        -DSTEP=${step}
+        -DWORK_DIR=${consumer_work_dir}
+        -DSETTINGS=${consumer_cache}
+        -DFALLCATCH_SOURCE_DIR=${PROJECT_SOURCE_DIR}
+        -DFALLCATCH_BINARY_DIR=${PROJECT_BINARY_DIR}
+        -DGENERATOR=${CMAKE_GENERATOR}
+        -DCONFIG=$<CONFIG>
+        -DGLUE=$<BOOL:${FALLCATCH_GLUE}>
+        -P ${consumer_dir}/run.cmake)
+    set_tests_properties(${name} PROPERTIES TIMEOUT 900 PROCESSORS 2)
+endfunction()
+
+fallcatch_add_consumer_test(Consumer.PackageInstallsIntoAnyPrefix install)
+set_tests_properties(Consumer.PackageInstallsIntoAnyPrefix PROPERTIES FIXTURES_SETUP fallcatch_package)
+fallcatch_add_consumer_test(Consumer.UsesTheInstalledPackage package)
+fallcatch_add_consumer_test(Consumer.IsToldOfAnUnknownComponent unknown_component)
+set_tests_properties(Consumer.UsesTheInstalledPackage Consumer.IsToldOfAnUnknownComponent PROPERTIES
+    FIXTURES_REQUIRED fallcatch_package)
+if(NOT FALLCATCH_GLUE)
+    fallcatch_add_consumer_test(Consumer.IsToldThatTheBridgeWasNotBuilt missing_bridge)
+    set_tests_properties(Consumer.IsToldThatTheBridgeWasNotBuilt PROPERTIES FIXTURES_REQUIRED fallcatch_package)
+endif()
+fallcatch_add_consumer_test(Consumer.UsesTheSourcesAsASubdirectory subdirectory)
