@@ -16,6 +16,11 @@ static void release(void* block, int size)
     free(block);
 }
 
+static void* copy(void* destination, const void* source, unsigned long size)
+{
+    return memcpy(destination, source, size);
+}
+
 int passTextThroughARing(const char* text, char* result)
 {
     cb_control* ring = NULL;
@@ -23,7 +28,7 @@ int passTextThroughARing(const char* text, char* result)
     if (cb_initialize(&ring, 1, 100, allocate, release) != CB_OK) {
         return -1;
     }
-    cb_set_copy_func(ring, memcpy);
+    cb_set_copy_func(ring, copy);
     cb_write(ring, text, &count);
     count = 100;
     cb_read(ring, result, &count);

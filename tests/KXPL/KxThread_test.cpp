@@ -164,20 +164,18 @@ TEST(KxThread, WaitingReturnsTheJoinsResultAndAsksForNoValue)
     FunctionThread thread;
     void** asked = reinterpret_cast<void**>(&thread);
     pthread_t joined = pthread_t();
-    int refused = 0;
+    bool refuse = true;
+    Interposed hooks;
+    hooks.pthreadJoin = [&](pthread_t handle, void** value) {
+        joined = handle;
+        asked = value;
+        return refuse ? EDEADLK : __real_pthread_join(handle, value);
+    };
     thread.Start();
-    {
-        Interposed hooks;
-        hooks.pthreadJoin = [&](pthread_t handle, void** value) {
-            joined = handle;
-            asked = value;
-            return EDEADLK;
-        };
-        refused = thread.WaitForExit();
-    }
-    EXPECT_EQ(refused, EDEADLK);
+    EXPECT_EQ(thread.WaitForExit(), EDEADLK);
     EXPECT_EQ(joined, thread.GetId());
     EXPECT_EQ(asked, nullptr);
+    refuse = false;
     EXPECT_EQ(thread.WaitForExit(), 0);
 }
 

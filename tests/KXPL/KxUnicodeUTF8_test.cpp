@@ -128,7 +128,7 @@ TEST(KxUnicodeLegality, EveryLeadAndSecondByteOfThreeAgreeWithTheModel)
 {
     for (std::uint32_t lead = 0xDF; lead < 0x100; ++lead) {
         for (std::uint32_t second = 0; second < 0x100; ++second) {
-            for (const std::uint32_t third : { 0x00, 0x41, 0x7F, 0x80, 0x9F, 0xBF, 0xC0, 0xFF }) {
+            for (const std::uint32_t third : UnicodeUnits { 0x00, 0x41, 0x7F, 0x80, 0x9F, 0xBF, 0xC0, 0xFF }) {
                 ASSERT_TRUE(agrees({ lead, second, third }));
             }
         }
@@ -139,8 +139,8 @@ TEST(KxUnicodeLegality, EveryLeadAndSecondByteOfFourAgreeWithTheModel)
 {
     for (std::uint32_t lead = 0xEF; lead < 0x100; ++lead) {
         for (std::uint32_t second = 0; second < 0x100; ++second) {
-            for (const std::uint32_t third : { 0x7F, 0x80, 0xBF, 0xC0 }) {
-                for (const std::uint32_t fourth : { 0x7F, 0x80, 0xBF, 0xC0 }) {
+            for (const std::uint32_t third : UnicodeUnits { 0x7F, 0x80, 0xBF, 0xC0 }) {
+                for (const std::uint32_t fourth : UnicodeUnits { 0x7F, 0x80, 0xBF, 0xC0 }) {
                     ASSERT_TRUE(agrees({ lead, second, third, fourth }));
                 }
             }
@@ -151,7 +151,7 @@ TEST(KxUnicodeLegality, EveryLeadAndSecondByteOfFourAgreeWithTheModel)
 TEST(KxUnicodeLegality, EveryLeadByteOfFiveAndSixAgreesWithTheModel)
 {
     for (std::uint32_t lead = 0xF0; lead < 0x100; ++lead) {
-        for (const std::uint32_t second : { 0x7F, 0x80, 0x84, 0x88, 0x90, 0xBF, 0xC0 }) {
+        for (const std::uint32_t second : UnicodeUnits { 0x7F, 0x80, 0x84, 0x88, 0x90, 0xBF, 0xC0 }) {
             ASSERT_TRUE(agrees({ lead, second, 0x80, 0x80, 0x80 }));
             ASSERT_TRUE(agrees({ lead, second, 0x80, 0x80, 0x80, 0x80 }));
             ASSERT_TRUE(agrees({ lead, second, 0x80, 0x80, 0x80, 0x80, 0x80 }));
