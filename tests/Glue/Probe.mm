@@ -10,7 +10,8 @@
 //     release ADDRESS
 //     scan array|null CAPACITY
 //     on-thread CALL...                    makes the call on a thread of its own
-//     arguments, watch, refuse-dictionary, owners
+//     arguments                            address, text and, up to a zero, the object's bytes of each one
+//     watch, refuse-dictionary, owners
 //     log CATEGORIES, log-off, log-state, hold, ring, finish
 #include "fallcatch.h"
 
@@ -24,6 +25,7 @@
 #import <Foundation/NSProcessInfo.h>
 #import <Foundation/NSString.h>
 
+#include <string.h>
 #include <unistd.h>
 
 #include <cstddef>
@@ -140,7 +142,9 @@ void printArguments(const Words&)
     NSArray* arguments = [[NSProcessInfo processInfo] arguments];
     for (NSUInteger i = 0; i < [arguments count]; ++i) {
         NSString* argument = [arguments objectAtIndex:i];
-        printEvent({ "argument", addressText(argument), textOf(argument) });
+        const char* object = reinterpret_cast<const char*>(argument);
+        const std::string bytes(object, strnlen(object, sizeof(void*)));
+        printEvent({ "argument", addressText(argument), textOf(argument), bytes });
     }
 }
 

@@ -194,6 +194,7 @@ Configuration BundleInformation()
         { "BreakpadURL", Text("http://bundle.example/submit") },
         { "BreakpadServerType", Text("server type of the bundle") },
         { "BreakpadReportInterval", Text("77") },
+        { "ver", Text("not mapped in the bundle") },
         { "OnlyInTheBundle", Text("kept") },
         { "ListInTheBundle", { "NSString", "NSArray", "(one, two)" } },
     };

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -22,19 +23,17 @@ ProbeResult scanLogged(const Strings& arguments, const std::string& categories =
 {
     Probe probe;
     probe.Arguments(arguments);
+    probe.Call({ "arguments" });
     probe.Call({ "log", categories });
     probe.Call({ "scan", "array", "2" });
     probe.Call({ "finish" });
     return probe.Run();
 }
 
-// Whether a message begins with a text and goes on with something unreadable of no fixed length: what the
-// formatter finds at an object's address.
-bool showsAnObject(const std::string& message, const std::string& text)
+// A message whose "%s" met the address of an argument's string object: it shows the object's own bytes.
+std::string showingObject(const std::string& text, const ProbeResult& result, std::size_t argument)
 {
-    const std::string newline = "\\x0a";
-    return message.rfind(text, 0) == 0 && message.size() >= text.size() + newline.size()
-        && message.compare(message.size() - newline.size(), newline.size(), newline) == 0;
+    return text + result.Named("argument").at(argument).at(2) + "\\x0a";
 }
 
 struct Record {
@@ -162,29 +161,20 @@ TEST(TestCommandsLog, WorkerThreadSwitchIsReportedAsWorkder)
 
 TEST(TestCommandsLog, CrashTypeIsReportedLast)
 {
-    const Strings messages = scanLogged({ "-tcwt", "TC_DIV0" }).Messages();
-    ASSERT_EQ(messages.size(), 3u);
-    EXPECT_EQ(messages[0], kChecking);
-    EXPECT_EQ(messages[1], kWorkerThread);
-    EXPECT_TRUE(showsAnObject(messages[2], kCrashType)) << messages[2];
+    const ProbeResult result = scanLogged({ "-tcwt", "TC_DIV0" });
+    EXPECT_EQ(result.Messages(), Strings({ kChecking, kWorkerThread, showingObject(kCrashType, result, 2) }));
 }
 
 TEST(TestCommandsLog, UnknownCrashTypeIsReportedLast)
 {
-    const Strings messages = scanLogged({ "-tcmt", "unknown", "-tcwt", "TC_AR" }).Messages();
-    ASSERT_EQ(messages.size(), 3u);
-    EXPECT_EQ(messages[0], kChecking);
-    EXPECT_EQ(messages[1], kMainThread);
-    EXPECT_TRUE(showsAnObject(messages[2], kUnknown)) << messages[2];
+    const ProbeResult result = scanLogged({ "-tcmt", "unknown", "-tcwt", "TC_AR" });
+    EXPECT_EQ(result.Messages(), Strings({ kChecking, kMainThread, showingObject(kUnknown, result, 2) }));
 }
 
 TEST(TestCommandsLog, SecondSwitchIsReportedAsAnUnknownCrashType)
 {
-    const Strings messages = scanLogged({ "-tcmt", "-tcwt" }).Messages();
-    ASSERT_EQ(messages.size(), 3u);
-    EXPECT_EQ(messages[0], kChecking);
-    EXPECT_EQ(messages[1], kMainThread);
-    EXPECT_TRUE(showsAnObject(messages[2], kUnknown)) << messages[2];
+    const ProbeResult result = scanLogged({ "-tcmt", "-tcwt" });
+    EXPECT_EQ(result.Messages(), Strings({ kChecking, kMainThread, showingObject(kUnknown, result, 2) }));
 }
 
 TEST(TestCommandsLog, ArgumentsBehindTheCrashTypeAreNotReported)
@@ -196,13 +186,12 @@ TEST(TestCommandsLog, NullArrayIsReportedLikeAnyOther)
 {
     Probe probe;
     probe.Arguments({ "-tcwt", "TC_AR" });
+    probe.Call({ "arguments" });
     probe.Call({ "log", kInfo });
     probe.Call({ "scan", "null", "2" });
     probe.Call({ "finish" });
-    const Strings messages = probe.Run().Messages();
-    ASSERT_EQ(messages.size(), 3u);
-    EXPECT_EQ(messages[1], kWorkerThread);
-    EXPECT_TRUE(showsAnObject(messages[2], kCrashType)) << messages[2];
+    const ProbeResult result = probe.Run();
+    EXPECT_EQ(result.Messages(), Strings({ kChecking, kWorkerThread, showingObject(kCrashType, result, 2) }));
 }
 
 TEST(TestCommandsLog, MessagesAreOfLevelInfo)
