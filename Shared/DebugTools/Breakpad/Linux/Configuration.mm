@@ -82,7 +82,7 @@ namespace {
             return found;
         }
         NSEnumerator* keys = [dictionary keyEnumerator];
-    while (id key = [keys nextObject]) {
+        while (id key = [keys nextObject]) {
             const std::optional<std::string> name
                 = reader.Text(key, std::string("a key in ") + kServerParameters);
             if (name) {
@@ -92,7 +92,7 @@ namespace {
         }
         NSString* prefix = [NSString stringWithUTF8String:kServerParameterPrefix];
         keys = [configuration keyEnumerator];
-    while (id key = [keys nextObject]) {
+        while (id key = [keys nextObject]) {
             if ([key isKindOfClass:[NSString class]] && [key hasPrefix:prefix]) {
                 const std::string name = Utf8(key);
                 found[name] = reader.Text([configuration objectForKey:key], name).value_or("");

@@ -42,7 +42,7 @@ void removeReport(const StoredReport& report)
 
 Outcome post(State& state, const StoredReport& report)
 {
-    const Answer answer = Upload(MakeSubmission(report, state.ClientId()));
+    const Answer answer = Upload(MakeSubmission(report, [&state] { return state.ClientId(); }));
     if (answer.status < 200 || answer.status > 299) {
         const bool answered = answer.status != 0 && answer.error.empty();
         tell(state, report, "kept, " + (answered ? "HTTP " + std::to_string(answer.status) : answer.error));

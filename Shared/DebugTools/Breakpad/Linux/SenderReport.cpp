@@ -78,7 +78,7 @@ std::string StoredReport::Value(const std::string& key) const
     return found == mPairs.end() ? std::string() : found->second;
 }
 
-Submission MakeSubmission(const StoredReport& report, const std::string& clientId)
+Submission MakeSubmission(const StoredReport& report, const std::function<std::string()>& clientId)
 {
     Submission submission;
     submission.url = report.Value(kUrl);
@@ -94,10 +94,11 @@ Submission MakeSubmission(const StoredReport& report, const std::string& clientI
         }
     }
     if (serverType == kGoogle) {
-        submission.fields["guid"] = clientId;
+        const std::string guid = clientId();
+        submission.fields["guid"] = guid;
         submission.query["product"] = report.Value(kProduct);
         submission.query["version"] = report.Value(kVersion);
-        submission.query["guid"] = clientId;
+        submission.query["guid"] = guid;
     }
     const std::string prefix = kServerParameterPrefix;
     for (const auto& pair : report.Pairs()) {

@@ -2,6 +2,7 @@
 #ifndef FALLCATCH_BREAKPAD_SENDER_REPORT_H
 #define FALLCATCH_BREAKPAD_SENDER_REPORT_H
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -34,8 +35,9 @@ struct Submission {
 };
 
 // The server type decides the names: "socorro" or "google"; for any other only the host's extra parameters and
-// the dump are sent. An extra parameter of a field's name replaces it.
-Submission MakeSubmission(const StoredReport& report, const std::string& clientId);
+// the dump are sent. An extra parameter of a field's name replaces it. The client's id is asked for only when
+// it is sent.
+Submission MakeSubmission(const StoredReport& report, const std::function<std::string()>& clientId);
 
 } // namespace BreakpadLinux
 
