@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
+#include <filesystem>
 #include <linux/audit.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -115,6 +116,12 @@ namespace {
         limitFiles(0);
     }
 
+    void loseDumps(void*)
+    {
+        std::error_code error;
+        std::filesystem::remove_all("dumps", error);
+    }
+
     void forkFirst(void*)
     {
         const pid_t child = fork();
@@ -166,6 +173,7 @@ namespace {
         { "release", "releases the reporter first", release },
         { "small-disk", "no file can grow beyond 4 KB", noSpace },
         { "full-disk", "no byte can be written to a file", noSpaceAtAll },
+        { "lose-dumps", "removes the folder \"dumps\" in the working folder", loseDumps },
         { "fork", "a forked child crashes before the host does", forkFirst },
         { "no-ptrace", "a sandbox refuses ptrace", refusePtrace },
         { "no-clone", "a sandbox refuses new processes", refuseClone },

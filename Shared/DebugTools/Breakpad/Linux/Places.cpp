@@ -32,7 +32,14 @@ std::string AbsolutePath(const std::string& path)
 {
     std::error_code error;
     const fs::path absolute = fs::absolute(path, error);
-    return error ? path : absolute.lexically_normal().string();
+    if (error) {
+        return path;
+    }
+    std::string text = absolute.lexically_normal().string();
+    while (text.size() > 1 && text.back() == '/') {
+        text.pop_back();
+    }
+    return text;
 }
 
 bool MakeFolder(const std::string& path)
