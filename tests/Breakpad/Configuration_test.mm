@@ -14,32 +14,47 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 using namespace BreakpadLinux;
 namespace fs = std::filesystem;
 
 namespace {
 
-// Foundation reads the places of the user's files once, when it is first asked for one.
-const std::string& home()
+// Foundation reads the places of the user's files when it is loaded, so the test starts itself again with a
+// home folder of its own.
+__attribute__((constructor)) void startAgain(int, char** arguments)
 {
-    static const std::string folder = [] {
-        char pattern[] = "/tmp/fallcatch-configuration-XXXXXX";
-        const std::string made = mkdtemp(pattern);
-        std::ofstream(made + "/GNUstep.conf") << "GNUSTEP_USER_CONFIG_FILE=none\nGNUSTEP_USER_DIR=" << made
-                                              << "\nGNUSTEP_USER_DEFAULTS_DIR=" << made
-                                              << "/Defaults\nGNUSTEP_USER_DIR_LIBRARY=" << made << "/Library\n";
-        setenv("GNUSTEP_CONFIG_FILE", (made + "/GNUstep.conf").c_str(), 1);
-        return made;
-    }();
-    return folder;
+    if (getenv("FALLCATCH_TEST_HOME") != nullptr) {
+        return;
+    }
+    char pattern[] = "/tmp/fallcatch-configuration-XXXXXX";
+    const std::string made = mkdtemp(pattern);
+    std::ofstream(made + "/GNUstep.conf")
+        << "GNUSTEP_USER_CONFIG_FILE=none\nGNUSTEP_USER_DIR=" << made << "\nGNUSTEP_USER_DEFAULTS_DIR=" << made
+        << "/Defaults\nGNUSTEP_USER_DIR_LIBRARY=" << made << "/Library\n";
+    setenv("GNUSTEP_CONFIG_FILE", (made + "/GNUstep.conf").c_str(), 1);
+    setenv("FALLCATCH_TEST_HOME", made.c_str(), 1);
+    execv("/proc/self/exe", arguments);
+    _exit(127);
+}
+
+std::string home()
+{
+    return getenv("FALLCATCH_TEST_HOME");
+}
+
+// Goes when the last test has run, and when only their names were asked for.
+__attribute__((destructor)) void removeHome()
+{
+    std::error_code error;
+    fs::remove_all(home(), error);
 }
 
 class Configuration : public testing::Test {
 protected:
     Configuration()
     {
-        home();
         mPool = [[NSAutoreleasePool alloc] init];
         mValues = [NSMutableDictionary dictionary];
         Set("BreakpadProduct", @"App");
@@ -47,11 +62,7 @@ protected:
         Set("BreakpadURL", @"http://127.0.0.1:1/submit");
         Set("BreakpadReporterExeLocation", @SENDER_PROGRAM);
     }
-    ~Configuration() override
-    {
-        [mPool release];
-        fs::remove_all(home());
-    }
+    ~Configuration() override { [mPool release]; }
 
     void Set(const char* key, id value)
     {

@@ -4,6 +4,7 @@
 #include "CrashTypes.h"
 
 #include <gtest/gtest.h>
+#include <ostream>
 
 namespace {
 
@@ -25,6 +26,11 @@ std::vector<Case> allCases()
 std::string nameOf(const testing::TestParamInfo<Case>& info)
 {
     return std::string(info.param.type->word) + (info.param.thread == 0 ? "_main" : "_worker");
+}
+
+[[maybe_unused]] void PrintTo(const Case& value, std::ostream* out)
+{
+    *out << value.type->word << " on thread " << value.thread;
 }
 
 class CrashMatrix : public testing::TestWithParam<Case> { };

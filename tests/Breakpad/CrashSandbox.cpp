@@ -137,11 +137,14 @@ Ended CrashSandbox::RunTraced(const Strings& arguments)
     commandLine.insert(commandLine.end(), arguments.begin(), arguments.end());
     const pid_t child = start(commandLine, true);
     int status = waitForEnd(child);
-    while (WIFSTOPPED(status)) {
-        // The first stop is that of the program's start.
-        const int signal = WSTOPSIG(status) == SIGTRAP ? 0 : WSTOPSIG(status);
-        ptrace(PTRACE_CONT, child, nullptr, reinterpret_cast<void*>(static_cast<intptr_t>(signal)));
-        status = waitForEnd(child);
+    // The first stop is that of the program's start. From there on its threads are traced too.
+    ptrace(PTRACE_SETOPTIONS, child, nullptr, reinterpret_cast<void*>(PTRACE_O_TRACECLONE));
+    for (pid_t thread = child; thread != child || WIFSTOPPED(status); thread = waitpid(-1, &status, __WALL)) {
+        if (thread > 0 && WIFSTOPPED(status)) {
+            const int stop = WSTOPSIG(status);
+            const intptr_t signal = stop == SIGTRAP || stop == SIGSTOP ? 0 : stop;
+            ptrace(PTRACE_CONT, thread, nullptr, reinterpret_cast<void*>(signal));
+        }
     }
     return finish(status);
 }

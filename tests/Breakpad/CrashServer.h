@@ -65,8 +65,8 @@ public:
     int Cuts() const { return mCuts; }
 
 private:
-    int mListener;
     int mPort = 0;
+    int mListener;
     std::atomic<int> mCuts { 0 };
     std::thread mThread;
 };

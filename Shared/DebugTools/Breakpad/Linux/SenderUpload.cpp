@@ -1,6 +1,7 @@
 #include "SenderUpload.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <curl/curl.h>
 #include <memory>
@@ -36,6 +37,33 @@ long patience()
     return seconds > 0 ? seconds : 60;
 }
 
+// Ends an exchange in which nothing moves any more; a slow one may take its time. The library's own limit looks
+// at averages, so that much sent at first hides the silence that follows.
+class Watch {
+public:
+    static int Look(void* watch, curl_off_t, curl_off_t received, curl_off_t, curl_off_t sent)
+    {
+        return static_cast<Watch*>(watch)->look(received + sent);
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    int look(curl_off_t moved)
+    {
+        const Clock::time_point now = Clock::now();
+        if (moved != mMoved) {
+            mMoved = moved;
+            mSince = now;
+        }
+        return now - mSince > mPatience ? 1 : 0;
+    }
+
+    const std::chrono::seconds mPatience { patience() };
+    Clock::time_point mSince = Clock::now();
+    curl_off_t mMoved = 0;
+};
+
 bool setUrl(CURLU* url, const Submission& submission)
 {
     if (curl_url_set(url, CURLUPART_URL, submission.url.c_str(), 0) != CURLUE_OK) {
@@ -66,7 +94,7 @@ bool addFields(curl_mime* mime, const Submission& submission)
         && curl_mime_type(part, "application/octet-stream") == CURLE_OK;
 }
 
-void setOptions(CURL* easy, CURLU* url, curl_mime* mime, std::string& text)
+void setOptions(CURL* easy, CURLU* url, curl_mime* mime, std::string& text, Watch& watch)
 {
     curl_easy_setopt(easy, CURLOPT_CURLU, url);
     curl_easy_setopt(easy, CURLOPT_MIMEPOST, mime);
@@ -78,9 +106,9 @@ void setOptions(CURL* easy, CURLU* url, curl_mime* mime, std::string& text)
     curl_easy_setopt(easy, CURLOPT_USERAGENT, "fallcatch_sender/" FALLCATCH_VERSION);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT, patience());
-    // A slow line is no reason to give up; one on which nothing moves is.
-    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, patience());
+    curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, Watch::Look);
+    curl_easy_setopt(easy, CURLOPT_XFERINFODATA, &watch);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, keepText);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, &text);
 }
@@ -106,11 +134,12 @@ Answer Upload(const Submission& submission)
         return answer;
     }
     std::string text;
-    setOptions(easy.get(), url.get(), mime.get(), text);
+    Watch watch;
+    setOptions(easy.get(), url.get(), mime.get(), text, watch);
     const CURLcode code = curl_easy_perform(easy.get());
     curl_easy_getinfo(easy.get(), CURLINFO_RESPONSE_CODE, &answer.status);
     if (code != CURLE_OK) {
-        answer.error = curl_easy_strerror(code);
+        answer.error = code == CURLE_ABORTED_BY_CALLBACK ? "nothing moved any more" : curl_easy_strerror(code);
         answer.status = 0; // an answer that was cut short promises nothing
     }
     answer.text = firstLine(text);
