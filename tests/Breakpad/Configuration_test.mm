@@ -16,6 +16,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#if defined(__SANITIZE_ADDRESS__)
+// Foundation keeps what it has made once.
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:libgnustep-base\nleak:libobjc\n";
+}
+#endif
+
 using namespace BreakpadLinux;
 namespace fs = std::filesystem;
 
