@@ -121,6 +121,11 @@ TEST_F(CrashFaults, AStackOverflowOfAWorkerThreadIsReported)
     EXPECT_EQ(stack.frames.at(0).find("CrashHost!"), 4U) << stack.frames.at(0);
 }
 
+TEST_F(CrashFaults, AStackOverflowOfAThreadThatIsNotPreparedIsOnlyAPlainDeath)
+{
+    ExpectPlainDeath(Run("overflow-unprepared", {}));
+}
+
 TEST_F(CrashFaults, AnUncaughtObjectiveCExceptionIsReported)
 {
     EXPECT_EQ(Run("exception", {}).signal, SIGABRT);

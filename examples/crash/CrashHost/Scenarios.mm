@@ -71,6 +71,11 @@ namespace {
         }).join();
     }
 
+    void overflowUnprepared(void*)
+    {
+        std::thread([] { gSink = overflow(0); }).join();
+    }
+
     void exception(void*)
     {
         [NSException raise:NSGenericException format:@"nobody catches this"];
@@ -167,6 +172,7 @@ namespace {
     constexpr Scenario kScenarios[] = {
         { "overflow-main", "overflows the main thread's stack", overflowMain },
         { "overflow-worker", "overflows a worker thread's stack", overflowWorker },
+        { "overflow-unprepared", "the same on a thread without a stack for handlers", overflowUnprepared },
         { "exception", "raises an Objective-C exception that nobody catches", exception },
         { "logging", "three threads log as fast as they can", logHeavily },
         { "set-keys", "a thread sets the report interval all the time", setKeys },
@@ -196,7 +202,7 @@ std::string Help()
     std::string text;
     for (const Scenario& scenario : kScenarios) {
         std::string name = scenario.name;
-        name.resize(17, ' ');
+        name.resize(21, ' ');
         text += "      " + name + scenario.what + "\n";
     }
     return text;
