@@ -40,7 +40,7 @@ CRASH_FUNCTION void readBeyondArray()
 
 CRASH_FUNCTION void callGarbage()
 {
-    // Data is not executable; some bytes in its middle are as good a garbage address as any.
+    // No system maps the lowest pages, so there is never code.
     auto* garbage = opaque(reinterpret_cast<void (*)()>(0x1235));
     garbage();
     gSink = 1; // keeps the call from becoming a jump
@@ -96,7 +96,7 @@ CRASH_FUNCTION void throwUncaught()
 
 CRASH_FUNCTION void executeInvalid()
 {
-    __asm__ volatile("ud2");
+    __builtin_trap();
 }
 
 class Copy {
