@@ -15,6 +15,7 @@ function(fallcatch_breakpad_tool name)
     add_executable(${name} EXCLUDE_FROM_ALL ${ARGN})
     fallcatch_breakpad_target(${name})
     target_compile_options(${name} PRIVATE -O1 -g0)
+    target_compile_definitions(${name} PRIVATE HAVE_A_OUT_H=1)
 endfunction()
 
 enable_language(C)
