@@ -35,7 +35,8 @@ option(FALLCATCH_BREAKPAD_BUILD_TOOLS
 function(fallcatch_breakpad_target target)
     target_compile_features(${target} PRIVATE cxx_std_17)
     target_compile_options(${target} PRIVATE -w $<$<NOT:$<BOOL:${MSVC}>>:-fno-sanitize=all>)
-    target_compile_definitions(${target} PRIVATE
+    # Public, since the width of off_t decides the layout of Breakpad's classes on 32 bits.
+    target_compile_definitions(${target} PUBLIC
         HAVE_GETCONTEXT=1 _FILE_OFFSET_BITS=64 __STDC_FORMAT_MACROS)
     target_include_directories(${target} SYSTEM PUBLIC "${breakpad_src}" "${FALLCATCH_LSS_PARENT}")
 endfunction()

@@ -18,7 +18,7 @@
 
 #if defined(__SANITIZE_ADDRESS__)
 // Foundation keeps what it has made once.
-extern "C" const char* __lsan_default_suppressions()
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions()
 {
     return "leak:libgnustep-base\nleak:libobjc\n";
 }
