@@ -1,0 +1,59 @@
+#include "BreakpadInterface.h"
+
+#include "Configuration.h"
+#include "Reporter.h"
+
+#import <Foundation/NSAutoreleasePool.h>
+#import <Foundation/NSDictionary.h>
+#import <Foundation/NSString.h>
+
+#include <stdio.h>
+
+using BreakpadLinux::Reporter;
+
+#define EXPORTED __attribute__((visibility("default")))
+
+namespace {
+
+bool isText(id value)
+{
+    return [value isKindOfClass:[NSString class]];
+}
+
+} // namespace
+
+EXPORTED void* BreakpadCreate(NSDictionary* configuration)
+{
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    std::string why;
+    const auto settings = BreakpadLinux::ReadConfiguration(configuration, why);
+    void* reporter = nullptr;
+    if (settings) {
+        reporter = new Reporter(*settings);
+    } else {
+        fprintf(stderr, "fallcatch: crashes are not reported: %s\n", why.c_str());
+    }
+    [pool release];
+    return reporter;
+}
+
+EXPORTED void BreakpadSetKeyValue(void* reporter, NSString* key, NSString* value)
+{
+    if (reporter == nullptr || key == nil) {
+        return;
+    }
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    if (!isText(key) || (value != nil && !isText(value))) {
+        fprintf(stderr, "fallcatch: a key or value that is not a string is ignored\n");
+    } else if (value == nil) {
+        static_cast<Reporter*>(reporter)->RemoveKey(BreakpadLinux::Utf8(key));
+    } else {
+        static_cast<Reporter*>(reporter)->SetKeyValue(BreakpadLinux::Utf8(key), BreakpadLinux::Utf8(value));
+    }
+    [pool release];
+}
+
+EXPORTED void BreakpadRelease(void* reporter)
+{
+    delete static_cast<Reporter*>(reporter);
+}

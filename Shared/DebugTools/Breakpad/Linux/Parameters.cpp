@@ -1,0 +1,54 @@
+#include "Parameters.h"
+
+#include "Keys.h"
+
+#include <algorithm>
+
+namespace BreakpadLinux {
+
+namespace {
+
+bool isContinuation(char byte)
+{
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+} // namespace
+
+std::string CutAtCharacter(const std::string& text, std::size_t maximum)
+{
+    if (text.size() <= maximum) {
+        return text;
+    }
+    std::size_t end = maximum;
+    while (end > 0 && isContinuation(text[end])) {
+        --end;
+    }
+    return text.substr(0, end);
+}
+
+void Parameters::Set(const std::string& key, const std::string& value)
+{
+    const std::string name = CutAtCharacter(key, kMaximumBytes);
+    const bool whole = name == kUrl || name == kMinidumpLocation || name == kReporterExeLocation;
+    const std::string text = whole ? value : CutAtCharacter(value, kMaximumBytes);
+    for (auto& pair : mPairs) {
+        if (pair.first == name) {
+            pair.second = text;
+            return;
+        }
+    }
+    if (!name.empty() && mPairs.size() < kMaximumPairs) {
+        mPairs.emplace_back(name, text);
+    }
+}
+
+void Parameters::Remove(const std::string& key)
+{
+    const std::string name = CutAtCharacter(key, kMaximumBytes);
+    mPairs.erase(
+        std::remove_if(mPairs.begin(), mPairs.end(), [&name](const auto& pair) { return pair.first == name; }),
+        mPairs.end());
+}
+
+} // namespace BreakpadLinux

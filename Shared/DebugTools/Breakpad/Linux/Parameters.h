@@ -1,0 +1,35 @@
+// The reporter's pairs of key and value and their limits.
+#ifndef FALLCATCH_BREAKPAD_PARAMETERS_H
+#define FALLCATCH_BREAKPAD_PARAMETERS_H
+
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace BreakpadLinux {
+
+// At most maximum bytes of UTF-8 text, cut between two characters.
+std::string CutAtCharacter(const std::string& text, std::size_t maximum);
+
+// Not safe for several threads at once.
+class Parameters {
+public:
+    static constexpr std::size_t kMaximumPairs = 64;
+    static constexpr std::size_t kMaximumBytes = 255;
+
+    // Longer keys and values are cut; only the URL and folders stay whole. A new key is dropped when there is
+    // no room for it, and so is an empty one.
+    void Set(const std::string& key, const std::string& value);
+    void Remove(const std::string& key);
+
+    // In the order in which the keys came.
+    const std::vector<std::pair<std::string, std::string>>& Pairs() const { return mPairs; }
+
+private:
+    std::vector<std::pair<std::string, std::string>> mPairs;
+};
+
+} // namespace BreakpadLinux
+
+#endif

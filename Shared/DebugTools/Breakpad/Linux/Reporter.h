@@ -1,0 +1,60 @@
+// One crash reporter: Breakpad's handler, the host's pairs, and the way to the sender.
+#ifndef FALLCATCH_BREAKPAD_REPORTER_H
+#define FALLCATCH_BREAKPAD_REPORTER_H
+
+#include "Parameters.h"
+#include "Snapshot.h"
+
+#include "client/linux/handler/exception_handler.h"
+
+#include <ctime>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace BreakpadLinux {
+
+struct Settings {
+    Parameters parameters;
+    std::string product;
+    std::string dumpFolder; // both absolute and there
+    std::string stateFolder;
+    std::string sender; // absolute path of the program
+};
+
+class Reporter {
+public:
+    // From here on crashes of the process are reported. Reports that an earlier process left are sent now.
+    explicit Reporter(const Settings& settings);
+    Reporter(const Reporter&) = delete;
+    Reporter& operator=(const Reporter&) = delete;
+
+    // Any thread, at any time.
+    void SetKeyValue(const std::string& key, const std::string& value);
+    void RemoveKey(const std::string& key);
+
+private:
+    static bool beforeDump(void* reporter);
+    static bool afterDump(const google_breakpad::MinidumpDescriptor& descriptor, void* reporter,
+                          bool succeeded);
+
+    void publish();
+    void sendLeftovers() const;
+
+    std::mutex mLock; // writers of the pairs only; the crash takes none
+    Parameters mParameters;
+    Snapshot mText;
+
+    const std::string mProduct;
+    const std::string mDumpFolder;
+    const std::string mStateFolder;
+    const std::string mSender;
+    const time_t mStart;
+
+    // Last: it is gone before what its callbacks use.
+    std::unique_ptr<google_breakpad::ExceptionHandler> mHandler;
+};
+
+} // namespace BreakpadLinux
+
+#endif

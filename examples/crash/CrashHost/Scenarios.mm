@@ -1,0 +1,220 @@
+#include "Scenarios.h"
+
+#include "fallcatch.h"
+#include "fallcatch_breakpad.h"
+#include "hslog/HSL.h"
+
+#import <Foundation/NSException.h>
+#import <Foundation/NSString.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <filesystem>
+#include <linux/audit.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace Scenarios {
+
+namespace {
+
+    volatile int gSink;
+
+    // Threads that go on until the process ends.
+    template <typename Work> void keepBusy(int count, Work work)
+    {
+        static std::atomic<int> running { 0 };
+        for (int i = 0; i < count; ++i) {
+            std::thread([work] {
+                ++running;
+                for (;;) {
+                    work();
+                }
+            }).detach();
+        }
+        while (running < count) {
+            usleep(1000);
+        }
+        usleep(50000);
+    }
+
+    __attribute__((noinline)) int overflow(int depth)
+    {
+        volatile char frame[512];
+        frame[0] = static_cast<char>(depth);
+        gSink = frame[0];
+        if (depth < 0) {
+            return gSink;
+        }
+        return overflow(depth + 1) + frame[0];
+    }
+
+    void overflowMain(void*)
+    {
+        gSink = overflow(0);
+    }
+
+    void overflowWorker(void*)
+    {
+        std::thread([] {
+            FallcatchBreakpadPrepareThread();
+            gSink = overflow(0);
+        }).join();
+    }
+
+    void overflowUnprepared(void*)
+    {
+        std::thread([] { gSink = overflow(0); }).join();
+    }
+
+    void exception(void*)
+    {
+        [NSException raise:NSGenericException format:@"nobody catches this"];
+    }
+
+    void logHeavily(void*)
+    {
+        HSL::CLogManager::Initialize();
+        HSL::LogManager()->SetOutputCallback([](const char*) { });
+        HSL::LogManager()->SetFilterValue(3, true);
+        HSL::LogManager()->SetEnable(true);
+        keepBusy(3, [] { HSL::HSLog(HSL::CCat(3), "line %d\n", 42); });
+    }
+
+    void setKeys(void* reporter)
+    {
+        keepBusy(1, [reporter] {
+            static int interval = 0;
+            FallcatchSetReportInterval(reporter, -(interval++ % 1000));
+        });
+    }
+
+    void release(void* reporter)
+    {
+        FallcatchRelease(reporter);
+    }
+
+    // The disk's end, as far as a process of its own can have one: no file may grow beyond this.
+    void limitFiles(rlim_t bytes)
+    {
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = { bytes, bytes };
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+
+    void noSpace(void*)
+    {
+        limitFiles(4096);
+    }
+
+    void noSpaceAtAll(void*)
+    {
+        limitFiles(0);
+    }
+
+    void loseDumps(void*)
+    {
+        std::error_code error;
+        std::filesystem::remove_all("dumps", error);
+    }
+
+    void forkFirst(void*)
+    {
+        const pid_t child = fork();
+        if (child == 0) {
+            std::abort();
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+    }
+
+    // The system calls are refused as a sandbox does it.
+    void refuse(const std::vector<unsigned int>& calls)
+    {
+        std::vector<sock_filter> program { BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)) };
+        for (const unsigned int call : calls) {
+            program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1));
+            program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | 1));
+        }
+        program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+        const sock_fprog filter = { static_cast<unsigned short>(program.size()), program.data() };
+        if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0
+            || prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) != 0) {
+            _exit(3);
+        }
+    }
+
+    void refusePtrace(void*)
+    {
+        refuse({ SYS_ptrace });
+    }
+
+    void refuseClone(void*)
+    {
+        refuse({ SYS_clone, SYS_fork, SYS_vfork, SYS_clone3 });
+    }
+
+    struct Scenario {
+        const char* name;
+        const char* what;
+        void (*run)(void* reporter);
+    };
+
+    constexpr Scenario kScenarios[] = {
+        { "overflow-main", "overflows the main thread's stack", overflowMain },
+        { "overflow-worker", "overflows a worker thread's stack", overflowWorker },
+        { "overflow-unprepared", "the same on a thread without a stack for handlers", overflowUnprepared },
+        { "exception", "raises an Objective-C exception that nobody catches", exception },
+        { "logging", "three threads log as fast as they can", logHeavily },
+        { "set-keys", "a thread sets the report interval all the time", setKeys },
+        { "release", "releases the reporter first", release },
+        { "small-disk", "no file can grow beyond 4 KB", noSpace },
+        { "full-disk", "no byte can be written to a file", noSpaceAtAll },
+        { "lose-dumps", "removes the folder \"dumps\" in the working folder", loseDumps },
+        { "fork", "a forked child crashes before the host does", forkFirst },
+        { "no-ptrace", "a sandbox refuses ptrace", refusePtrace },
+        { "no-clone", "a sandbox refuses new processes", refuseClone },
+    };
+
+} // namespace
+
+bool IsKnown(const std::string& name)
+{
+    for (const Scenario& scenario : kScenarios) {
+        if (name == scenario.name) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string Help()
+{
+    std::string text;
+    for (const Scenario& scenario : kScenarios) {
+        std::string name = scenario.name;
+        name.resize(21, ' ');
+        text += "      " + name + scenario.what + "\n";
+    }
+    return text;
+}
+
+void Run(const std::string& name, void* reporter)
+{
+    for (const Scenario& scenario : kScenarios) {
+        if (name == scenario.name) {
+            scenario.run(reporter);
+        }
+    }
+}
+
+} // namespace Scenarios

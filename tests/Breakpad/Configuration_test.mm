@@ -1,0 +1,301 @@
+#include "BreakpadInterface.h"
+
+#include "Configuration.h"
+#include "Keys.h"
+
+#import <Foundation/NSArray.h>
+#import <Foundation/NSAutoreleasePool.h>
+#import <Foundation/NSDictionary.h>
+#import <Foundation/NSPathUtilities.h>
+#import <Foundation/NSString.h>
+#import <Foundation/NSValue.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#if defined(__SANITIZE_ADDRESS__)
+// Foundation keeps what it has made once.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions()
+{
+    return "leak:libgnustep-base\nleak:libobjc\n";
+}
+#endif
+
+using namespace BreakpadLinux;
+namespace fs = std::filesystem;
+
+namespace {
+
+// Foundation reads the places of the user's files when it is loaded, so the test starts itself again with a
+// home folder of its own.
+__attribute__((constructor)) void startAgain(int, char** arguments)
+{
+    if (getenv("FALLCATCH_TEST_HOME") != nullptr) {
+        return;
+    }
+    char pattern[] = "/tmp/fallcatch-configuration-XXXXXX";
+    const std::string made = mkdtemp(pattern);
+    std::ofstream(made + "/GNUstep.conf")
+        << "GNUSTEP_USER_CONFIG_FILE=none\nGNUSTEP_USER_DIR=" << made << "\nGNUSTEP_USER_DEFAULTS_DIR=" << made
+        << "/Defaults\nGNUSTEP_USER_DIR_LIBRARY=" << made << "/Library\n";
+    setenv("GNUSTEP_CONFIG_FILE", (made + "/GNUstep.conf").c_str(), 1);
+    setenv("FALLCATCH_TEST_HOME", made.c_str(), 1);
+    execv("/proc/self/exe", arguments);
+    _exit(127);
+}
+
+std::string home()
+{
+    return getenv("FALLCATCH_TEST_HOME");
+}
+
+// Goes when the last test has run, and when only their names were asked for.
+__attribute__((destructor)) void removeHome()
+{
+    std::error_code error;
+    fs::remove_all(home(), error);
+}
+
+class Configuration : public testing::Test {
+protected:
+    Configuration()
+    {
+        mPool = [[NSAutoreleasePool alloc] init];
+        mValues = [NSMutableDictionary dictionary];
+        Set("BreakpadProduct", @"App");
+        Set("BreakpadVersion", @"1.2");
+        Set("BreakpadURL", @"http://127.0.0.1:1/submit");
+        Set("BreakpadReporterExeLocation", @SENDER_PROGRAM);
+    }
+    ~Configuration() override { [mPool release]; }
+
+    void Set(const char* key, id value)
+    {
+        NSString* name = [NSString stringWithUTF8String:key];
+        if (value == nil) {
+            [mValues removeObjectForKey:name];
+        } else {
+            [mValues setObject:value forKey:name];
+        }
+    }
+
+    // What a reporter would hold under the key; "(none)" without a pair and "(refused)" without a reporter.
+    std::string Read(const std::string& key)
+    {
+        const auto settings = ReadConfiguration(mValues, mWhy);
+        if (!settings) {
+            return "(refused)";
+        }
+        for (const auto& pair : settings->parameters.Pairs()) {
+            if (pair.first == key) {
+                return pair.second;
+            }
+        }
+        return "(none)";
+    }
+
+    NSAutoreleasePool* mPool;
+    NSMutableDictionary* mValues;
+    std::string mWhy;
+};
+
+} // namespace
+
+TEST_F(Configuration, TheDefaultsAreThese)
+{
+    EXPECT_EQ(Read(kReportInterval), "3600");
+    EXPECT_EQ(Read(kVendor), "Vendor not specified");
+    EXPECT_EQ(Read(kServerType), "google");
+}
+
+TEST_F(Configuration, TheBundlesNameAndVersionStandIn)
+{
+    Set("BreakpadProduct", nil);
+    Set("BreakpadVersion", nil);
+    Set("CFBundleName", @"Bundle");
+    Set("CFBundleVersion", @"7");
+    EXPECT_EQ(Read(kProduct), "Bundle");
+    EXPECT_EQ(Read(kVersion), "7");
+}
+
+TEST_F(Configuration, AProductOfItsOwnWinsOverTheBundles)
+{
+    Set("CFBundleName", @"Bundle");
+    EXPECT_EQ(Read(kProduct), "App");
+}
+
+TEST_F(Configuration, ABundleNameThatIsNotReadMayBeAnything)
+{
+    Set("CFBundleName", [NSNumber numberWithInt:5]);
+    EXPECT_EQ(Read(kProduct), "App");
+}
+
+TEST_F(Configuration, AnEmptyProductIsRefusedWhateverTheBundleSays)
+{
+    Set("BreakpadProduct", @"");
+    Set("CFBundleName", @"Bundle");
+    EXPECT_EQ(Read(kProduct), "(refused)");
+    EXPECT_EQ(mWhy, "there is no BreakpadProduct");
+}
+
+TEST_F(Configuration, WithoutVersionOrUrlThereIsNoReporter)
+{
+    for (const char* key : { "BreakpadVersion", "BreakpadURL" }) {
+        const id present = [mValues objectForKey:[NSString stringWithUTF8String:key]];
+        for (const id value : { static_cast<id>(nil), static_cast<id>(@"") }) {
+            Set(key, value);
+            EXPECT_EQ(Read(kProduct), "(refused)") << key;
+            EXPECT_EQ(mWhy, std::string("there is no ") + key);
+        }
+        Set(key, present);
+    }
+    EXPECT_EQ(Read(kProduct), "App");
+}
+
+TEST_F(Configuration, EveryKeyThatIsReadMustHoldAString)
+{
+    for (const char* key : { "BreakpadProduct", "BreakpadVersion", "BreakpadURL", "BreakpadServerType",
+                             "BreakpadReportInterval", "BreakpadVendor", "BreakpadMinidumpLocation",
+                             "BreakpadReporterExeLocation", "BreakpadServerParameterPrefix_x" }) {
+        const id present = [mValues objectForKey:[NSString stringWithUTF8String:key]];
+        Set(key, [NSNumber numberWithInt:5]);
+        EXPECT_EQ(Read(kProduct), "(refused)") << key;
+        EXPECT_EQ(mWhy, std::string("the value of ") + key + " is not a string");
+        Set(key, present);
+    }
+}
+
+TEST_F(Configuration, KeysThatAreNotReadMayHoldAnything)
+{
+    Set("NSTypes", [NSArray arrayWithObject:@"x"]);
+    Set("LSMinimumSystemVersion", [NSNumber numberWithInt:5]);
+    Set("BreakpadConfirmTimeout", [NSNumber numberWithInt:5]);
+    [mValues setObject:@"value" forKey:[NSNumber numberWithInt:1]];
+    EXPECT_EQ(Read(kProduct), "App");
+    EXPECT_EQ(Read("LSMinimumSystemVersion"), "(none)");
+}
+
+TEST_F(Configuration, ExtraParametersComeFromBothPlaces)
+{
+    Set("BreakpadServerParameters", [NSDictionary dictionaryWithObject:@"beta" forKey:@"Channel"]);
+    Set("BreakpadServerParameterPrefix_Build", @"42");
+    EXPECT_EQ(Read("BreakpadServerParameterPrefix_Channel"), "beta");
+    EXPECT_EQ(Read("BreakpadServerParameterPrefix_Build"), "42");
+}
+
+TEST_F(Configuration, ServerParametersMustBeADictionaryOfStrings)
+{
+    Set("BreakpadServerParameters", @"text");
+    EXPECT_EQ(Read(kProduct), "(refused)");
+    EXPECT_EQ(mWhy, "the value of BreakpadServerParameters is not a dictionary");
+    Set("BreakpadServerParameters",
+        [NSDictionary dictionaryWithObject:[NSNumber numberWithInt:5] forKey:@"Channel"]);
+    EXPECT_EQ(Read(kProduct), "(refused)");
+    EXPECT_EQ(mWhy, "the value of Channel is not a string");
+}
+
+TEST_F(Configuration, DumpsGoToTheProductsFolderInTheUsersCache)
+{
+    EXPECT_EQ(Read(kMinidumpLocation), home() + "/Library/Caches/Breakpad/App");
+    EXPECT_TRUE(fs::is_directory(home() + "/Library/Caches/Breakpad/App"));
+}
+
+TEST_F(Configuration, AProductsNameIsOneFolder)
+{
+    Set("BreakpadProduct", @"../a/b%");
+    EXPECT_EQ(Read(kMinidumpLocation), home() + "/Library/Caches/Breakpad/..%2Fa%2Fb%25");
+    Set("BreakpadProduct", @"..");
+    EXPECT_EQ(Read(kMinidumpLocation), home() + "/Library/Caches/Breakpad/%..");
+}
+
+TEST_F(Configuration, AFolderForTheDumpsIsMade)
+{
+    const std::string folder = home() + "/new/dumps";
+    Set("BreakpadMinidumpLocation", [NSString stringWithUTF8String:folder.c_str()]);
+    EXPECT_EQ(Read(kMinidumpLocation), folder);
+    EXPECT_TRUE(fs::is_directory(folder));
+    EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
+}
+
+TEST_F(Configuration, ATildeStandsForTheHomeFolder)
+{
+    Set("BreakpadMinidumpLocation", @"~/fallcatch/../..");
+    const std::string above = fs::path(Utf8(NSHomeDirectory())).parent_path().string();
+    const std::string read = Read(kMinidumpLocation);
+    // A home folder whose parent the user may not write is told by its full name, too.
+    EXPECT_TRUE(read == above || mWhy.find(above + " for the dumps") != std::string::npos) << read << mWhy;
+}
+
+TEST_F(Configuration, ARelativeFolderIsTakenFromWhereTheHostStarts)
+{
+    fs::current_path(home());
+    Set("BreakpadMinidumpLocation", @"dumps");
+    EXPECT_EQ(Read(kMinidumpLocation), fs::current_path().string() + "/dumps");
+    fs::current_path("/");
+}
+
+TEST_F(Configuration, AFolderThatCannotBeMadeIsRefused)
+{
+    Set("BreakpadMinidumpLocation", @"/proc/none/dumps");
+    EXPECT_EQ(Read(kProduct), "(refused)");
+    EXPECT_EQ(mWhy, "the folder /proc/none/dumps for the dumps cannot be made or written");
+}
+
+TEST_F(Configuration, AMissingSenderIsRefused)
+{
+    Set("BreakpadReporterExeLocation", @"/none/sender");
+    EXPECT_EQ(Read(kProduct), "(refused)");
+    EXPECT_EQ(mWhy, "/none/sender is not a program that can be run");
+}
+
+TEST_F(Configuration, LongValuesAreCutBetweenCharacters)
+{
+    const std::string text = std::string(254, 'x') + "\xE2\x82\xAC";
+    Set("BreakpadVersion", [NSString stringWithUTF8String:text.c_str()]);
+    EXPECT_EQ(Read(kVersion), std::string(254, 'x'));
+}
+
+TEST_F(Configuration, ARefusalIsOneLineOnStandardError)
+{
+    Set("BreakpadReportInterval", [NSNumber numberWithInt:0]);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(BreakpadCreate(mValues), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "fallcatch: crashes are not reported: the value of BreakpadReportInterval is not a string\n");
+}
+
+TEST_F(Configuration, NoDictionaryIsRefusedToo)
+{
+    EXPECT_EQ(BreakpadCreate(nil), nullptr);
+}
+
+TEST_F(Configuration, AReporterIsMadeInSilence)
+{
+    testing::internal::CaptureStderr();
+    void* reporter = BreakpadCreate(mValues);
+    EXPECT_NE(reporter, nullptr);
+    BreakpadSetKeyValue(reporter, @"key", @"value");
+    BreakpadSetKeyValue(reporter, @"key", nil);
+    BreakpadSetKeyValue(reporter, nil, @"value");
+    BreakpadRelease(reporter);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(Configuration, ANullReporterIsLeftAlone)
+{
+    BreakpadSetKeyValue(nullptr, @"key", @"value");
+    BreakpadRelease(nullptr);
+}
+
+TEST_F(Configuration, AValueThatIsNoStringIsIgnoredWithALine)
+{
+    void* reporter = BreakpadCreate(mValues);
+    testing::internal::CaptureStderr();
+    BreakpadSetKeyValue(reporter, @"key", static_cast<NSString*>(static_cast<id>([NSNumber numberWithInt:5])));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "fallcatch: a key or value that is not a string is ignored\n");
+    BreakpadRelease(reporter);
+}
