@@ -18,10 +18,6 @@ function(fallcatch_framework target header)
     endif()
     configure_file(${packaging}/Info.plist.in ${CMAKE_CURRENT_BINARY_DIR}/Info.plist @ONLY)
 
-    target_sources(${target} PRIVATE ${header} ${packaging}/PrivacyInfo.xcprivacy
-        ${packaging}/module.modulemap)
-    set_source_files_properties(${packaging}/module.modulemap TARGET_DIRECTORY ${target}
-        PROPERTIES MACOSX_PACKAGE_LOCATION Modules HEADER_FILE_ONLY ON)
     # The install name becomes @executable_path/../Frameworks/fallcatch.framework/Versions/A/fallcatch.
     set_target_properties(${target} PROPERTIES
         FRAMEWORK ON
@@ -29,13 +25,27 @@ function(fallcatch_framework target header)
         MACHO_COMPATIBILITY_VERSION ${PROJECT_VERSION_MAJOR}.0.0
         MACHO_CURRENT_VERSION ${PROJECT_VERSION}
         MACOSX_FRAMEWORK_INFO_PLIST ${CMAKE_CURRENT_BINARY_DIR}/Info.plist
-        PUBLIC_HEADER ${header}
-        RESOURCE ${packaging}/PrivacyInfo.xcprivacy
         INSTALL_NAME_DIR "@executable_path/../Frameworks"
         BUILD_WITH_INSTALL_NAME_DIR ON)
-    add_custom_command(TARGET ${target} POST_BUILD VERBATIM COMMENT "Linking Modules into the framework"
-        COMMAND ${CMAKE_COMMAND} -E create_symlink Versions/Current/Modules
-            "$<TARGET_BUNDLE_DIR:${target}>/Modules")
+
+    # Generators copy a framework's files only before they compile a source of its target, and this target has
+    # objects alone.
+    set(bundle "$<TARGET_BUNDLE_DIR:${target}>")
+    set(copies "")
+    foreach(pair IN ITEMS
+            "Headers=${header}"
+            "Modules=${packaging}/module.modulemap"
+            "Resources=${packaging}/PrivacyInfo.xcprivacy")
+        string(REGEX MATCH "^([^=]+)=(.+)$" _ "${pair}")
+        list(APPEND copies
+            COMMAND ${CMAKE_COMMAND} -E make_directory "${bundle}/Versions/A/${CMAKE_MATCH_1}"
+            COMMAND ${CMAKE_COMMAND} -E copy_if_different "${CMAKE_MATCH_2}"
+                "${bundle}/Versions/A/${CMAKE_MATCH_1}"
+            COMMAND ${CMAKE_COMMAND} -E create_symlink "Versions/Current/${CMAKE_MATCH_1}"
+                "${bundle}/${CMAKE_MATCH_1}")
+        set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${CMAKE_MATCH_2}")
+    endforeach()
+    add_custom_command(TARGET ${target} POST_BUILD VERBATIM COMMENT "Filling the framework" ${copies})
 
     find_program(FALLCATCH_DSYMUTIL dsymutil)
     if(FALLCATCH_DSYMUTIL)
