@@ -2,14 +2,15 @@
 
 import struct
 
-from image import FrameworkImage
 from machine import Machine
 
 CLASS = "_OBJC_CLASS_$_"
 CONSTANT_CLASS = "___CFConstantStringClassReference"
 LOG = "__ZN3HSL5HSLogERKNS_4CCatEPKc"
 LOG_WITH_VALUE = "__ZN3HSL5HSLogERKNS_4CCatEPKcRKNS_6CValueE"
+INITIALIZE = ("__ZN3HSL11CLogManager10InitializeEv", "__ZN3HSL11CLogManager10InitializeEPS0_")
 POINTER_TAG = 15
+NOT_WRITTEN = -9
 
 
 class Imports:
@@ -118,6 +119,9 @@ class Bridge:
         self.image = load(self.machine, self.imports.resolve)
         self.machine.watch(self.image.symbol(LOG), lambda: self._on_log(2))
         self.machine.watch(self.image.symbol(LOG_WITH_VALUE), lambda: self._on_log(3))
+        for name in INITIALIZE:
+            self.machine.watch(
+                self.image.symbol(name), lambda: world.events.append("CLogManager::Initialize"))
         for initialiser in self.image.initialisers():
             self.machine.call(initialiser)
         self.initialiser_events = list(world.events)
@@ -135,14 +139,18 @@ class Bridge:
         self.world.events.append(line + ")")
 
     def _wide(self, text):
-        """Takes a string, or a list of code points for what no string can hold."""
+        """Takes a string, a list of code points for what no string can hold, or None for a null pointer."""
+        if text is None:
+            return 0
         units = [ord(character) for character in text] if isinstance(text, str) else text
         return self.machine.store(struct.pack(f"<{len(units) + 1}I", *units, 0))
 
     def init(self, url, parameters=(), count=None):
-        pointers = [0 if text is None else self._wide(text) for text in parameters]
-        layout = "<%d%s" % (len(pointers) + 1, "Q" if self.machine.processor.width == 8 else "I")
-        array = self.machine.store(struct.pack(layout, *pointers, 0xBAD))
+        """parameters may be None for a null list."""
+        pointers = [self._wide(text) for text in parameters or ()]
+        unit = "Q" if self.machine.processor.width == 8 else "I"
+        layout = f"<{len(pointers) + 1}{unit}"
+        array = 0 if parameters is None else self.machine.store(struct.pack(layout, *pointers, 0xBAD))
         count = len(pointers) if count is None else count
         # What is never read is no address.
         return self.machine.call(
@@ -155,13 +163,9 @@ class Bridge:
         self.machine.call(self.image.exports["_FallcatchRelease"], reporter)
 
     def test_commands(self, capacity=2):
-        """The result and the two entries behind the pointer; -9 marks what was not written."""
-        codes = self.machine.store(struct.pack("<4i", -9, -9, -9, -9))
+        """The result and the two entries behind the pointer; NOT_WRITTEN marks what was left alone."""
+        codes = self.machine.store(struct.pack("<4i", *[NOT_WRITTEN] * 4))
         count = self.machine.call(self.image.exports["_GetTestCommandsList"], codes, capacity)
         entries = struct.unpack("<4i", self.machine.uc.mem_read(codes, 16))
-        assert entries[2:] == (-9, -9)
+        assert entries[2:] == (NOT_WRITTEN, NOT_WRITTEN)
         return count & 0xFFFFFFFF, list(entries[:2])
-
-
-def framework_loader(binary, symbols):
-    return lambda machine, resolve: FrameworkImage(binary, machine, resolve, symbols)

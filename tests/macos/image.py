@@ -10,6 +10,7 @@ PROCESSORS = {
     lief.MachO.Header.CPU_TYPE.ARM64: Arm64,
 }
 IMAGE = 0x1000_0000
+lief.logging.disable()
 
 
 _files = []  # lief's slices live as long as the file that they come from
