@@ -17,10 +17,27 @@ FRAMEWORK = BUILD / "macos" / "fallcatch.framework"
 DSYM = BUILD / "macos" / "fallcatch.framework.dSYM"
 BINARY = FRAMEWORK / "Versions/A/fallcatch"
 DWARF = DSYM / "Contents/Resources/DWARF/fallcatch"
-OBJECTS = BUILD / "macos-i386"
+CACHE = Path(os.environ.get("XDG_CACHE_HOME") or Path.home() / ".cache") / "fallcatch"
+SYSROOT = CACHE / "macos-sysroot"
+TARGETS = {"x86_64": "x86_64-apple-macosx10.13", "arm64": "arm64-apple-macosx11.0"}
+OBJECTS = BUILD / "macos-i386" / "Shared"
 FRAMEWORK_SLICES = ("x86_64", "arm64")
 ALL_SLICES = FRAMEWORK_SLICES + ("i386",)
 FUNCTIONS = ["_FallcatchInit", "_FallcatchRelease", "_FallcatchSetReportInterval", "_GetTestCommandsList"]
+
+
+def imports_of(name):
+    """The library of every symbol that a slice may import, from imports.txt."""
+    found = {}
+    library = None
+    for line in (Path(__file__).parent / "imports.txt").read_text().splitlines():
+        if line.startswith("["):
+            library = line.strip("[]")
+        elif line and not line.startswith("#"):
+            symbol, *only = line.split()
+            if not only or name in only:
+                found[symbol] = library
+    return found
 
 
 def object_files():
