@@ -5,7 +5,7 @@ import sys
 import unittest
 from pathlib import Path
 
-from bridge import Bridge
+from bridge import Bridge, Imports
 from image import FrameworkImage, slices
 from foundation import World
 from machine import Arm64, I386, X86_64
@@ -49,18 +49,18 @@ def internal_symbols(name):
     return {symbol.name: symbol.value for symbol in slices(DWARF)[name].symbols if symbol.value}
 
 
-def bridge(name, world=None):
+def bridge(name, world=None, imports=Imports):
     world = world or World()
     if name == "i386":
         def load(machine, resolve):
             return ObjectsImage(object_files(), machine, resolve, world.class_address)
-        return Bridge(I386(), load, world)
+        return Bridge(I386(), load, world, imports)
     binary = slices(BINARY)[name]
     symbols = internal_symbols(name)
 
     def load(machine, resolve):
         return FrameworkImage(binary, machine, resolve, symbols)
-    return Bridge(X86_64() if name == "x86_64" else Arm64(), load, world)
+    return Bridge(X86_64() if name == "x86_64" else Arm64(), load, world, imports)
 
 
 def on_slices(names):

@@ -20,7 +20,8 @@ typedef NSInteger NSComparisonResult;
 @class NSDictionary;
 @class NSString;
 
-__attribute__((objc_root_class)) @interface NSObject {
+__attribute__((objc_root_class))
+@interface NSObject {
     Class isa;
 }
 + (instancetype)alloc;
