@@ -33,13 +33,14 @@ class Thing:
 
 class World:
     def __init__(self, defaults=None, info=None, arguments=("/Applications/Host.app/Contents/MacOS/Host",),
-                 reporter=0x5EED, dictionaries=True):
+                 reporter=0x5EED, dictionaries=True, contents=None):
         self.events = []
         self.defaults = defaults or {}
         self.info = info or {}
         self.process_arguments = list(arguments)
         self.reporter = reporter
         self.dictionaries = dictionaries  # whether there is memory for one
+        self.contents = contents or {}  # bytes of objects in memory, by label
         self.configuration = None  # what BreakpadCreate was given
         self.machine = None
         self.constant_class = None  # the address that marks string constants
@@ -53,6 +54,7 @@ class World:
     def _add(self, class_name, label, **more):
         thing = Thing(class_name, label, self.machine.allocate(64), **more)
         self._things[thing.address] = thing
+        self.machine.uc.mem_write(thing.address, self.contents.get(label, b""))
         return thing
 
     def _numbered(self, label):

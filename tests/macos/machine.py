@@ -148,12 +148,22 @@ class Machine:
         size = size or self.processor.width
         self.uc.mem_write(address, (value % (1 << 8 * size)).to_bytes(size, "little"))
 
-    def text(self, address):
-        """A zero-terminated C string."""
+    def bytes_until_zero(self, address):
         end = address
         while self.number(end, 1) != 0:
             end += 1
-        return bytes(self.uc.mem_read(address, end - address)).decode()
+        return bytes(self.uc.mem_read(address, end - address))
+
+    def text(self, address):
+        """A zero-terminated C string."""
+        return self.bytes_until_zero(address).decode()
+
+    def wide_text(self, address):
+        """A zero-terminated string of 32-bit characters."""
+        end = address
+        while self.number(end, 4) != 0:
+            end += 4
+        return bytes(self.uc.mem_read(address, end - address)).decode("utf-32-le")
 
     def allocate(self, size):
         address = self._next_free

@@ -11,8 +11,8 @@ def int32(value):
 class Library:
     """One loaded slice. events is what it asked of the system since the last clear."""
 
-    def __init__(self, name):
-        self._bridge = bridge(name, imports=System)
+    def __init__(self, name, world=None, imports=System):
+        self._bridge = bridge(name, world, imports)
         self.machine = self._bridge.machine
         self.system = self._bridge.imports
         self.events = self._bridge.world.events
@@ -20,6 +20,9 @@ class Library:
 
     def call(self, name, *values):
         return self.machine.call(self._bridge.image.symbol(name), *values)
+
+    def test_commands(self):
+        return self._bridge.test_commands()
 
     def wide(self, number):
         """A 64-bit number as arguments: 32-bit x86 takes two words."""

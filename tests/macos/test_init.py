@@ -199,7 +199,8 @@ class FallcatchInit:
         bridge_ = bridge(self.slice, World(reporter=0))
         self.assertEqual(bridge_.init("u"), 0)
         self.assertEqual(
-            bridge_.world.events, BEGINNING + HOST_URL + ["BreakpadCreate(dictionary1) = 0x0", "[pool1 release]"])
+            bridge_.world.events,
+            BEGINNING + HOST_URL + ["BreakpadCreate(dictionary1) = 0x0", "[pool1 release]"])
 
     def test_without_a_dictionary_nothing_is_asked_for_and_null_returned(self):
         bridge_ = bridge(self.slice, World(dictionaries=False))

@@ -52,7 +52,8 @@ class Stubs(unittest.TestCase):
     def test_declare_the_messages_that_the_bridge_sends(self):
         # The 32-bit objects name every message; elsewhere some are calls of the runtime.
         bridge = Object(next(path for path in object_files() if path.name == "fallcatch.mm.o"))
-        content = {section.name: (bytes(section.content), section.virtual_address) for section in bridge.sections}
+        content = {
+            section.name: (bytes(section.content), section.virtual_address) for section in bridge.sections}
         references, _ = content["__message_refs"]
         strings, start = content["__cstring"]
         sent = set()
