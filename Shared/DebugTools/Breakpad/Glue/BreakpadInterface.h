@@ -5,6 +5,8 @@
 @class NSDictionary;
 @class NSString;
 
+// Visible, so that a host built with hidden symbols can define them for the dynamic library.
+#pragma GCC visibility push(default)
 extern "C" {
 
 // Returns an opaque handle, or null when it refuses the configuration.
@@ -13,5 +15,6 @@ void BreakpadSetKeyValue(void* reporter, NSString* key, NSString* value);
 void BreakpadRelease(void* reporter);
 
 } // extern "C"
+#pragma GCC visibility pop
 
 #endif

@@ -75,7 +75,7 @@ std::string lineHeader(bool pass, int seqNum, unsigned int seconds, unsigned int
 
 bool CLogManager::Collect()
 {
-    KxLockGuard guard(mLock);
+    const KxLockGuard guard(mLock);
     std::vector<CContextInfo> infos(mContexts.size());
     MergeSet merge;
     long long total = 0;

@@ -81,7 +81,7 @@ void CLogContext::FreeFunc(void* p, int)
 
 void CLogContext::SetName(const char* name)
 {
-    KxLockGuard guard(CLogManager::Instance()->mLock);
+    const KxLockGuard guard(CLogManager::Instance()->mLock);
     mName = name != nullptr ? name : kNullText;
 }
 

@@ -71,14 +71,14 @@ CLogManager::~CLogManager()
 {
     SetEnable(false);
     {
-        KxLockGuard guard(mLock);
+        const KxLockGuard guard(mLock);
         mShutdown = true;
     }
     gCollectionThread.WaitForExit();
     CCat::Cleanup();
     {
         // Each context's destructor takes the lock again.
-        KxLockGuard guard(mLock);
+        const KxLockGuard guard(mLock);
         for (std::size_t i = 0; i < mTLSContexts.size(); ++i) {
             delete mTLSContexts[i];
         }
@@ -139,19 +139,19 @@ CLogContext* CLogManager::GetTLSContext()
 
 void CLogManager::AddContext(CLogContext* context)
 {
-    KxLockGuard guard(mLock);
+    const KxLockGuard guard(mLock);
     mContexts.push_back(context);
 }
 
 void CLogManager::RemoveContext(CLogContext* context)
 {
-    KxLockGuard guard(mLock);
+    const KxLockGuard guard(mLock);
     eraseEvery(mContexts, context);
 }
 
 void CLogManager::AdoptTLSContext(CLogContext* context)
 {
-    KxLockGuard guard(mLock);
+    const KxLockGuard guard(mLock);
     mTLSContexts.push_back(context);
 }
 
@@ -162,7 +162,7 @@ void CLogManager::CleanupTLSContext()
         return;
     }
     {
-        KxLockGuard guard(mLock);
+        const KxLockGuard guard(mLock);
         eraseEvery(mTLSContexts, context);
     }
     delete context;
@@ -228,7 +228,7 @@ int CLogManager::AddFormatString(const wchar_t* format)
 
 int CLogManager::AddFormatEntry(const CFormatStringEntry& entry)
 {
-    KxLockGuard guard(mLock);
+    const KxLockGuard guard(mLock);
     mFormatStrings.push_back(entry);
     return static_cast<int>(mFormatStrings.size()) - 1;
 }
