@@ -16,7 +16,9 @@ if(NOT EXISTS "${FALLCATCH_MACOS_SYSROOT}/usr/include/stdio.h")
     message(FATAL_ERROR "No headers of Darwin in ${FALLCATCH_MACOS_SYSROOT}: run tools/setup-macos")
 endif()
 
-set(CMAKE_OSX_SYSROOT "${FALLCATCH_MACOS_SYSROOT}" CACHE PATH "Darwin's C headers")
+# Forced, since the folder may have moved after an earlier configuration, and an unknown one is left out without
+# a word.
+set(CMAKE_OSX_SYSROOT "${FALLCATCH_MACOS_SYSROOT}" CACHE PATH "Darwin's C headers" FORCE)
 set(CMAKE_OSX_ARCHITECTURES "" CACHE STRING "The target names the processor")
 set(CMAKE_OSX_DEPLOYMENT_TARGET "" CACHE STRING "The target names the oldest system")
 
