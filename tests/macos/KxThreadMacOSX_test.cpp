@@ -10,9 +10,18 @@
 #include <string>
 #include <vector>
 
+namespace {
+
 using Names = std::vector<std::string>;
 
-TEST(KxThreadMacOSX, NamesTheCallingThreadOnce)
+class KxThreadMacOSX : public testing::Test {
+protected:
+    KxThreadMacOSX() { darwinThreadNames().clear(); }
+};
+
+} // namespace
+
+TEST_F(KxThreadMacOSX, NamesTheCallingThreadOnce)
 {
     std::vector<pthread_t> named;
     Interposed hooks;
@@ -25,14 +34,14 @@ TEST(KxThreadMacOSX, NamesTheCallingThreadOnce)
     EXPECT_EQ(named, (std::vector<pthread_t> { pthread_self() }));
 }
 
-TEST(KxThreadMacOSX, LongNameIsHandedOnWhole)
+TEST_F(KxThreadMacOSX, LongNameIsHandedOnWhole)
 {
     const std::string longest(63, 'x');
     KxSetCurrentThreadName(longest.c_str());
     EXPECT_EQ(darwinThreadNames(), (Names { longest }));
 }
 
-TEST(KxThreadMacOSX, NameThatTheSystemRefusesIsLetGo)
+TEST_F(KxThreadMacOSX, NameThatTheSystemRefusesIsLetGo)
 {
     char before[16] = {};
     char after[16] = {};
