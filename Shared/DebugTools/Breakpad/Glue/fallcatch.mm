@@ -3,13 +3,7 @@
 #include "BreakpadInterface.h"
 #include "hslog/HSL.h"
 
-#import <Foundation/NSArray.h>
-#import <Foundation/NSAutoreleasePool.h>
-#import <Foundation/NSBundle.h>
-#import <Foundation/NSDictionary.h>
-#import <Foundation/NSProcessInfo.h>
-#import <Foundation/NSString.h>
-#import <Foundation/NSUserDefaults.h>
+#import <Foundation/Foundation.h>
 
 #include <wchar.h>
 

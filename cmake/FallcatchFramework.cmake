@@ -1,0 +1,55 @@
+# Makes a shared library a framework with a versioned layout that an application embeds:
+#
+#     fallcatch.framework/Versions/A/fallcatch              the library
+#     fallcatch.framework/Versions/A/Headers/fallcatch.h
+#     fallcatch.framework/Versions/A/Modules/module.modulemap
+#     fallcatch.framework/Versions/A/Resources/{Info.plist,PrivacyInfo.xcprivacy}
+#     fallcatch.framework/{fallcatch,Headers,Modules,Resources}, Versions/Current: symbolic links
+#
+# and, as target fallcatch_dsym, fallcatch.framework.dSYM beside it.
+
+set(FALLCATCH_BUNDLE_IDENTIFIER "org.fallcatch.fallcatch" CACHE STRING "The framework's bundle identifier")
+
+function(fallcatch_framework target header)
+    set(packaging ${PROJECT_SOURCE_DIR}/packaging/macos)
+    set(FALLCATCH_OLDEST_MACOS "${CMAKE_OSX_DEPLOYMENT_TARGET}")
+    if(NOT FALLCATCH_OLDEST_MACOS)
+        set(FALLCATCH_OLDEST_MACOS 10.13)
+    endif()
+    configure_file(${packaging}/Info.plist.in ${CMAKE_CURRENT_BINARY_DIR}/Info.plist @ONLY)
+
+    # The install name becomes @executable_path/../Frameworks/fallcatch.framework/Versions/A/fallcatch.
+    set_target_properties(${target} PROPERTIES
+        FRAMEWORK ON
+        FRAMEWORK_VERSION A
+        MACHO_COMPATIBILITY_VERSION ${PROJECT_VERSION_MAJOR}.0.0
+        MACHO_CURRENT_VERSION ${PROJECT_VERSION}
+        MACOSX_FRAMEWORK_INFO_PLIST ${CMAKE_CURRENT_BINARY_DIR}/Info.plist
+        INSTALL_NAME_DIR "@executable_path/../Frameworks"
+        BUILD_WITH_INSTALL_NAME_DIR ON)
+
+    # Generators copy a framework's files only before they compile a source of its target, and this target has
+    # objects alone.
+    set(bundle "$<TARGET_BUNDLE_DIR:${target}>")
+    set(copies "")
+    foreach(pair IN ITEMS
+            "Headers=${header}"
+            "Modules=${packaging}/module.modulemap"
+            "Resources=${packaging}/PrivacyInfo.xcprivacy")
+        string(REGEX MATCH "^([^=]+)=(.+)$" _ "${pair}")
+        list(APPEND copies
+            COMMAND ${CMAKE_COMMAND} -E make_directory "${bundle}/Versions/A/${CMAKE_MATCH_1}"
+            COMMAND ${CMAKE_COMMAND} -E copy_if_different "${CMAKE_MATCH_2}"
+                "${bundle}/Versions/A/${CMAKE_MATCH_1}"
+            COMMAND ${CMAKE_COMMAND} -E create_symlink "Versions/Current/${CMAKE_MATCH_1}"
+                "${bundle}/${CMAKE_MATCH_1}")
+        set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${CMAKE_MATCH_2}")
+    endforeach()
+    add_custom_command(TARGET ${target} POST_BUILD VERBATIM COMMENT "Filling the framework" ${copies})
+
+    find_program(FALLCATCH_DSYMUTIL dsymutil)
+    if(FALLCATCH_DSYMUTIL)
+        add_custom_target(${target}_dsym VERBATIM DEPENDS ${target} COMMENT "Collecting debug information"
+            COMMAND ${FALLCATCH_DSYMUTIL} $<TARGET_FILE:${target}> -o "$<TARGET_BUNDLE_DIR:${target}>.dSYM")
+    endif()
+endfunction()

@@ -1,0 +1,3 @@
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(FALLCATCH_MACOS_TARGET x86_64-apple-macosx10.13)
+include("${CMAKE_CURRENT_LIST_DIR}/macos.cmake")

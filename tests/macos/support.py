@@ -1,0 +1,76 @@
+"""What the tests share: where the builds are, and one test class per processor."""
+
+import os
+import sys
+import unittest
+from pathlib import Path
+
+from bridge import Bridge, Imports
+from image import FrameworkImage, slices
+from foundation import World
+from machine import Arm64, I386, X86_64
+from objects import ObjectsImage
+
+SOURCES = Path(__file__).resolve().parents[2]
+BUILD = Path(os.environ.get("FALLCATCH_MACOS_BUILD", SOURCES / "build"))
+FRAMEWORK = BUILD / "macos" / "fallcatch.framework"
+DSYM = BUILD / "macos" / "fallcatch.framework.dSYM"
+BINARY = FRAMEWORK / "Versions/A/fallcatch"
+DWARF = DSYM / "Contents/Resources/DWARF/fallcatch"
+CACHE = Path(os.environ.get("XDG_CACHE_HOME") or Path.home() / ".cache") / "fallcatch"
+SYSROOT = CACHE / "macos-sysroot"
+TARGETS = {"x86_64": "x86_64-apple-macosx10.13", "arm64": "arm64-apple-macosx11.0"}
+OBJECTS = BUILD / "macos-i386" / "Shared"
+FRAMEWORK_SLICES = ("x86_64", "arm64")
+ALL_SLICES = FRAMEWORK_SLICES + ("i386",)
+FUNCTIONS = ["_FallcatchInit", "_FallcatchRelease", "_FallcatchSetReportInterval", "_GetTestCommandsList"]
+
+
+def imports_of(name):
+    """The library of every symbol that a slice may import, from imports.txt."""
+    found = {}
+    library = None
+    for line in (Path(__file__).parent / "imports.txt").read_text().splitlines():
+        if line.startswith("["):
+            library = line.strip("[]")
+        elif line and not line.startswith("#"):
+            symbol, *only = line.split()
+            if not only or name in only:
+                found[symbol] = library
+    return found
+
+
+def object_files():
+    return sorted(OBJECTS.rglob("*.o"))
+
+
+def internal_symbols(name):
+    """The functions that are not exported, which the shipped binary no longer names."""
+    return {symbol.name: symbol.value for symbol in slices(DWARF)[name].symbols if symbol.value}
+
+
+def bridge(name, world=None, imports=Imports):
+    world = world or World()
+    if name == "i386":
+        def load(machine, resolve):
+            return ObjectsImage(object_files(), machine, resolve, world.class_address)
+        return Bridge(I386(), load, world, imports)
+    binary = slices(BINARY)[name]
+    symbols = internal_symbols(name)
+
+    def load(machine, resolve):
+        return FrameworkImage(binary, machine, resolve, symbols)
+    return Bridge(X86_64() if name == "x86_64" else Arm64(), load, world, imports)
+
+
+def on_slices(names):
+    """Makes one test case per processor of a class that uses self.slice."""
+    def make(body):
+        module = sys.modules[body.__module__]
+        for name in names:
+            case = type(f"{body.__name__}_{name}", (body, unittest.TestCase), {"slice": name})
+            case.__module__ = body.__module__
+            case.maxDiff = None
+            setattr(module, case.__name__, case)
+        return body
+    return make

@@ -1,0 +1,127 @@
+"""What the framework's binary and its debug information hold, slice by slice."""
+
+import hashlib
+import re
+import struct
+import subprocess
+import unittest
+
+from image import slices
+from support import (
+    BINARY, DWARF, FRAMEWORK, FRAMEWORK_SLICES, FUNCTIONS, SOURCES, imports_of, on_slices)
+
+INSTALL_NAME = "@executable_path/../Frameworks/fallcatch.framework/Versions/A/fallcatch"
+LIBRARIES = {
+    "Foundation": "/System/Library/Frameworks/Foundation.framework/Versions/C/Foundation",
+    "Breakpad": "@executable_path/../Frameworks/Breakpad.framework/Versions/A/Breakpad",
+    "libobjc": "/usr/lib/libobjc.A.dylib",
+    "libc++": "/usr/lib/libc++.1.dylib",
+    "libSystem": "/usr/lib/libSystem.B.dylib",
+}
+OLDEST_SYSTEM = {"x86_64": [10, 13, 0], "arm64": [11, 0, 0]}
+
+
+def run(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
+class UniversalBinary(unittest.TestCase):
+    def test_holds_both_processors(self):
+        self.assertEqual(run("llvm-lipo-19", "-archs", BINARY).split(), ["x86_64", "arm64"])
+        self.assertEqual(run("llvm-lipo-19", "-archs", DWARF).split(), ["x86_64", "arm64"])
+
+    def test_names_no_folder_of_the_machine_that_built_it(self):
+        for folder in (SOURCES, FRAMEWORK.parent):
+            self.assertNotIn(str(folder).encode(), BINARY.read_bytes())
+
+
+@on_slices(FRAMEWORK_SLICES)
+class Slice:
+    @property
+    def binary(self):
+        return slices(BINARY)[self.slice]
+
+    def tool(self, *options):
+        return run("llvm-objdump-19", "--macho", f"--arch={self.slice}", *options, BINARY)
+
+    def test_has_the_install_name_that_hosts_load(self):
+        self.assertEqual(self.tool("--dylib-id").splitlines()[-1], INSTALL_NAME)
+
+    def test_links_the_allowed_libraries_only(self):
+        lines = self.tool("--dylibs-used").splitlines()[1:]
+        used = [re.match(r"\t(.*) \(compat", line).group(1) for line in lines]
+        self.assertEqual(used[0], INSTALL_NAME)
+        self.assertEqual(sorted(used[1:]), sorted(LIBRARIES.values()))
+
+    def test_exports_four_functions(self):
+        self.assertEqual(sorted(entry.symbol.name for entry in self.binary.dyld_info.exports), FUNCTIONS)
+        named = run("llvm-nm-19", "--defined-only", "-gj", f"--arch={self.slice}", BINARY).split("\n")
+        self.assertEqual(sorted(name for name in named if name.startswith("_")), FUNCTIONS)
+
+    def test_imports_what_is_listed_and_nothing_else(self):
+        wanted = imports_of(self.slice)
+        found = {binding.symbol.name for binding in self.binary.bindings}
+        self.assertEqual(sorted(found - wanted.keys()), [], "used but not in imports.txt")
+        self.assertEqual(sorted(wanted.keys() - found), [], "in imports.txt but no longer used")
+
+    def test_takes_each_import_from_its_library(self):
+        wanted = imports_of(self.slice)
+        for binding in self.binary.bindings:
+            self.assertEqual(
+                binding.library.name, LIBRARIES[wanted[binding.symbol.name]], binding.symbol.name)
+
+    def test_runs_on_the_oldest_system(self):
+        binary = self.binary
+        command = binary.build_version if binary.has_build_version else binary.version_min
+        version = command.minos if binary.has_build_version else command.version
+        self.assertEqual(list(version), OLDEST_SYSTEM[self.slice])
+
+    def test_has_its_version(self):
+        line = self.tool("--dylibs-used").splitlines()[1]
+        self.assertTrue(line.endswith("(compatibility version 1.0.0, current version 1.0.0)"), line)
+
+    def test_uses_the_current_objective_c_runtime(self):
+        names = {section.name for section in self.binary.sections}
+        self.assertLessEqual({"__objc_classrefs", "__objc_selrefs", "__objc_imageinfo"}, names)
+        self.assertNotIn("__cls_refs", names)
+
+    def test_has_its_debug_information_beside_it(self):
+        uuid = {
+            path: re.search(rf"UUID: (\S+) \({self.slice}\)", run("llvm-dwarfdump-19", "--uuid", path)).group(1)
+            for path in (BINARY, DWARF)}
+        self.assertEqual(uuid[BINARY], uuid[DWARF])
+        for entry in self.binary.dyld_info.exports:
+            place = run(
+                "llvm-symbolizer-19", f"--obj={DWARF}:{self.slice}", "--functions=linkage", hex(entry.address))
+            self.assertIn(entry.symbol.name.lstrip("_"), place)
+            self.assertIn("Breakpad/Glue/fallcatch.mm:", place)
+
+
+class Signature(unittest.TestCase):
+    """arm64 Macs refuse code whose pages do not match its signature."""
+
+    def test_of_arm64_matches_its_pages(self):
+        binary = slices(BINARY)["arm64"]
+        self.assertTrue(binary.has_code_signature)
+        blob = bytes(binary.code_signature.content)
+        code = BINARY.read_bytes()[binary.fat_offset:]
+        directory = self.code_directory(blob)
+        (_magic, _length, _version, flags, hashes, _identifier, _special, pages, limit, hash_size, hash_type,
+         _platform, page_shift) = struct.unpack_from(">9I4B", directory)
+        self.assertTrue(flags & 0x2, "ad hoc")
+        self.assertEqual((hash_size, hash_type), (32, 2), "SHA-256")
+        self.assertEqual(limit, binary.code_signature.data_offset)
+        page = 1 << page_shift
+        for i in range(pages):
+            expected = directory[hashes + 32 * i:hashes + 32 * (i + 1)]
+            actual = hashlib.sha256(code[i * page:min((i + 1) * page, limit)]).digest()
+            self.assertEqual(actual, expected, f"page {i}")
+
+    def code_directory(self, blob):
+        magic, _length, count = struct.unpack_from(">3I", blob)
+        self.assertEqual(magic, 0xFADE0CC0)
+        for i in range(count):
+            kind, offset = struct.unpack_from(">2I", blob, 12 + 8 * i)
+            if kind == 0:
+                return blob[offset:]
+        raise AssertionError("no code directory")

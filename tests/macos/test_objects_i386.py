@@ -1,0 +1,65 @@
+"""The objects of the 32-bit slice, which only an old Xcode links."""
+
+import unittest
+
+from objects import Object
+from support import FUNCTIONS, SOURCES, imports_of, object_files
+
+UNDEFINED, EXTERNAL, PRIVATE_EXTERNAL, TYPE = 0, 0x01, 0x10, 0x0E
+OTHER_SYSTEMS = {"KxThreadLinux.cpp"}
+
+
+class Objects(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.objects = [Object(path) for path in object_files()]
+        cls.bridge = next(item for item in cls.objects if item.path.name == "fallcatch.mm.o")
+
+    def names(self, item, wanted):
+        return {symbol.name for symbol in item.symbols if wanted(symbol.raw_type)}
+
+    def test_exist_for_every_source(self):
+        sources = {
+            path.name for folder in ("Shared/KXPL", "Shared/DebugTools/Breakpad/Glue")
+            for path in (SOURCES / folder).rglob("*") if path.suffix in (".cpp", ".mm")}
+        self.assertEqual(
+            {path.name.removesuffix(".o") for path in object_files()}, sources - OTHER_SYSTEMS)
+
+    def test_are_32_bit_and_for_the_oldest_system(self):
+        for item in self.objects:
+            self.assertEqual(item.binary.header.cpu_type.name, "X86")
+            self.assertEqual(item.binary.header.file_type.name, "OBJECT")
+            self.assertEqual(list(item.binary.version_min.version), [10, 9, 0], item.path)
+
+    def test_leave_open_what_is_listed_and_nothing_else(self):
+        defined, undefined = set(), set()
+        for item in self.objects:
+            defined |= self.names(item, lambda kind: kind & TYPE != UNDEFINED)
+            undefined |= self.names(item, lambda kind: kind & TYPE == UNDEFINED)
+        wanted = imports_of("i386").keys()
+        found = undefined - defined
+        self.assertEqual(sorted(found - wanted), [], "used but not in imports.txt")
+        self.assertEqual(sorted(wanted - found), [], "in imports.txt but no longer used")
+
+    def test_of_the_bridge_define_the_four_functions_and_nothing_else(self):
+        visible = self.names(
+            self.bridge,
+            lambda kind: kind & TYPE != UNDEFINED and kind & EXTERNAL and not kind & PRIVATE_EXTERNAL)
+        self.assertEqual(sorted(visible), FUNCTIONS)
+
+    def test_show_nothing_else_of_their_own_to_a_host(self):
+        # Instances of the C++ library's templates stay visible where that library says so.
+        for item in self.objects:
+            if item is not self.bridge:
+                visible = self.names(
+                    item, lambda kind: kind & TYPE != UNDEFINED and kind & EXTERNAL
+                    and not kind & PRIVATE_EXTERNAL)
+                own = {name for name in visible if "NSt3__1" not in name and "St3__1" not in name}
+                self.assertEqual(sorted(own), [], item.path)
+
+    def test_use_the_legacy_objective_c_runtime(self):
+        sections = {(section.segment_name, section.name) for section in self.bridge.sections}
+        self.assertLessEqual(
+            {("__OBJC", "__cls_refs"), ("__OBJC", "__message_refs"), ("__OBJC", "__module_info"),
+             ("__OBJC", "__image_info")}, sections)
+        self.assertFalse({name for _, name in sections if name.startswith("__objc_")})

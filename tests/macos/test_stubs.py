@@ -1,0 +1,63 @@
+"""The stand-ins for Apple's SDK and for Breakpad: they offer what the framework uses and nothing else."""
+
+import re
+import unittest
+
+from objects import Object
+from support import FRAMEWORK_SLICES, SOURCES, imports_of, object_files
+
+STUBS = SOURCES / "packaging/macos/stubs"
+LISTS = {
+    "Breakpad": STUBS / "Breakpad.framework/Breakpad.tbd",
+    "Foundation": STUBS / "Foundation.framework/Foundation.tbd",
+    "libc++": STUBS / "libc++.tbd",
+    "libobjc": STUBS / "libobjc.tbd",
+}
+HEADER = STUBS / "Foundation.framework/Headers/Foundation.h"
+
+
+def offered(path):
+    """Symbol names by processor, from one text-based list."""
+    found = {name: set() for name in FRAMEWORK_SLICES}
+    exports = path.read_text().split("exports:")[1]
+    for entry in exports.split("  - targets:")[1:]:
+        targets = re.match(r"\s*\[([^]]*)\]", entry).group(1)
+        symbols = set()
+        for kind, names in re.findall(r"(symbols|objc-classes):\s*\[([^]]*)\]", entry):
+            prefix = "_OBJC_CLASS_$_" if kind == "objc-classes" else ""
+            symbols |= {prefix + name for name in re.split(r"[,\s]+", names.strip())}
+        for target in targets.split(","):
+            found[target.strip().removesuffix("-macos")] |= symbols
+    return found
+
+
+def declared_selectors():
+    text = re.sub(r"__attribute__\(\(.*?\)\);|//.*", ";", HEADER.read_text())
+    found = set()
+    for declaration in re.findall(r"^[+-] \([^)]*\)\s*(.*?);", text, re.MULTILINE):
+        keywords = re.findall(r"(\w+:)", declaration)
+        found.add("".join(keywords) or declaration.split()[0])
+    return found
+
+
+class Stubs(unittest.TestCase):
+    maxDiff = None
+
+    def test_list_what_the_slices_use(self):
+        for library, path in LISTS.items():
+            for name, symbols in offered(path).items():
+                used = {symbol for symbol, of in imports_of(name).items() if of == library}
+                self.assertEqual(sorted(symbols), sorted(used), f"{path.name}, {name}")
+
+    def test_declare_the_messages_that_the_bridge_sends(self):
+        # The 32-bit objects name every message; elsewhere some are calls of the runtime.
+        bridge = Object(next(path for path in object_files() if path.name == "fallcatch.mm.o"))
+        content = {
+            section.name: (bytes(section.content), section.virtual_address) for section in bridge.sections}
+        references, _ = content["__message_refs"]
+        strings, start = content["__cstring"]
+        sent = set()
+        for i in range(0, len(references), 4):
+            offset = int.from_bytes(references[i:i + 4], "little") - start
+            sent.add(strings[offset:strings.index(b"\0", offset)].decode())
+        self.assertEqual(sorted(declared_selectors()), sorted(sent))
