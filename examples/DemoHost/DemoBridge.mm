@@ -16,6 +16,8 @@
 
 namespace {
 
+constexpr int kHour = 3600;
+
 std::string keyOf(const std::wstring& parameter)
 {
     const std::wstring key = parameter.substr(0, parameter.find(L'='));
@@ -78,16 +80,14 @@ void printConfiguration(const DemoOptions& options)
     }
 }
 
-void printTestCommands()
+void printTestCommands(const CrashRequest& request)
 {
-    int codes[2] = { -1, -1 };
-    const int count = GetTestCommandsList(codes, 2);
-    std::printf("  GetTestCommandsList returned %d", count);
-    if (count > 0) {
-        std::printf(": crash on the %s thread", codes[0] == 0 ? "main" : "worker");
+    std::printf("  GetTestCommandsList returned %d", request.mCount);
+    if (request.mCount > 0) {
+        std::printf(": crash on the %s thread", request.mCodes[0] == 0 ? "main" : "worker");
     }
-    if (count > 1) {
-        std::printf(", type %d", codes[1]);
+    if (request.IsComplete()) {
+        std::printf(", type %d", request.mCodes[1]);
     }
     std::puts("");
 }
@@ -104,7 +104,7 @@ void* createReporter(const DemoOptions& options)
 
 } // namespace
 
-bool ShowBridge(const DemoOptions& options)
+bool ShowBridge(const DemoOptions& options, CrashRequest& request)
 {
     NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
     void* reporter = createReporter(options);
@@ -112,9 +112,13 @@ bool ShowBridge(const DemoOptions& options)
         std::puts("The configuration that the reporter received from FallcatchInit:\n");
         printConfiguration(options);
         std::puts("\nThe other three functions:\n");
-        FallcatchSetReportInterval(reporter, 3600);
-        printTestCommands();
-        FallcatchRelease(reporter);
+        request.mCount = GetTestCommandsList(request.mCodes, 2);
+        printTestCommands(request);
+        // A tester wants every report; a product, one an hour.
+        FallcatchSetReportInterval(reporter, request.IsComplete() ? 0 : kHour);
+        if (!request.IsComplete()) {
+            FallcatchRelease(reporter);
+        }
         for (const std::string& call : RecordedCalls()) {
             std::printf("  the reporter was told: %s\n", call.c_str());
         }

@@ -1,5 +1,7 @@
 #include "DemoOptions.h"
 
+#include "CrashTypes.h"
+
 #include <getopt.h>
 
 #include <cstdio>
@@ -91,17 +93,16 @@ DemoOptions ReadOptions(int argc, char** argv)
 
 void PrintHelp()
 {
-    std::puts("usage: DemoHost [--url URL] [--parameter KEY=VALUE ...] [-serverName URL] [-tcmt|-tcwt [TYPE]]\n"
-              "\n"
-              "Shows all of fallcatch at work in one host.\n"
-              "\n"
-              "  --url URL              the submission URL that this host prefers; may be empty\n"
-              "  --parameter KEY=VALUE  handed to FallcatchInit; \"ver\" and \"prod\" are short for the\n"
-              "                         version and the product; may be given more than once\n"
-              "  -serverName URL        the user default that overrides every other submission URL\n"
-              "  -tcmt [TYPE]           asks for a crash on the main thread\n"
-              "  -tcwt [TYPE]           asks for a crash on a worker thread; types: TC_AR, TC_GC, TC_DIV0,\n"
-              "                         TC_DER0, TC_PUREV, TC_RECOVERABLE, TC_NONRECOVERABLE,\n"
-              "                         TC_CONSTRUCTWITHNULL\n"
-              "  --help                 this text");
+    std::printf("usage: DemoHost [--url URL] [--parameter KEY=VALUE ...] [-serverName URL] [-tcmt|-tcwt TYPE]\n"
+                "\n"
+                "Shows all of fallcatch at work in one host.\n"
+                "\n"
+                "  --url URL              the submission URL that this host prefers; may be empty\n"
+                "  --parameter KEY=VALUE  handed to FallcatchInit; \"ver\" and \"prod\" are short for the\n"
+                "                         version and the product; may be given more than once\n"
+                "  -serverName URL        the user default that overrides every other submission URL\n"
+                "  --help                 this text\n"
+                "\n"
+                "%s",
+                Crash::Help().c_str());
 }

@@ -3,7 +3,11 @@
 #include "DemoLogging.h"
 #include "DemoOptions.h"
 
+#include "BreakpadRecorder.h"
+#include "CrashTypes.h"
 #include "KxThread.h"
+
+#import <Foundation/NSException.h>
 
 #include <clocale>
 #include <cstdio>
@@ -21,6 +25,12 @@ void useLocale()
     }
 }
 
+// GNUstep would end the program by exit(1), which no crash reporter sees.
+void abortOnUncaught(NSException*)
+{
+    std::abort();
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -36,12 +46,20 @@ int main(int argc, char** argv)
         return 0;
     }
 
+    NSSetUncaughtExceptionHandler(abortOnUncaught);
     KxThread::Initialize();
     StartLogging();
-    if (!ShowBridge(options)) {
+    CrashRequest request;
+    if (!ShowBridge(options, request)) {
         std::fprintf(stderr, "DemoHost: the reporter refused the configuration\n");
         return 1;
     }
     std::puts("\nWhat the scan for a crash test logged:\n");
-    return ShowLogging() ? 0 : 1;
+    const bool complete = ShowLogging();
+    if (request.IsComplete()) {
+        std::puts("\nNow the crash that the command line asks for.");
+        std::fflush(stdout);
+        Crash::Perform(request.mCodes, request.mCount, PrepareThreadForCrash);
+    }
+    return complete ? 0 : 1;
 }

@@ -1,4 +1,5 @@
-// Stands in for Breakpad: records what it is given and reports nothing to anyone.
+// Records what the bridge tells the reporter. Two sources implement it: BreakpadRecorder.mm stands in for
+// Breakpad and reports nothing to anyone; BreakpadObserver.mm listens and passes every call on to the real one.
 #ifndef FALLCATCH_EXAMPLES_BREAKPAD_RECORDER_H
 #define FALLCATCH_EXAMPLES_BREAKPAD_RECORDER_H
 
@@ -12,5 +13,8 @@ NSDictionary* RecordedConfiguration();
 
 // One line for each call after BreakpadCreate, in order.
 const std::vector<std::string>& RecordedCalls();
+
+// Makes a thread's stack overflow reportable, where the real Breakpad is there.
+void PrepareThreadForCrash();
 
 #endif

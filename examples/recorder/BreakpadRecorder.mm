@@ -28,6 +28,8 @@ const std::vector<std::string>& RecordedCalls()
     return gCalls;
 }
 
+void PrepareThreadForCrash() { }
+
 extern "C" {
 
 void* BreakpadCreate(NSDictionary* configuration)
