@@ -1,5 +1,4 @@
-#include "CircularBufferInC.h"
-
+// The ring as a C source uses it. Called by CircularBuffer_test.cpp.
 #include "CircularBuffer.h"
 
 #include <stdlib.h>
@@ -21,6 +20,8 @@ static void* copy(void* destination, const void* source, unsigned long size)
     return memcpy(destination, source, size);
 }
 
+// Writes the text into a ring of 100 bytes and reads it back into `result`, which needs room for 101.
+// Returns the number of bytes read, or -1.
 int passTextThroughARing(const char* text, char* result)
 {
     cb_control* ring = NULL;

@@ -9,8 +9,12 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <type_traits>
 #include <vector>
+
+// In CircularBufferInC.c.
+extern "C" int passTextThroughARing(const char* text, char* result);
 
 namespace {
 
@@ -267,4 +271,12 @@ TEST_F(CircularBuffer, OwnedBlockWithoutAReleaserIsOnlyZeroed)
     EXPECT_EQ(cb_destroy(control), 0u);
     EXPECT_EQ(control->num_elem, 0u);
     std::free(control);
+}
+
+TEST_F(CircularBuffer, IsUsableFromC)
+{
+    const std::string text = "a text of more than thirty-two bytes, for the copy function";
+    char result[101] = {};
+    EXPECT_EQ(passTextThroughARing(text.c_str(), result), static_cast<int>(text.size()));
+    EXPECT_EQ(std::string(result), text);
 }
