@@ -25,6 +25,7 @@ function(fallcatch_add_consumer_test name step)
         -DGENERATOR=${CMAKE_GENERATOR}
         -DCONFIG=$<CONFIG>
         -DGLUE=$<BOOL:${FALLCATCH_GLUE}>
+        -DBREAKPAD=$<BOOL:$<TARGET_EXISTS:fallcatch_breakpad>>
         -P ${consumer_dir}/run.cmake)
     set_tests_properties(${name} PROPERTIES TIMEOUT 900 PROCESSORS 2)
 endfunction()
