@@ -6,7 +6,7 @@ namespace {
 Interposed* gHooks = nullptr;
 
 template <typename Hook, typename Real, typename... Arguments>
-auto call(Hook Interposed::*hook, Real real, Arguments... arguments)
+auto call(Hook Interposed::* hook, Real real, Arguments... arguments)
 {
     Interposed* hooks = gHooks;
     if (hooks != nullptr && hooks->*hook) {
