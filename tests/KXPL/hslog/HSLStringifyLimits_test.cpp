@@ -59,6 +59,30 @@ TEST(StringifyLimits, ValueThatCannotBeEncodedNeverShowsAnEarlierText)
     EXPECT_EQ(ring.Render(inlineRecord("", 1).WString(L"\u20AC")), " () ");
 }
 
+TEST(StringifyLimits, ValueThatCannotBeEncodedLosesItsWholePiece)
+{
+    RenderRing ring;
+    EXPECT_EQ(ring.Render(inlineRecord("x=%S y=%d", 2).WString(L"\u20AC").Int32(5)), " y=5");
+}
+
+TEST(StringifyLimits, FormatThatTheFormatterRefusesGivesNoText)
+{
+    RenderRing ring;
+    EXPECT_EQ(ring.Render(inlineRecord("100%", 0)), "");
+    EXPECT_EQ(ring.Render(inlineRecord("100%", 1).Int32(5)), " (5) ");
+}
+
+TEST(StringifyLimits, FormatterThatFailsAfterWritingGivesNoText)
+{
+    RenderRing ring;
+    Interposed hooks;
+    hooks.vsnprintfHook = [](char* output, std::size_t size, const char* format, va_list values) {
+        __real_vsnprintf(output, size, format, values);
+        return -1;
+    };
+    EXPECT_EQ(ring.Render(inlineRecord("a=%d", 1).Int32(1)), "");
+}
+
 TEST(StringifyLimits, FormatterThatFailsWithoutWritingGivesNoText)
 {
     RenderRing ring;

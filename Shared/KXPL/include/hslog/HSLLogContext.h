@@ -20,7 +20,8 @@ namespace HSL {
 // sequence numbers. A record of more than about 4,096 bytes may be cut short by the ring's end, after which
 // the collector misreads that ring until it runs empty.
 //
-// In a ring of less than 4,096 bytes dropped records and messages alternate.
+// In a ring of less than 16,384 bytes dropping ends above the level at which it starts, and in one of less than
+// 4,096 bytes every call finds the ring too full: there dropped records and messages alternate.
 class CLogContext {
 public:
     // Registers itself with the manager, which must exist. `name` is copied. A size of 0 takes the manager's
