@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <functional>
 #include <set>
@@ -21,7 +22,8 @@ using HSL::CValue;
 namespace {
 
 constexpr int kThreads = 4;
-constexpr int kCalls = 2000;
+constexpr int kCalls = 7000;
+constexpr int kDiscardedCalls = 100000;
 // A record with one inline character and one int.
 constexpr std::size_t kRecordBytes = 16 + 1 + 2 + 1 + 1 + 5;
 
@@ -32,11 +34,20 @@ int int32At(const std::string& bytes, std::size_t offset)
     return value;
 }
 
+// Runs the body on several threads, which begin it together.
 void onSeveralThreads(const std::function<void(int)>& body)
 {
+    std::atomic<int> waiting { kThreads };
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back(body, i);
+        threads.emplace_back([&waiting, &body, i] {
+            --waiting;
+            while (waiting > 0) {
+                std::this_thread::yield();
+            }
+            body(i);
+        });
     }
     for (std::thread& thread : threads) {
         thread.join();
@@ -119,9 +130,9 @@ TEST(CLogContextThreads, DiscardedMessagesOfSeveralThreadsTakeEveryNumberOnce)
         CLogContext* context = manager->GetTLSContext();
         context->mDropping = true;
         context->mLowWater = 0;
-        for (int call = 0; call < kCalls; ++call) {
+        for (int call = 0; call < kDiscardedCalls; ++call) {
             context->Log(CCat(3), "x");
         }
     });
-    EXPECT_EQ(manager->mSequence, kThreads * kCalls);
+    EXPECT_EQ(manager->mSequence, kThreads * kDiscardedCalls);
 }

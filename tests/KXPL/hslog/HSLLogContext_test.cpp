@@ -41,7 +41,7 @@ std::unique_ptr<CLogContext> makeContext(int size, const char* name = "context")
 
 template <typename A, typename B> bool liesBefore(const A& a, const B& b)
 {
-    return reinterpret_cast<const char*>(&a) + sizeof a <= reinterpret_cast<const char*>(&b);
+    return reinterpret_cast<const char*>(&a) + sizeof(A) <= reinterpret_cast<const char*>(&b);
 }
 
 } // namespace

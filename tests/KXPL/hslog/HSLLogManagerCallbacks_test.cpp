@@ -8,7 +8,6 @@
 
 #include <string>
 
-using HSL::CLogContext;
 using HSL::CLogManager;
 
 namespace {

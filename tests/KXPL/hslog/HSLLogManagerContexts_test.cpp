@@ -301,8 +301,7 @@ TEST(CLogManagerContexts, DestructorDeletesOwnedContextsAndForgetsTheOthers)
 {
     BareManager manager;
     const std::unique_ptr<CLogContext> hosts(newObservedContext());
-    const auto adopted = new CLogContext("adopted", 8192, CLogContext::MallocFunc, observedFree);
-    manager->AdoptTLSContext(adopted);
+    manager->AdoptTLSContext(new CLogContext("adopted", 8192, CLogContext::MallocFunc, observedFree));
     manager.Destroy();
     EXPECT_EQ(gFreed, 1);
     EXPECT_EQ(hosts->mName, "observed");

@@ -226,7 +226,7 @@ TEST_F(CLogManagerLifecycle, ManagerMadeAfterAnAdoptionIsLeftBehindByCleanup)
     ASSERT_NE(made, &other);
     CLogManager::Cleanup();
     EXPECT_FALSE(CLogManager::IsInitialized());
-    EXPECT_EQ(mThread.mJoined, 0);
+    ASSERT_EQ(mThread.mJoined, 0);
     EXPECT_EQ(made->mContexts.size(), 1u);
     EXPECT_FALSE(made->mShutdown);
 

@@ -8,7 +8,6 @@
 
 #include <functional>
 
-using HSL::CLogContext;
 using HSL::CLogManager;
 
 namespace {

@@ -17,7 +17,7 @@ namespace {
 
 template <typename A, typename B> bool liesBefore(const A& a, const B& b)
 {
-    return reinterpret_cast<const char*>(&a) + sizeof a <= reinterpret_cast<const char*>(&b);
+    return reinterpret_cast<const char*>(&a) + sizeof(A) <= reinterpret_cast<const char*>(&b);
 }
 
 // Which ranges a client may use.
