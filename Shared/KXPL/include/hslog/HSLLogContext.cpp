@@ -7,6 +7,7 @@
 #include "../KxTime.h"
 
 #include <cstdlib>
+#include <memory>
 
 namespace HSL {
 namespace {
@@ -51,18 +52,15 @@ CLogContext::CLogContext(const char* name, int size, void* (*mallocFunc)(int), v
     }
     mHighWater = size - kReserveBytes;
     mLowWater = static_cast<int>(size * kLowWaterShare);
-    mBuffer = new CCircularBuffer(1, static_cast<unsigned int>(size), mallocFunc, freeFunc,
-                                  CCircularBuffer::CopyFunc);
+    // Registration may run out of memory, and no destructor runs for an object whose constructor throws.
+    auto ring = std::make_unique<CCircularBuffer>(1u, static_cast<unsigned int>(size), mallocFunc, freeFunc,
+                                                  CCircularBuffer::CopyFunc);
+    mBuffer = ring.get();
     // Last: from here on a collection pass may look at this object.
     if (manager != nullptr) {
-        try {
-            manager->AddContext(this);
-        } catch (...) {
-            // Out of memory. No destructor runs for an object whose constructor throws.
-            delete mBuffer;
-            throw;
-        }
+        manager->AddContext(this);
     }
+    ring.release();
 }
 
 CLogContext::~CLogContext()
