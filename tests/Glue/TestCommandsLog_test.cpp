@@ -67,7 +67,7 @@ public:
             record.categories.push_back(std::to_string(Number(1)));
         }
         record.formatKind = static_cast<int>(Number(1));
-        record.format = Take(Number(2));
+        record.format = Take(static_cast<std::size_t>(Number(2)));
         record.values = static_cast<int>(Number(1));
         if (record.values > 0) {
             record.tag = static_cast<int>(Number(1));
