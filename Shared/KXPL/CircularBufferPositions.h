@@ -39,16 +39,18 @@ inline bool isFull(const cb_control* control, unsigned int readOffset, unsigned 
         || (writeOffset == control->end_offset && readOffset == control->start_offset);
 }
 
+inline unsigned int bytesUsed(const cb_control* control, unsigned int readOffset, unsigned int writeOffset)
+{
+    if (writeOffset >= readOffset) {
+        return writeOffset - readOffset;
+    }
+    return writeOffset - readOffset + control->end_offset + control->elem_size - control->start_offset;
+}
+
 inline unsigned int numElemUsed(const cb_control* control, unsigned int readOffset, unsigned int writeOffset)
 {
-    if (writeOffset == readOffset) {
-        return 0;
-    }
-    if (writeOffset > readOffset) {
-        return (writeOffset - readOffset) / control->elem_size;
-    }
-    return (writeOffset - readOffset + control->end_offset + control->elem_size - control->start_offset)
-        / control->elem_size;
+    const unsigned int bytes = bytesUsed(control, readOffset, writeOffset);
+    return bytes == 0 ? 0 : bytes / control->elem_size;
 }
 
 // Acquires the reader's position: what it has read is read, so its slots may be overwritten. Partner: the

@@ -1,6 +1,6 @@
 #include "KxTime.h"
 
-#include <sys/time.h>
+#include "KxSplitTime.h"
 
 #include <cstdint>
 #include <ctime>
@@ -15,13 +15,16 @@ constexpr int kLargestSecondsAsMicroseconds = 0x3FFFF;
 
 void KxTime::SetToCurrentTime()
 {
-    struct timeval now;
-    struct timezone ignored;
+    const KxClockReading now = KxClockReading::Take();
     mIsInfinite = false;
-    mMicroseconds = 0;
-    if (gettimeofday(&now, &ignored) == 0) {
-        mMicroseconds = static_cast<std::int32_t>(now.tv_sec) * kMicrosecondsPerSecond + now.tv_usec;
-    }
+    mMicroseconds = now.mSeconds * kMicrosecondsPerSecond + now.mMicroseconds;
+}
+
+KxSplitTime KxSplitTime::Of(long long time)
+{
+    const unsigned int seconds = static_cast<unsigned int>(time / kMicrosecondsPerSecond);
+    return { seconds,
+             static_cast<unsigned int>(time) - seconds * static_cast<unsigned int>(kMicrosecondsPerSecond) };
 }
 
 int ConvertKxTimeToMacDuration(const KxTime& time)

@@ -33,4 +33,11 @@ template <typename T> inline void KxStoreRelaxed(T& to, T value)
     __atomic_store_n(&to, value, __ATOMIC_RELAXED);
 }
 
+// Keeps what lies in front of it and what lies behind it out of one cache line: 64 bytes on every x86
+// processor, and as much again because they fetch lines in pairs. No alignment is asked for, so objects that
+// hold one go into any memory.
+struct KxCacheLineGap {
+    unsigned char mUnused[128];
+};
+
 #endif

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -211,4 +212,15 @@ TEST(CLogContext, FailedRingAllocationDoesNotDisturbACollectionPass)
     EXPECT_FALSE(manager->Collect());
     EXPECT_EQ(lines, 0);
     EXPECT_EQ(context.mRecordCount, 0);
+}
+
+// A counter that several threads change must not slow down what lies beside it.
+TEST(CLogContext, RecordCountSharesNoCacheLine)
+{
+    constexpr std::ptrdiff_t kLine = 64;
+    BareManager manager;
+    const CLogContext context("context", 65536, CLogContext::MallocFunc, CLogContext::FreeFunc);
+    const char* count = reinterpret_cast<const char*>(&context.mRecordCount);
+    EXPECT_GE(count - reinterpret_cast<const char*>(&context.mBuffer + 1), kLine);
+    EXPECT_GE(reinterpret_cast<const char*>(&context.mName) - (count + sizeof context.mRecordCount), kLine);
 }

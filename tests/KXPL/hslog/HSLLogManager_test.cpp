@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstddef>
 #include <random>
 #include <string>
 #include <type_traits>
@@ -342,4 +343,16 @@ TEST(CLogManager, FormatStringEntryAssignsItsMembersInTheirOrder)
     EXPECT_EQ(target.mWString, L"wide");
     EXPECT_TRUE(liesBefore(target.mNarrow, target.mString));
     EXPECT_TRUE(liesBefore(target.mString, target.mWString));
+}
+
+// The number that every log call of every thread raises must not slow down what lies beside it.
+TEST(CLogManager, SequenceNumberSharesNoCacheLine)
+{
+    constexpr std::ptrdiff_t kLine = 64;
+    const CLogManager manager;
+    const char* sequence = reinterpret_cast<const char*>(&manager.mSequence);
+    EXPECT_GE(sequence - reinterpret_cast<const char*>(&manager.mTLSContext + 1), kLine);
+    EXPECT_GE(reinterpret_cast<const char*>(&manager.mDefaultContextSize)
+                  - (sequence + sizeof manager.mSequence),
+              kLine);
 }

@@ -17,12 +17,26 @@
 namespace HSL {
 
 // The module's manager; null before CLogManager::Initialize.
-CLogManager* LogManager();
+inline CLogManager* LogManager()
+{
+    return CLogManager::Instance();
+}
 
 // Logs to the calling thread's context; returns at once while there is no manager or it is switched off. More
 // values, and format ids, are for CLogContext::Log on LogManager()->GetTLSContext().
-void HSLog(const CCat& cat, const char* format);
-void HSLog(const CCat& cat, const char* format, const CValue& value);
+[[gnu::always_inline]] inline void HSLog(const CCat& cat, const char* format)
+{
+    if (CLogManager::IsEnabled()) {
+        LogManager()->GetTLSContext()->Log(cat, format);
+    }
+}
+
+[[gnu::always_inline]] inline void HSLog(const CCat& cat, const char* format, const CValue& value)
+{
+    if (CLogManager::IsEnabled()) {
+        LogManager()->GetTLSContext()->Log(cat, format, value);
+    }
+}
 
 } // namespace HSL
 

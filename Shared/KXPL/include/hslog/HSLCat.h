@@ -18,7 +18,7 @@ public:
         , mCodes { code }
     {
     }
-    ~CCat() { }
+    ~CCat() = default;
 
     CCat(const CCat&) = default;
     CCat& operator=(const CCat&) = default;

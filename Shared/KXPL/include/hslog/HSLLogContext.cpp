@@ -3,8 +3,9 @@
 #include "HSLLogManager.h"
 #include "HSLRecord.h"
 
+#include "../../CircularBufferPositions.h"
+#include "../../KxSplitTime.h"
 #include "../KxAtomic.h"
-#include "../KxTime.h"
 
 #include <cstdlib>
 #include <memory>
@@ -13,23 +14,14 @@ namespace HSL {
 namespace {
 
 constexpr double kLowWaterShare = 0.75;
-constexpr long long kMicrosecondsPerSecond = 1000000;
+constexpr unsigned char kMarker = 0;
 
-int nextSequenceNum()
+void writeValues(CCircularBuffer& buffer, const CRecordValue* values, int count)
 {
-    return KxAtomicAdd32Barrier(1, &CLogManager::Instance()->mSequence);
-}
-
-void writeFormat(CCircularBuffer& buffer, const char* format)
-{
-    WriteField(buffer, kFormatInline);
-    WriteNarrowText(buffer, format);
-}
-
-void writeFormat(CCircularBuffer& buffer, short formatId)
-{
-    WriteField(buffer, kFormatId);
-    WriteField(buffer, formatId);
+    WriteField(buffer, static_cast<unsigned char>(count));
+    for (int i = 0; i < count; ++i) {
+        WriteValue(buffer, values[i]);
+    }
 }
 
 unsigned char clampedDepth(int depth)
@@ -91,40 +83,75 @@ void CLogContext::SetName(const char* name)
 
 void CLogContext::LogPre(const CCat& cat)
 {
-    const unsigned char marker = 0;
-    WriteField(*mBuffer, marker);
+    WriteHeader(cat, KxAtomicAdd32Barrier(1, &CLogManager::Instance()->mSequence));
+}
 
-    const int sequence = nextSequenceNum();
+void CLogContext::WriteHeader(const CCat& cat, int sequence)
+{
+    WriteField(*mBuffer, kMarker);
     WriteField(*mBuffer, sequence);
-
-    KxTime now;
-    now.SetToCurrentTime();
-    const unsigned int seconds = static_cast<unsigned int>(now.mMicroseconds / kMicrosecondsPerSecond);
-    WriteField(*mBuffer, seconds);
-    const unsigned int microseconds = static_cast<unsigned int>(now.mMicroseconds)
-        - seconds * static_cast<unsigned int>(kMicrosecondsPerSecond);
-    WriteField(*mBuffer, microseconds);
-
+    const KxSplitTime time = KxSplitTime::Current();
+    WriteField(*mBuffer, time.mSeconds);
+    WriteField(*mBuffer, time.mMicroseconds);
     const unsigned char depth = clampedDepth(mDepth);
     WriteField(*mBuffer, depth);
     cat.Serialize(mBuffer);
 }
 
-void CLogContext::LogPost()
+// Begins a record of `size` bytes, if it may be written and there is a place for it in one piece: stores the
+// header but for the time, and publishes the fields in front of that.
+CRecordPublisher CLogContext::Begin(const CCat& cat, int sequence, unsigned int size)
 {
-    // Publishes the record's bytes. Partner: the acquire of mRecordCount in CLogManager::Collect.
-    KxAtomicAdd32Barrier(1, &mRecordCount);
+    cb_control* control = mBuffer->mControl;
+    if (control == nullptr || control->elem_size != 1) {
+        return BeginByWrites(cat, sequence);
+    }
+    const unsigned int offset = control->write_offset;
+    const unsigned int used = KXPL::bytesUsed(control, KXPL::readerPosition(control), offset);
+    if (mDropping || static_cast<int>(used) >= mHighWater || used + size > control->num_elem
+        || offset + size > control->end_offset || cat.mCount != 1) {
+        return BeginByWrites(cat, sequence);
+    }
+    unsigned char* at = KXPL::slotAt(control, offset);
+    at = StoreField(at, kMarker);
+    at = StoreField(at, sequence);
+    at += sizeof(KxSplitTime);
+    at = StoreField(at, clampedDepth(mDepth));
+    at = StoreField(at, cat.mCount);
+    StoreField(at, cat.mCodes[0]);
+    CRecordPublisher publisher { control, offset };
+    publisher.Pass(sizeof kMarker);
+    publisher.Pass(sizeof sequence);
+    return publisher;
+}
+
+// For all that is seldom: measures anew and looks at everything.
+CRecordPublisher CLogContext::BeginByWrites(const CCat& cat, int sequence)
+{
+    return { nullptr, HasRoom(cat, sequence) ? kPieceByPiece : kNothingToWrite };
+}
+
+// Stores the time of a record that Begin began, and publishes the rest of the header.
+CRecordPublisher CLogContext::PublishHeader(CRecordPublisher publisher)
+{
+    const KxSplitTime time = KxSplitTime::Current();
+    StoreField(StoreField(publisher.At(0), time.mSeconds), time.mMicroseconds);
+    publisher.Pass(sizeof time.mSeconds);
+    publisher.Pass(sizeof time.mMicroseconds);
+    publisher.Pass(1); // the depth
+    publisher.Pass(1); // the number of categories
+    publisher.Pass(1); // the category
+    return publisher;
 }
 
 // Whether the message may be written. Without room it is replaced by a dropped-messages record, or discarded.
-bool CLogContext::HasRoom(const CCat& cat)
+bool CLogContext::HasRoom(const CCat& cat, int sequence)
 {
     const int used =
         mBuffer->mControl != nullptr ? static_cast<int>(cb_get_num_elem_used(mBuffer->mControl)) : 0;
     if (mDropping) {
         if (used >= mLowWater) {
-            nextSequenceNum(); // the gap tells readers that a message is missing
-            return false;
+            return false; // its number is a gap that tells readers of a missing message
         }
         mDropping = false;
         return true;
@@ -133,155 +160,29 @@ bool CLogContext::HasRoom(const CCat& cat)
         return true;
     }
     mDropping = true;
-    LogPre(cat);
-    writeFormat(*mBuffer, kDroppedText);
-    const unsigned char noValues = 0;
-    WriteField(*mBuffer, noValues);
-    LogPost();
+    RecordByWrites(cat, sequence, MeasureFormat(kDroppedText), nullptr, 0);
     return false;
 }
 
-template <typename Format, typename... Values>
-void CLogContext::Record(const CCat& cat, Format format, const Values&... values)
+// A record field by field, each by a Write of its own, for a place that is not in one piece.
+void CLogContext::RecordByWrites(const CCat& cat, int sequence, CRecordFormatText format,
+                                 const CRecordValue* values, int count)
 {
-    CLogManager* manager = CLogManager::Instance();
-    if (manager == nullptr || !manager->PassesFilter(cat.UsableCount(), cat.mCodes) || !HasRoom(cat)) {
-        return;
-    }
-    LogPre(cat);
-    writeFormat(*mBuffer, format);
-    const unsigned char count = sizeof...(values);
-    WriteField(*mBuffer, count);
-    (values.Serialize(mBuffer), ...);
+    WriteHeader(cat, sequence);
+    WriteField(*mBuffer, kFormatInline);
+    WriteText(*mBuffer, format.mText);
+    writeValues(*mBuffer, values, count);
     LogPost();
 }
 
-void CLogContext::Log(const CCat& cat, const char* format)
+void CLogContext::RecordByWrites(const CCat& cat, int sequence, CRecordFormatId format,
+                                 const CRecordValue* values, int count)
 {
-    Record(cat, format);
-}
-
-void CLogContext::Log(const CCat& cat, const char* format, const CValue& v1)
-{
-    Record(cat, format, v1);
-}
-
-void CLogContext::Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2)
-{
-    Record(cat, format, v1, v2);
-}
-
-void CLogContext::Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3)
-{
-    Record(cat, format, v1, v2, v3);
-}
-
-void CLogContext::Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4)
-{
-    Record(cat, format, v1, v2, v3, v4);
-}
-
-void CLogContext::Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4, const CValue& v5)
-{
-    Record(cat, format, v1, v2, v3, v4, v5);
-}
-
-void CLogContext::Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4, const CValue& v5, const CValue& v6)
-{
-    Record(cat, format, v1, v2, v3, v4, v5, v6);
-}
-
-void CLogContext::Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7)
-{
-    Record(cat, format, v1, v2, v3, v4, v5, v6, v7);
-}
-
-void CLogContext::Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8)
-{
-    Record(cat, format, v1, v2, v3, v4, v5, v6, v7, v8);
-}
-
-void CLogContext::Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8,
-                      const CValue& v9)
-{
-    Record(cat, format, v1, v2, v3, v4, v5, v6, v7, v8, v9);
-}
-
-void CLogContext::Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8,
-                      const CValue& v9, const CValue& v10)
-{
-    Record(cat, format, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
-}
-
-void CLogContext::Log(const CCat& cat, short formatId)
-{
-    Record(cat, formatId);
-}
-
-void CLogContext::Log(const CCat& cat, short formatId, const CValue& v1)
-{
-    Record(cat, formatId, v1);
-}
-
-void CLogContext::Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2)
-{
-    Record(cat, formatId, v1, v2);
-}
-
-void CLogContext::Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3)
-{
-    Record(cat, formatId, v1, v2, v3);
-}
-
-void CLogContext::Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4)
-{
-    Record(cat, formatId, v1, v2, v3, v4);
-}
-
-void CLogContext::Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4, const CValue& v5)
-{
-    Record(cat, formatId, v1, v2, v3, v4, v5);
-}
-
-void CLogContext::Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4, const CValue& v5, const CValue& v6)
-{
-    Record(cat, formatId, v1, v2, v3, v4, v5, v6);
-}
-
-void CLogContext::Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7)
-{
-    Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7);
-}
-
-void CLogContext::Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8)
-{
-    Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8);
-}
-
-void CLogContext::Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8,
-                      const CValue& v9)
-{
-    Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9);
-}
-
-void CLogContext::Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                      const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8,
-                      const CValue& v9, const CValue& v10)
-{
-    Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
+    WriteHeader(cat, sequence);
+    WriteField(*mBuffer, kFormatId);
+    WriteField(*mBuffer, format.mId);
+    writeValues(*mBuffer, values, count);
+    LogPost();
 }
 
 } // namespace HSL

@@ -3,11 +3,14 @@
 #define HSLOG_HSL_LOG_CONTEXT_H
 
 #include "HSLCat.h"
+#include "HSLLogManager.h"
+#include "HSLRecordPlace.h"
 #include "HSLValue.h"
 
-#include <string>
+#include "../CircularBuffer.h"
+#include "../KxAtomic.h"
 
-class CCircularBuffer;
+#include <string>
 
 namespace HSL {
 
@@ -43,7 +46,11 @@ public:
     // The two halves of a record's frame, for code that writes records of its own: LogPre takes a sequence
     // number and writes the header; LogPost publishes the record, after its last byte.
     void LogPre(const CCat& cat);
-    void LogPost();
+    void LogPost()
+    {
+        // Publishes the record's bytes. Partner: the acquire of mRecordCount in CLogManager::Collect.
+        KxAtomicAdd32Barrier(1, &mRecordCount);
+    }
 
     // `format` is printf-style; each conversion takes one value. The text is copied into the record.
     //
@@ -54,64 +61,188 @@ public:
     // Nothing checks that a conversion suits its value: "%s" with anything but a const char* reads memory at
     // that value, and so does a "%s" without any value; "%n" writes. Text that a user or a file supplies must
     // never be the format: pass it as a value under "%s".
-    void Log(const CCat& cat, const char* format);
-    void Log(const CCat& cat, const char* format, const CValue& v1);
-    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2);
-    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3);
-    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4);
-    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4, const CValue& v5);
-    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4, const CValue& v5, const CValue& v6);
-    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7);
-    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8);
-    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8,
-             const CValue& v9);
-    void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8,
-             const CValue& v9, const CValue& v10);
+    [[gnu::always_inline]] void Log(const CCat& cat, const char* format) { Record(cat, format); }
+    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1)
+    {
+        Record(cat, format, v1);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2)
+    {
+        Record(cat, format, v1, v2);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                                    const CValue& v3)
+    {
+        Record(cat, format, v1, v2, v3);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4)
+    {
+        Record(cat, format, v1, v2, v3, v4);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4, const CValue& v5)
+    {
+        Record(cat, format, v1, v2, v3, v4, v5);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6)
+    {
+        Record(cat, format, v1, v2, v3, v4, v5, v6);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
+                                    const CValue& v7)
+    {
+        Record(cat, format, v1, v2, v3, v4, v5, v6, v7);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
+                                    const CValue& v7, const CValue& v8)
+    {
+        Record(cat, format, v1, v2, v3, v4, v5, v6, v7, v8);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
+                                    const CValue& v7, const CValue& v8, const CValue& v9)
+    {
+        Record(cat, format, v1, v2, v3, v4, v5, v6, v7, v8, v9);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
+                                    const CValue& v7, const CValue& v8, const CValue& v9, const CValue& v10)
+    {
+        Record(cat, format, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
+    }
 
     // The same with an id from CLogManager::AddFormatString, cut to 16 bits: ids 0 to 32767 can be used. -1
     // shows as an error text. Any other id outside the manager's table is not noticed and acts as an empty
     // format.
-    void Log(const CCat& cat, short formatId);
-    void Log(const CCat& cat, short formatId, const CValue& v1);
-    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2);
-    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3);
-    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4);
-    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4, const CValue& v5);
-    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4, const CValue& v5, const CValue& v6);
-    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7);
-    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8);
-    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8,
-             const CValue& v9);
-    void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-             const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7, const CValue& v8,
-             const CValue& v9, const CValue& v10);
+    [[gnu::always_inline]] void Log(const CCat& cat, short formatId) { Record(cat, formatId); }
+    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1)
+    {
+        Record(cat, formatId, v1);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2)
+    {
+        Record(cat, formatId, v1, v2);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
+                                    const CValue& v3)
+    {
+        Record(cat, formatId, v1, v2, v3);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4)
+    {
+        Record(cat, formatId, v1, v2, v3, v4);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4, const CValue& v5)
+    {
+        Record(cat, formatId, v1, v2, v3, v4, v5);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6)
+    {
+        Record(cat, formatId, v1, v2, v3, v4, v5, v6);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
+                                    const CValue& v7)
+    {
+        Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
+                                    const CValue& v7, const CValue& v8)
+    {
+        Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
+                                    const CValue& v7, const CValue& v8, const CValue& v9)
+    {
+        Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9);
+    }
+    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
+                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
+                                    const CValue& v7, const CValue& v8, const CValue& v9, const CValue& v10)
+    {
+        Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
+    }
 
     CCircularBuffer* mBuffer; // owned
-    int mRecordCount;         // complete records not yet taken; raised by the writer, lowered by the collector
-    std::string mName;        // read by the collection pass under the manager's lock
-    int mDepth;               // indentation; the owning thread may change it; recorded as 0 to 255
-    bool mDropping;           // messages are being discarded
-    int mHighWater;           // bytes in the ring from which dropping starts
-    int mLowWater;            // bytes below which it ends
+    KxCacheLineGap mGapBeforeCount;
+    int mRecordCount; // complete records not yet taken; raised by the writer, lowered by the collector
+    KxCacheLineGap mGapBehindCount;
+    std::string mName; // read by the collection pass under the manager's lock
+    int mDepth;        // indentation; the owning thread may change it; recorded as 0 to 255
+    bool mDropping;    // messages are being discarded
+    int mHighWater;    // bytes in the ring from which dropping starts
+    int mLowWater;     // bytes below which it ends
 
 private:
+    // What Begin answers when there is no place for a record as a whole; no offset is that small.
+    static constexpr unsigned int kNothingToWrite = 0;
+    static constexpr unsigned int kPieceByPiece = 1;
+
     template <typename Format, typename... Values>
-    void Record(const CCat& cat, Format format, const Values&... values);
-    bool HasRoom(const CCat& cat);
+    [[gnu::always_inline]] void Record(const CCat& cat, Format format, const Values&... values);
+    template <typename Format, typename... Values>
+    [[gnu::always_inline]] void RecordMeasured(const CCat& cat, int sequence, Format format, Values... values);
+
+    CRecordPublisher Begin(const CCat& cat, int sequence, unsigned int size);
+    CRecordPublisher BeginByWrites(const CCat& cat, int sequence);
+    static CRecordPublisher PublishHeader(CRecordPublisher publisher);
+    bool HasRoom(const CCat& cat, int sequence);
+    void WriteHeader(const CCat& cat, int sequence);
+    void RecordByWrites(const CCat& cat, int sequence, CRecordFormatText format, const CRecordValue* values,
+                        int count);
+    void RecordByWrites(const CCat& cat, int sequence, CRecordFormatId format, const CRecordValue* values,
+                        int count);
 };
+
+// The fields' order in a record is told in HSLRecord.h.
+template <typename Format, typename... Values>
+inline void CLogContext::Record(const CCat& cat, Format format, const Values&... values)
+{
+    CLogManager* manager = CLogManager::Instance();
+    if (manager != nullptr && manager->PassesFilter(cat.UsableCount(), cat.mCodes)) {
+        // Whether it is written, replaced or discarded, a message that passes takes one number. Taking it at
+        // once lets the processor look at the ring while it waits for the shared counter.
+        const int sequence = KxAtomicAdd32Barrier(1, &manager->mSequence);
+        RecordMeasured(cat, sequence, MeasureFormat(format), MeasureValue(values)...);
+    }
+}
+
+// Nearly always the record lies in one piece of free ring. Then its bytes are stored first, so that they are on
+// their way to the cache while the clock is read, and behind that the write position moves over them field by
+// field.
+template <typename Format, typename... Values>
+inline void CLogContext::RecordMeasured(const CCat& cat, int sequence, Format format, Values... values)
+{
+    constexpr unsigned char kCount = sizeof...(values);
+    CRecordPublisher publisher =
+        Begin(cat, sequence, kRecordHeaderSize + format.Size() + (1 + ... + values.Size()));
+    if (publisher.mOffset <= kPieceByPiece) {
+        if (publisher.mOffset == kPieceByPiece) {
+            const CRecordValue all[] = { values..., {} };
+            RecordByWrites(cat, sequence, format, all, kCount);
+        }
+        return;
+    }
+    unsigned char* at = publisher.At(kRecordHeaderSize - kBeforeTime);
+    at = StoreFormat(publisher.mControl, at, format);
+    at = StoreField(at, kCount);
+    ((at = StoreValue(publisher.mControl, at, values)), ...);
+
+    publisher = PublishHeader(publisher);
+    PublishFormat(publisher, format);
+    publisher.Pass(1);
+    (PublishValue(publisher, values), ...);
+    LogPost();
+}
 
 } // namespace HSL
 

@@ -120,19 +120,15 @@ void CLogManager::Cleanup()
     KxStoreRelease(msThis, static_cast<CLogManager*>(nullptr));
 }
 
-CLogContext* CLogManager::GetTLSContext()
+CLogContext* CLogManager::MakeTLSContext()
 {
-    CLogContext* context = mTLSContext.Get();
-    if (context != nullptr) {
-        return context;
-    }
     // msThis, not this: in a module that adopted a manager the context belongs to the adopted one.
     CLogManager* manager = Instance();
     const std::string name = "TID " + currentThreadNumber();
     auto made = std::make_unique<CLogContext>(name.c_str(), static_cast<int>(manager->mDefaultContextSize),
                                               CLogContext::MallocFunc, CLogContext::FreeFunc);
     manager->AdoptTLSContext(made.get());
-    context = made.release();
+    CLogContext* context = made.release();
     mTLSContext.Set(context);
     return context;
 }
@@ -174,24 +170,9 @@ void CLogManager::SetEnable(bool on)
     KxStoreRelaxed(mEnabled, on);
 }
 
-bool CLogManager::GetFilterValue(unsigned char cat) const
-{
-    return KxLoadRelaxed(mFilter[cat]) != 0;
-}
-
 void CLogManager::SetFilterValue(unsigned char cat, bool on)
 {
     KxStoreRelaxed(mFilter[cat], static_cast<unsigned char>(on));
-}
-
-bool CLogManager::PassesFilter(unsigned char count, const unsigned char* cats)
-{
-    for (unsigned char i = 0; i < count; ++i) {
-        if (GetFilterValue(cats[i])) {
-            return true;
-        }
-    }
-    return false;
 }
 
 bool CLogManager::RegisterCategoryRange(int first, int last)

@@ -81,7 +81,11 @@ public:
 
     // The calling thread's context, made on first use and named "TID " and the thread's number. Owned by the
     // manager; valid until the manager goes, or the thread ends if it is a KxThread.
-    CLogContext* GetTLSContext();
+    CLogContext* GetTLSContext()
+    {
+        CLogContext* context = mTLSContext.Get();
+        return context != nullptr ? context : MakeTLSContext();
+    }
 
     void AddContext(CLogContext* context);
     void RemoveContext(CLogContext* context);
@@ -93,10 +97,18 @@ public:
     void SetEnable(bool on);
 
     // The filter is asked by every log call and again when the record is output.
-    bool GetFilterValue(unsigned char cat) const;
+    bool GetFilterValue(unsigned char cat) const { return KxLoadRelaxed(mFilter[cat]) != 0; }
     void SetFilterValue(unsigned char cat, bool on);
     // True when any of the categories is enabled; false for none.
-    bool PassesFilter(unsigned char count, const unsigned char* cats);
+    bool PassesFilter(unsigned char count, const unsigned char* cats)
+    {
+        for (unsigned char i = 0; i < count; ++i) {
+            if (GetFilterValue(cats[i])) {
+                return true;
+            }
+        }
+        return false;
+    }
 
     // Whether a client may use the categories first to last: only ranges that start at 20 (and end at 99 at
     // most) or at 100 (119 at most). Records nothing: two clients may be told true for the same range.
@@ -140,11 +152,14 @@ public:
     std::vector<std::string> mCategoryNames;
     unsigned char mFilter[256];
     KxThreadLocal<CLogContext*> mTLSContext;
-    int mSequence;                    // number of the last record begun; shared by all threads
+    KxCacheLineGap mGapBeforeSequence;
+    int mSequence; // number of the last record begun; shared by all threads
+    KxCacheLineGap mGapBehindSequence;
     unsigned int mDefaultContextSize; // bytes; may be set before threads log
     bool mShutdown;
 
 private:
+    CLogContext* MakeTLSContext();
     int AddFormatEntry(const CFormatStringEntry& entry);
 };
 

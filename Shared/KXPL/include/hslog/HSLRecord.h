@@ -15,6 +15,8 @@
 #ifndef HSLOG_HSL_RECORD_H
 #define HSLOG_HSL_RECORD_H
 
+#include "HSLRecordPlace.h"
+
 #include "../CircularBuffer.h"
 
 #include <cstddef>
@@ -22,14 +24,8 @@
 
 namespace HSL {
 
-enum FormatKind : unsigned char {
-    kFormatInline = 1,
-    kFormatId = 3
-};
-
 constexpr short kUninitializedFormatId = -1;
 
-constexpr char kNullText[] = "<NULL>";
 constexpr char kDroppedText[] = "*** HSLOG DROPPED MESSAGE(S) ***";
 
 // Fill levels are measured before a record is begun, so this much is kept free for the record itself.
@@ -46,21 +42,28 @@ template <typename T> inline void WriteField(CCircularBuffer& buffer, const T& f
     WriteBytes(buffer, &field, static_cast<int>(sizeof field));
 }
 
-// Appends a 16-bit length and that many units; a longer text is cut to its length modulo 65,536.
-template <typename Unit> inline void WriteText(CCircularBuffer& buffer, const Unit* text, std::size_t length)
+// Appends a text's length field and its bytes.
+inline void WriteText(CCircularBuffer& buffer, CRecordText text)
 {
-    const unsigned short kept = static_cast<unsigned short>(length);
-    WriteField(buffer, kept);
-    if (kept != 0) {
-        WriteBytes(buffer, text, static_cast<int>(kept * sizeof(Unit)));
+    WriteField(buffer, text.mLength);
+    if (text.mSize != 0) {
+        WriteBytes(buffer, text.mText, static_cast<int>(text.mSize));
     }
 }
 
-// Appends a narrow text or, for null, kNullText.
-inline void WriteNarrowText(CCircularBuffer& buffer, const char* text)
+inline void WriteValue(CCircularBuffer& buffer, CRecordValue value)
 {
-    const char* shown = text != nullptr ? text : kNullText;
-    WriteText(buffer, shown, std::strlen(shown));
+    WriteField(buffer, value.mType);
+    if (IsText(value.mType)) {
+        WriteText(buffer, value.mText);
+        return;
+    }
+    unsigned char number[sizeof value.mBits];
+    const unsigned int size = NumberSize(value.mType);
+    StoreNumber(number, size, value.mBits);
+    if (size != 0) {
+        WriteBytes(buffer, number, static_cast<int>(size));
+    }
 }
 
 // Takes `size` bytes. Where the ring holds fewer, the rest of the destination becomes zero.

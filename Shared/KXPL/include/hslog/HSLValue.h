@@ -41,22 +41,82 @@ enum ValueType : unsigned char {
 //    count, which garbles that record and whatever follows it in the thread's ring.
 class CValue {
 public:
-    CValue(signed char v);
-    CValue(short v);
-    CValue(int v);
-    CValue(long long v);
-    CValue(unsigned char v);
-    CValue(unsigned short v);
-    CValue(unsigned int v);
-    CValue(unsigned long long v);
-    CValue(float v);
-    CValue(double v);
-    CValue(long v);
-    CValue(const void* p);
-    CValue(const char* s);
-    CValue(const wchar_t* s);
-    CValue(const unsigned short* s);
-    ~CValue() { }
+    CValue(signed char v)
+        : mType(kInt8)
+    {
+        mValue.mInt8 = v;
+    }
+    CValue(short v)
+        : mType(kInt16)
+    {
+        mValue.mInt16 = v;
+    }
+    CValue(int v)
+        : mType(kInt32)
+    {
+        mValue.mInt32 = v;
+    }
+    CValue(long long v)
+        : mType(kInt64)
+    {
+        mValue.mInt64 = v;
+    }
+    CValue(unsigned char v)
+        : mType(kUInt8)
+    {
+        mValue.mUInt8 = v;
+    }
+    CValue(unsigned short v)
+        : mType(kUInt16)
+    {
+        mValue.mUInt16 = v;
+    }
+    CValue(unsigned int v)
+        : mType(kUInt32)
+    {
+        mValue.mUInt32 = v;
+    }
+    CValue(unsigned long long v)
+        : mType(kUInt64)
+    {
+        mValue.mUInt64 = v;
+    }
+    CValue(float v)
+        : mType(kFloat)
+    {
+        mValue.mFloat = v;
+    }
+    CValue(double v)
+        : mType(kDouble)
+    {
+        mValue.mDouble = v;
+    }
+    CValue(long v)
+        : mType(kLong)
+    {
+        mValue.mLong = v;
+    }
+    CValue(const void* p)
+        : mType(kPointer)
+    {
+        mValue.mPointer = p;
+    }
+    CValue(const char* s)
+        : mType(kString)
+    {
+        mValue.mString = s;
+    }
+    CValue(const wchar_t* s)
+        : mType(kWString)
+    {
+        mValue.mWString = s;
+    }
+    CValue(const unsigned short* s)
+        : mType(kUTF16String)
+    {
+        mValue.mUTF16String = s;
+    }
+    ~CValue() = default;
 
     CValue(const CValue&) = default;
     CValue& operator=(const CValue&) = default;

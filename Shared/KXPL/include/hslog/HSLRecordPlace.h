@@ -1,0 +1,314 @@
+// Storing a record's fields straight into the ring, for the log calls in HSLLogContext.h. Not for hosts.
+//
+// A field takes three steps: it is measured, its bytes are stored behind the write position, where no reader
+// looks, and then the write position is moved past it, field by field, as a Write of each field would. What
+// a value or a format is decides the steps' code; where the compiler knows the value's type, and it does at
+// nearly every log call, the steps become plain stores at the call.
+#ifndef HSLOG_HSL_RECORD_PLACE_H
+#define HSLOG_HSL_RECORD_PLACE_H
+
+#include "HSLValue.h"
+
+#include "../CircularBuffer.h"
+#include "../KxAtomic.h"
+
+#include <cstring>
+
+namespace HSL {
+
+enum FormatKind : unsigned char {
+    kFormatInline = 1,
+    kFormatId = 3
+};
+
+constexpr char kNullText[] = "<NULL>";
+
+// Bytes in front of a record's format when it has one category, and those in front of its time.
+constexpr unsigned int kRecordHeaderSize = 16;
+constexpr unsigned int kBeforeTime = 5;
+
+// A text's bytes and what its length field says.
+struct CRecordText {
+    const void* mText;
+    unsigned int mSize;     // bytes
+    unsigned short mLength; // units; of a null wide string bytes
+};
+
+// A text is cut to its length modulo 65,536 units.
+[[gnu::always_inline]] inline CRecordText MeasureText(const char* text)
+{
+    const char* shown = text != nullptr ? text : kNullText;
+    const unsigned short length = static_cast<unsigned short>(__builtin_strlen(shown));
+    return { shown, length, length };
+}
+CRecordText MeasureText(const wchar_t* text);
+CRecordText MeasureText(const unsigned short* text);
+
+// Bytes behind the tag of a value that is no text.
+constexpr unsigned int NumberSize(unsigned char type)
+{
+    switch (type) {
+    case kInt8:
+    case kUInt8:
+        return 1;
+    case kInt16:
+    case kUInt16:
+        return 2;
+    case kInt32:
+    case kUInt32:
+    case kFloat:
+        return 4;
+    case kInt64:
+    case kUInt64:
+    case kDouble:
+        return 8;
+    case kLong:
+        return sizeof(long);
+    case kPointer:
+        return sizeof(void*);
+    default:
+        return 0;
+    }
+}
+
+constexpr bool IsText(unsigned char type)
+{
+    return type == kString || type == kWString || type == kUTF16String;
+}
+
+// A value as it will lie in the record: taken apart, because a CValue handed on as a whole would have to lie in
+// memory, and the processor would wait for it there.
+struct CRecordValue {
+    unsigned char mType;
+    unsigned long long mBits; // of a number
+    CRecordText mText;        // of a text
+
+    [[gnu::always_inline]] unsigned int Size() const
+    {
+        return 1 + (IsText(mType) ? 2 + mText.mSize : NumberSize(mType));
+    }
+};
+
+// A format as it will lie in the record: kind, length and text, or kind and id.
+struct CRecordFormatText {
+    CRecordText mText;
+
+    [[gnu::always_inline]] unsigned int Size() const { return 3 + mText.mSize; }
+};
+
+struct CRecordFormatId {
+    short mId;
+
+    [[gnu::always_inline]] unsigned int Size() const { return 3; }
+};
+
+[[gnu::always_inline]] inline CRecordFormatText MeasureFormat(const char* format)
+{
+    return { MeasureText(format) };
+}
+
+[[gnu::always_inline]] inline CRecordFormatId MeasureFormat(short formatId)
+{
+    return { formatId };
+}
+
+// Moves a ring's write position over a record whose bytes are stored. The record is in one piece, so that the
+// position only grows.
+struct CRecordPublisher {
+    cb_control* mControl;
+    unsigned int mOffset;
+
+    unsigned char* At(unsigned int distance) const
+    {
+        return reinterpret_cast<unsigned char*>(mControl) + mOffset + distance;
+    }
+
+    [[gnu::always_inline]] void Pass(unsigned int size)
+    {
+        mOffset += size;
+        // Publishes the field's bytes. Partner: the reader's acquire of the write position.
+        KxStoreRelease(mControl->write_offset, mOffset);
+    }
+
+    // A text without bytes is no field.
+    [[gnu::always_inline]] void PassText(CRecordText text)
+    {
+        Pass(2);
+        if (text.mSize != 0) {
+            Pass(text.mSize);
+        }
+    }
+};
+
+// Copies as the ring's own writes do: more than 32 bytes by its copy function, if it has one.
+void CopyText(const cb_control* control, unsigned char* to, const void* text, unsigned int size);
+
+template <typename T> [[gnu::always_inline]] inline unsigned char* StoreField(unsigned char* at, T field)
+{
+    std::memcpy(at, &field, sizeof field);
+    return at + sizeof field;
+}
+
+[[gnu::always_inline]] inline unsigned char* StoreText(const cb_control* control, unsigned char* at,
+                                                       CRecordText text)
+{
+    at = StoreField(at, text.mLength);
+    if (__builtin_constant_p(text.mSize) && text.mSize <= 32) {
+        std::memcpy(at, text.mText, text.mSize);
+    } else {
+        CopyText(control, at, text.mText, text.mSize);
+    }
+    return at + text.mSize;
+}
+
+[[gnu::always_inline]] inline unsigned char* StoreFormat(const cb_control* control, unsigned char* at,
+                                                         CRecordFormatText format)
+{
+    return StoreText(control, StoreField(at, kFormatInline), format.mText);
+}
+
+[[gnu::always_inline]] inline unsigned char* StoreFormat(const cb_control*, unsigned char* at,
+                                                         CRecordFormatId format)
+{
+    return StoreField(StoreField(at, kFormatId), format.mId);
+}
+
+[[gnu::always_inline]] inline void PublishFormat(CRecordPublisher& publisher, CRecordFormatText format)
+{
+    publisher.Pass(1);
+    publisher.PassText(format.mText);
+}
+
+[[gnu::always_inline]] inline void PublishFormat(CRecordPublisher& publisher, CRecordFormatId)
+{
+    publisher.Pass(1);
+    publisher.Pass(2);
+}
+
+template <typename T> [[gnu::always_inline]] inline unsigned long long BitsOf(T number)
+{
+    unsigned int bits;
+    static_assert(sizeof number == sizeof bits, "for float");
+    std::memcpy(&bits, &number, sizeof bits);
+    return bits;
+}
+
+template <> [[gnu::always_inline]] inline unsigned long long BitsOf(double number)
+{
+    unsigned long long bits;
+    std::memcpy(&bits, &number, sizeof bits);
+    return bits;
+}
+
+// The number's bytes, in the low end.
+[[gnu::always_inline]] inline unsigned long long NumberBits(const CValue& value)
+{
+    switch (value.mType) {
+    case kInt8:
+        return static_cast<unsigned char>(value.mValue.mInt8);
+    case kInt16:
+        return static_cast<unsigned short>(value.mValue.mInt16);
+    case kInt32:
+        return static_cast<unsigned int>(value.mValue.mInt32);
+    case kInt64:
+        return static_cast<unsigned long long>(value.mValue.mInt64);
+    case kUInt8:
+        return value.mValue.mUInt8;
+    case kUInt16:
+        return value.mValue.mUInt16;
+    case kUInt32:
+        return value.mValue.mUInt32;
+    case kUInt64:
+        return value.mValue.mUInt64;
+    case kFloat:
+        return BitsOf(value.mValue.mFloat);
+    case kDouble:
+        return BitsOf(value.mValue.mDouble);
+    case kLong:
+        return static_cast<unsigned long>(value.mValue.mLong);
+    case kPointer:
+        return reinterpret_cast<unsigned long>(value.mValue.mPointer);
+    default:
+        return 0;
+    }
+}
+
+[[gnu::always_inline]] inline unsigned char* StoreNumber(unsigned char* at, unsigned int size,
+                                                         unsigned long long bits)
+{
+    switch (size) {
+    case 1:
+        return StoreField(at, static_cast<unsigned char>(bits));
+    case 2:
+        return StoreField(at, static_cast<unsigned short>(bits));
+    case 4:
+        return StoreField(at, static_cast<unsigned int>(bits));
+    case 8:
+        return StoreField(at, bits);
+    default:
+        return at;
+    }
+}
+
+// The three steps of a value, made for code that knows its type ...
+[[gnu::always_inline]] inline CRecordValue MeasureKnownValue(const CValue& value)
+{
+    switch (value.mType) {
+    case kString:
+        return { kString, 0, MeasureText(value.mValue.mString) };
+    case kWString:
+        return { kWString, 0, MeasureText(value.mValue.mWString) };
+    case kUTF16String:
+        return { kUTF16String, 0, MeasureText(value.mValue.mUTF16String) };
+    default:
+        return { value.mType, NumberBits(value), { nullptr, 0, 0 } };
+    }
+}
+
+[[gnu::always_inline]] inline unsigned char* StoreKnownValue(const cb_control* control, unsigned char* at,
+                                                             CRecordValue value)
+{
+    at = StoreField(at, value.mType);
+    return IsText(value.mType) ? StoreText(control, at, value.mText)
+                               : StoreNumber(at, NumberSize(value.mType), value.mBits);
+}
+
+[[gnu::always_inline]] inline void PublishKnownValue(CRecordPublisher& publisher, CRecordValue value)
+{
+    publisher.Pass(1);
+    if (IsText(value.mType)) {
+        publisher.PassText(value.mText);
+    } else if (NumberSize(value.mType) != 0) {
+        publisher.Pass(NumberSize(value.mType));
+    }
+}
+
+// ... and for any value, out of line.
+CRecordValue MeasureAnyValue(CValue value);
+unsigned char* StoreAnyValue(const cb_control* control, unsigned char* at, CRecordValue value);
+CRecordPublisher PublishAnyValue(CRecordPublisher publisher, CRecordValue value);
+
+[[gnu::always_inline]] inline CRecordValue MeasureValue(const CValue& value)
+{
+    return __builtin_constant_p(value.mType) ? MeasureKnownValue(value) : MeasureAnyValue(value);
+}
+
+[[gnu::always_inline]] inline unsigned char* StoreValue(const cb_control* control, unsigned char* at,
+                                                        CRecordValue value)
+{
+    return __builtin_constant_p(value.mType) ? StoreKnownValue(control, at, value)
+                                             : StoreAnyValue(control, at, value);
+}
+
+[[gnu::always_inline]] inline void PublishValue(CRecordPublisher& publisher, CRecordValue value)
+{
+    if (__builtin_constant_p(value.mType)) {
+        PublishKnownValue(publisher, value);
+    } else {
+        publisher = PublishAnyValue(publisher, value);
+    }
+}
+
+} // namespace HSL
+
+#endif
