@@ -77,16 +77,6 @@ unsigned int CCircularBuffer::GetLastError() const
     return mControl == nullptr ? static_cast<unsigned int>(CB_ERR_NULL) : KxLoadRelaxed(mControl->last_error);
 }
 
-unsigned int CCircularBuffer::Write(const void* source, int& count)
-{
-    return cb_write(mControl, source, &count);
-}
-
-unsigned int CCircularBuffer::Read(void* destination, int& count)
-{
-    return cb_read_ex(mControl, 0, destination, &count, CB_READ_CONSUME);
-}
-
 unsigned int CCircularBuffer::Peek(unsigned int index, void* destination, int& count)
 {
     return cb_peek(mControl, index, destination, &count);

@@ -187,3 +187,21 @@ TEST(CCircularBuffer, FlagsAndErrorsAreTheRings)
     EXPECT_EQ(ring.ClearFlags(CB_FLAG_NO_OVERFLOW_ERROR), 0u);
     EXPECT_EQ(ring.GetFlags(), 1u);
 }
+
+TEST(CCircularBuffer, OnlyMoreThanThirtyTwoBytesGoThroughTheCopyFunction)
+{
+    static int copied;
+    copied = 0;
+    CCircularBuffer ring(1, 100, CCircularBuffer::MallocFunc, CCircularBuffer::FreeFunc,
+                         [](void* to, const void* from, unsigned long size) {
+                             copied += static_cast<int>(size);
+                             return std::memcpy(to, from, size);
+                         });
+    const char bytes[33] = {};
+    int count = 32;
+    ring.Write(bytes, count);
+    EXPECT_EQ(copied, 0);
+    count = 33;
+    ring.Write(bytes, count);
+    EXPECT_EQ(copied, 33);
+}

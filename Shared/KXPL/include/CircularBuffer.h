@@ -128,6 +128,10 @@ unsigned int cb_remove(cb_control* control, int* count);
 #ifdef __cplusplus
 } // extern "C"
 
+#include "KxAtomic.h"
+
+#include <cstring>
+
 // Owns one ring. Every method forwards to the cb_ function of the same meaning, so an object without a
 // control block (default constructed, or after a failed allocation) answers CB_ERR_NULL.
 class CCircularBuffer {
@@ -153,12 +157,71 @@ public:
     unsigned int GetFirstError() const;
     unsigned int GetLastError() const;
 
-    unsigned int Write(const void* source, int& count);
-    unsigned int Read(void* destination, int& count);
+    // Straight code at the call where the bytes lie in one piece of a ring of bytes; else cb_write and cb_read.
+    unsigned int Write(const void* source, int& count)
+    {
+        return WriteOnePiece(source, count) ? KxLoadRelaxed(mControl->last_error)
+                                            : cb_write(mControl, source, &count);
+    }
+    unsigned int Read(void* destination, int& count)
+    {
+        return ReadOnePiece(destination, count) ? KxLoadRelaxed(mControl->last_error)
+                                                : cb_read(mControl, destination, &count);
+    }
     unsigned int Peek(unsigned int index, void* destination, int& count);
     unsigned int Remove(int& count);
 
     cb_control* mControl; // owned; null when there is no ring
+
+private:
+    static constexpr unsigned int kLargestPlainCopy = 32; // more than that is for the copy function
+
+    // Both do all that is asked of them or nothing. The position never comes to the ring's end here, where it
+    // would have to start anew.
+    bool WriteOnePiece(const void* source, int count)
+    {
+        if (mControl == nullptr || mControl->elem_size != 1 || count <= 0) {
+            return false;
+        }
+        const unsigned int size = static_cast<unsigned int>(count);
+        const unsigned int from = mControl->write_offset;
+        // Acquires the reader's position. Partner: the releases of read_offset; what was read may be
+        // overwritten.
+        const unsigned int reader = KxLoadAcquire(mControl->read_offset);
+        const unsigned int room = from >= reader ? mControl->end_offset - from : reader - from - 1;
+        if (size > room) {
+            return false;
+        }
+        unsigned char* to = reinterpret_cast<unsigned char*>(mControl) + from;
+        if (size > kLargestPlainCopy && mControl->copy_func != nullptr) {
+            mControl->copy_func(to, source, size);
+        } else {
+            std::memcpy(to, source, size);
+        }
+        // Publishes the bytes. Partner: the acquires of write_offset.
+        KxStoreRelease(mControl->write_offset, from + size);
+        return true;
+    }
+
+    bool ReadOnePiece(void* destination, int count)
+    {
+        if (mControl == nullptr || mControl->elem_size != 1 || count <= 0) {
+            return false;
+        }
+        const unsigned int size = static_cast<unsigned int>(count);
+        const unsigned int from = mControl->read_offset;
+        // Acquires the writer's position. Partner: the releases of write_offset; the bytes before it are
+        // visible.
+        const unsigned int writer = KxLoadAcquire(mControl->write_offset);
+        const unsigned int stored = writer >= from ? writer - from : mControl->end_offset - from;
+        if (size > stored) {
+            return false;
+        }
+        std::memcpy(destination, reinterpret_cast<const unsigned char*>(mControl) + from, size);
+        // Gives the slots back. Partner: the acquires of read_offset.
+        KxStoreRelease(mControl->read_offset, from + size);
+        return true;
+    }
 };
 #endif
 
