@@ -1,14 +1,15 @@
 // What the fast paths of all converters share.
 //
-// A fast path converts whole blocks of units without branches. It takes a block only if the source goes on
-// behind it and the target has room for the most that it can give. It leaves everything else, every fault
-// included, to the loop that converts one character at a time.
+// A fast path converts whole blocks of units without branches. It takes a block only if the target has room for
+// the most that the block can give, and leaves everything else, every fault included, to the loop that converts
+// one character at a time.
 //
-// Where characters differ in length, a block is converted in two steps. First the result of every unit is
-// computed, all at once, and the number of target units that it really has. Then the results are stored one
-// over the other, each at full width, while the target advances by those numbers: what a result leaves behind
-// its end is overwritten by the next one. A block therefore ends before characters that are known to be
-// converted next, and nothing behind the target's final position is changed.
+// Where characters differ in length, a block is converted in two steps. First the results of all units are
+// computed at once, and how many target units each result really has. Then the results are stored one over the
+// other, each at full width, while the target advances by those numbers: what a result leaves behind its end is
+// overwritten by the next one. The last units of such a block are only looked at. They are whole characters which
+// are sure to be converted next, and so overwrite what the last result left: nothing behind the target's final
+// position is changed.
 #ifndef KXPL_KX_UNICODE_BLOCKS_H
 #define KXPL_KX_UNICODE_BLOCKS_H
 
@@ -25,17 +26,22 @@ constexpr std::size_t kBlock = 32;
 // Units converted one character at a time before blocks are tried again.
 constexpr std::ptrdiff_t kStretch = 16;
 
-// Results wider than a target unit are read lowest byte first.
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the byte order of all processors of this library");
+// How far a conversion has got. Passed by value where it matters that the pointers stay in registers; a fast path
+// that can do nothing returns what it was given.
+template <typename Source, typename Target> struct Place {
+    const Source* from;
+    Target* to;
+};
 
-template <typename Unit> using LanesOf = std::conditional_t<sizeof(Unit) == 1, Lanes8,
-    std::conditional_t<sizeof(Unit) == 2, Lanes16, Lanes32>>;
-template <typename Unit> constexpr std::size_t kLanes = 16 / sizeof(Unit);
+template <typename Source, typename Target> struct Ends {
+    const Source* source;
+    const Target* target;
+};
 
-// Whether there are so many units from a pointer to an end.
-template <typename Unit> bool hasUnits(const Unit* from, const Unit* end, std::size_t units)
+template <typename Source, typename Target>
+bool has(Place<Source, Target> at, Ends<Source, Target> ends, std::size_t units, std::size_t room)
 {
-    return roomBetween<Unit>(from, end) >= units;
+    return roomBetween<Source>(at.from, ends.source) >= units && roomBetween<Target>(at.to, ends.target) >= room;
 }
 
 template <typename Unit> const Unit* endOfStretch(const Unit* from, const Unit* end)
@@ -43,39 +49,49 @@ template <typename Unit> const Unit* endOfStretch(const Unit* from, const Unit* 
     return end - from > kStretch ? from + kStretch : end;
 }
 
-// Whether any unit of a block has one of these bits.
+// Whether any unit of a block has any of these bits.
 template <typename Unit> bool anyHas(UTF32 bits, const Unit* from)
 {
     LanesOf<Unit> all {};
     for (std::size_t i = 0; i < kBlock; i += kLanes<Unit>) {
-        all |= loadLanes<LanesOf<Unit>>(from + i);
+        all |= loadLanes(from + i);
     }
     return anySet(all & static_cast<Unit>(bits));
 }
 
-// Converts a block whose units are the same in both forms.
-template <typename Source, typename Target> void copyBlock(const Source*& from, Target*& to)
+// A block of units that are the same in both forms.
+template <typename Source, typename Target> Place<Source, Target> copyBlock(Place<Source, Target> at)
 {
     Source block[kBlock];
-    std::memcpy(block, from, sizeof block);
+    std::memcpy(block, at.from, sizeof block);
     for (std::size_t i = 0; i < kBlock; ++i) {
-        to[i] = static_cast<Target>(block[i]);
+        at.to[i] = static_cast<Target>(block[i]);
     }
-    from += kBlock;
-    to += kBlock;
+    return { at.from + kBlock, at.to + kBlock };
 }
 
-// Stores results of one target unit, or of several that are taken as one number.
-template <std::size_t count, typename Result, typename Length, typename Target>
-Target* storeOver(const Result* results, const Length* lengths, Target* to)
+// Stores `count` results over one another. Not inlined, because the compilers would then take the results out of
+// vector registers one by one, which lasts longer than loading them.
+template <std::size_t count, typename Result, typename Target>
+[[gnu::noinline]] Target* storeOver(const Result* results, const Result* lengths, Target* to)
 {
     for (std::size_t i = 0; i < count; ++i) {
-        if constexpr (sizeof(Result) > sizeof(Target)) {
-            std::memcpy(to, &results[i], sizeof(Result));
-        } else {
-            *to = results[i];
-        }
+        std::memcpy(to, &results[i], sizeof results[i]);
         to += lengths[i];
+    }
+    return to;
+}
+
+// The same for results that were computed apart from one another at even and at odd places.
+template <std::size_t count, typename Result, typename Target>
+[[gnu::noinline]] Target* storeOver(const Result* evens, const Result* odds, const UTF16* lengths, Target* to)
+{
+    static_assert(count % 2 == 0);
+    for (std::size_t i = 0; i < count; i += 2) {
+        std::memcpy(to, &evens[i / 2], sizeof evens[i / 2]);
+        to += lengths[i];
+        std::memcpy(to, &odds[i / 2], sizeof odds[i / 2]);
+        to += lengths[i + 1];
     }
     return to;
 }

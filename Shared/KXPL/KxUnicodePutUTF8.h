@@ -1,7 +1,9 @@
-// Writing UTF-8.
+// Writing UTF-8, one character or a block at a time.
 #ifndef KXPL_KX_UNICODE_PUT_UTF8_H
 #define KXPL_KX_UNICODE_PUT_UTF8_H
 
+#include "KxUnicodeBlocks.h"
+#include "KxUnicodeLanes.h"
 #include "KxUnicodeScalar.h"
 
 #include <cstddef>
@@ -23,7 +25,7 @@ inline std::size_t lengthInUTF8(UTF32 value)
 }
 
 // Writes a value of at most kLargestScalar. False, with nothing written, without room.
-inline bool putUTF8(UTF32 value, UTF8*& target, const UTF8* targetEnd)
+inline bool put(UTF32 value, UTF8*& target, const UTF8* targetEnd)
 {
     const std::size_t length = lengthInUTF8(value);
     if (roomBetween<UTF8>(target, targetEnd) < length) {
@@ -36,6 +38,27 @@ inline bool putUTF8(UTF32 value, UTF8*& target, const UTF8* targetEnd)
     target[0] = static_cast<UTF8>(value | firstByteMark[length]);
     target += length;
     return true;
+}
+
+// Writes a block of units below 800 but for its last two; a result is what two units give. Needs room for two
+// bytes a unit of the block.
+inline UTF8* putBlockBelow800(const UTF16* from, UTF8* to)
+{
+    UTF32 results[kBlock / 2];
+    UTF32 lengths[kBlock / 2];
+    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF16>) {
+        const Lanes16 units = loadLanes(from + i);
+        const Lanes16 under80 = (Lanes16)((units & 0xFF80) == 0);
+        const Lanes16 twoBytes = 0x80C0 | units >> 6 | (units & 0x3F) << 8;
+        const Lanes32 bytes = (Lanes32)choose<Lanes16>(under80, units, twoBytes);
+        const Lanes32 first = bytes & 0xFFFF;
+        const Lanes32 second = bytes & 0xFFFF0000;
+        const Lanes32 firstUnder80 = (Lanes32)((first & 0xFF80) == 0);
+        storeLanes(first | choose<Lanes32>(firstUnder80, second >> 8, second), results + i / 2);
+        const Lanes32 length = (Lanes32)(2 + under80);
+        storeLanes((length & 0xFFFF) + (length >> 16), lengths + i / 2);
+    }
+    return storeOver<kBlock / 2 - 1>(results, lengths, to);
 }
 
 } // namespace KXPL

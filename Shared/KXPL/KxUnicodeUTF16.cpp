@@ -35,36 +35,22 @@ ConversionResult takeUTF16(const UTF16*& source, const UTF16* sourceEnd, bool st
     return conversionOK;
 }
 
-bool put(UTF32 value, UTF32*& target, const UTF32* targetEnd)
-{
-    if (roomBetween<UTF32>(target, targetEnd) == 0) {
-        return false;
-    }
-    *target++ = value;
-    return true;
-}
-
-bool put(UTF32 value, UTF8*& target, const UTF8* targetEnd)
-{
-    return putUTF8(value, target, targetEnd);
-}
-
-// The characters that begin before stretchEnd, one at a time.
+// Converts the characters that begin before stretchEnd, one at a time.
 template <typename Target>
-ConversionResult convertSingly(const UTF16*& from, const UTF16* stretchEnd, const UTF16* sourceEnd, Target*& to,
-                               const Target* targetEnd, bool strict)
+ConversionResult convertSingly(Place<UTF16, Target>& at, const UTF16* stretchEnd, Ends<UTF16, Target> ends,
+                               bool strict)
 {
-    while (from < stretchEnd) {
-        const UTF16* next = from;
+    while (at.from < stretchEnd) {
+        const UTF16* next = at.from;
         UTF32 value = 0;
-        const ConversionResult result = takeUTF16(next, sourceEnd, strict, value);
+        const ConversionResult result = takeUTF16(next, ends.source, strict, value);
         if (result != conversionOK) {
             return result;
         }
-        if (!put(value, to, targetEnd)) {
+        if (!put(value, at.to, ends.target)) {
             return targetExhausted;
         }
-        from = next;
+        at.from = next;
     }
     return conversionOK;
 }
@@ -79,125 +65,127 @@ Lanes16 isLow(Lanes16 units)
     return (Lanes16)((units & 0xFC00) == 0xDC00);
 }
 
+// Some units of a block, with those before and after each of them.
+struct Neighbours {
+    Lanes16 previous, units, next;
+
+    explicit Neighbours(const UTF16* from)
+        : previous(loadLanes(from - 1))
+        , units(loadLanes(from))
+        , next(loadLanes(from + 1))
+    {
+    }
+
+    Lanes16 areFirstOfPair() const { return isHigh(units) & isLow(next); }
+    Lanes16 areLastOfPair() const { return isHigh(previous) & isLow(units); }
+    Lanes16 areUnpaired() const { return (isHigh(units) ^ isLow(next)) | (isHigh(previous) ^ isLow(units)); }
+    // Of a pair, at its last unit: all of its value but the lowest ten bits, which the last unit has.
+    Lanes16 topOfPair() const { return previous - 0xD7C0; }
+};
+
 bool hasSurrogate(const UTF16* from)
 {
     Lanes16 found {};
-    for (std::size_t i = 0; i < kBlock; i += 8) {
-        found |= (Lanes16)((loadLanes<Lanes16>(from + i) & 0xF800) == 0xD800);
+    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF16>) {
+        found |= (Lanes16)((loadLanes(from + i) & 0xF800) == 0xD800);
     }
     return anySet(found);
 }
 
-// A block in which surrogates stand in pairs only, the unit after it included. A character is the result of its
-// last unit.
-bool convertPairs(const UTF16*& from, UTF32*& to)
+// Any block, unless in strict mode a surrogate in it is unpaired. A pair is the result of its last unit; the first
+// one has the length 0.
+Place<UTF16, UTF32> convertMixed(Place<UTF16, UTF32> at, bool strict)
 {
-    UTF16 lows[kBlock + 1];
-    UTF16 highs[kBlock + 1];
-    UTF16 ends[kBlock];
-    Lanes16 unpaired {};
-    lows[0] = from[0];
-    highs[0] = 0;
-    for (std::size_t i = 0; i < kBlock; i += 8) {
-        const Lanes16 units = loadLanes<Lanes16>(from + i);
-        const Lanes16 next = loadLanes<Lanes16>(from + i + 1);
-        const Lanes16 low = isLow(next);
-        unpaired |= isHigh(units) ^ low;
-        const Lanes16 top = units - 0xD7C0;
-        storeLanes(low & (top >> 6), highs + 1 + i);
-        storeLanes(choose<Lanes16>(low, (top << 10) | (next & 0x3FF), next), lows + 1 + i);
-        storeLanes(isHigh(units) + 1, ends + i);
-    }
-    if (anySet(unpaired) || isLowSurrogate(from[0])) {
-        return false;
-    }
-    UTF32 values[kBlock];
-    for (std::size_t i = 0; i < kBlock; ++i) {
-        values[i] = static_cast<UTF32>(highs[i]) << 16 | lows[i];
-    }
-    to = storeOver<kBlock>(values, ends, to);
-    from += kBlock - 1 + ends[kBlock - 1];
-    return true;
-}
-
-void convertBlocks(const UTF16*& from, const UTF16* sourceEnd, UTF32*& to, const UTF32* targetEnd)
-{
-    while (hasUnits(from, sourceEnd, kBlock + 1) && hasUnits<UTF32>(to, targetEnd, kBlock)) {
-        if (!hasSurrogate(from)) {
-            copyBlock(from, to);
-        } else if (!convertPairs(from, to)) {
-            return;
-        }
-    }
-}
-
-// The encoding of two bytes that every unit below 800 would have.
-bool convertBelow800(const UTF16*& from, UTF8*& to)
-{
-    if (anyHas(0xF800, from) || from[kBlock] >= 0x800) {
-        return false;
-    }
-    UTF16 bytes[kBlock];
-    UTF16 lengths[kBlock];
-    for (std::size_t i = 0; i < kBlock; i += 8) {
-        const Lanes16 units = loadLanes<Lanes16>(from + i);
-        const Lanes16 longer = (Lanes16)(units >= 0x80);
-        storeLanes(choose<Lanes16>(longer, 0x80C0 | units >> 6 | (units & 0x3F) << 8, units), bytes + i);
-        storeLanes(1 - longer, lengths + i);
-    }
-    to = storeOver<kBlock>(bytes, lengths, to);
-    from += kBlock;
-    return true;
-}
-
-bool convertAny(const UTF16*& from, UTF8*& to)
-{
-    UTF16 firstTwo[kBlock];
-    UTF16 thirds[kBlock];
+    UTF32 evens[kBlock / 2];
+    UTF32 odds[kBlock / 2];
     UTF16 lengths[kBlock];
     Lanes16 unpaired {};
-    for (std::size_t i = 0; i < kBlock; i += 8) {
-        const Lanes16 units = loadLanes<Lanes16>(from + i);
-        const Lanes16 next = loadLanes<Lanes16>(from + i + 1);
-        const Lanes16 high = isHigh(units);
-        const Lanes16 low = isLow(units);
-        unpaired |= high ^ isLow(next);
-        const Lanes16 over7F = (Lanes16)(units >= 0x80);
-        const Lanes16 over7FF = (Lanes16)(units >= 0x800);
-        const Lanes16 top = units - 0xD7C0; // of a pair: all but its lowest 10 bits
+    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF16>) {
+        const Neighbours here(at.from + i);
+        unpaired |= here.areUnpaired();
+        const Lanes16 paired = here.areLastOfPair();
+        const Lanes16 top = here.topOfPair();
+        const Lanes16 lows = choose<Lanes16>(paired, top << kSurrogateShift | (here.units & kSurrogateMask), here.units);
+        const Lanes16 highs = paired & top >> (16 - kSurrogateShift);
+        storeLanes(joinEven(lows, highs), evens + i / 2);
+        storeLanes(joinOdd(lows, highs), odds + i / 2);
+        storeLanes(1 + here.areFirstOfPair(), lengths + i);
+    }
+    if (strict && anySet(unpaired)) {
+        return at;
+    }
+    at.to = storeOver<kBlock>(evens, odds, lengths, at.to);
+    at.from += kBlock - 1 + lengths[kBlock - 1];
+    return at;
+}
+
+Place<UTF16, UTF32> convertBlock(Place<UTF16, UTF32> at, Ends<UTF16, UTF32> ends, bool strict)
+{
+    if (!has(at, ends, kBlock + 1, kBlock)) {
+        return at;
+    }
+    return hasSurrogate(at.from) ? convertMixed(at, strict) : copyBlock(at);
+}
+
+Place<UTF16, UTF8> convertMixed(Place<UTF16, UTF8> at, bool strict)
+{
+    UTF32 evens[kBlock / 2];
+    UTF32 odds[kBlock / 2];
+    UTF16 lengths[kBlock];
+    Lanes16 unpaired {};
+    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF16>) {
+        const Neighbours here(at.from + i);
+        unpaired |= here.areUnpaired();
+        const Lanes16 paired = here.areLastOfPair();
+        const Lanes16 top = here.topOfPair();
+        const Lanes16 units = here.units;
+        const Lanes16 under80 = (Lanes16)((units & 0xFF80) == 0);
+        const Lanes16 under800 = (Lanes16)((units & 0xF800) == 0);
         const Lanes16 tail = 0x80 | (units & 0x3F);
         const Lanes16 two = 0xC0 | units >> 6 | tail << 8;
         const Lanes16 three = 0x80E0 | units >> 12 | (units << 2 & 0x3F00);
         const Lanes16 four = 0x80F0 | top >> 8 | (top << 6 & 0x3F00);
-        const Lanes16 thirdOfFour = 0x80 | (top << 4 & 0x30) | (next >> 6 & 0xF);
-        const Lanes16 first = choose<Lanes16>(over7FF, three, choose<Lanes16>(over7F, two, units));
-        storeLanes(choose<Lanes16>(high, four, choose<Lanes16>(low, tail, first)), firstTwo + i);
-        storeLanes(choose<Lanes16>(high, thirdOfFour, tail), thirds + i);
-        storeLanes(1 - over7F - over7FF + low + low, lengths + i);
+        const Lanes16 restOfFour = 0x80 | (top << 4 & 0x30) | (units >> 6 & 0xF) | tail << 8;
+        const Lanes16 unpairedBytes = choose<Lanes16>(under80, units, choose<Lanes16>(under800, two, three));
+        const Lanes16 lows = choose<Lanes16>(paired, four, unpairedBytes);
+        const Lanes16 highs = choose<Lanes16>(paired, restOfFour, tail);
+        storeLanes(joinEven(lows, highs), evens + i / 2);
+        storeLanes(joinOdd(lows, highs), odds + i / 2);
+        storeLanes((3 + under80 + under800 - paired) & ~here.areFirstOfPair(), lengths + i);
     }
-    if (anySet(unpaired) || isLowSurrogate(from[0])) {
-        return false;
+    if (strict && anySet(unpaired)) {
+        return at;
     }
-    UTF32 bytes[kBlock];
-    for (std::size_t i = 0; i < kBlock; ++i) {
-        bytes[i] = static_cast<UTF32>(thirds[i]) << 16 | firstTwo[i];
-    }
-    const std::size_t count = kBlock - 3;
-    const bool endsHigh = isHighSurrogate(from[count - 1]);
-    UTF8* out = storeOver<count>(bytes, lengths, to);
-    to = out - (endsHigh ? 3 : 0);
-    from += count - endsHigh;
-    return true;
+    constexpr std::size_t count = kBlock - 4;
+    at.to = storeOver<count>(evens, odds, lengths, at.to);
+    at.from += count - (lengths[count - 1] == 0);
+    return at;
 }
 
-void convertBlocks(const UTF16*& from, const UTF16* sourceEnd, UTF8*& to, const UTF8* targetEnd)
+Place<UTF16, UTF8> convertBlock(Place<UTF16, UTF8> at, Ends<UTF16, UTF8> ends, bool strict)
 {
-    while (hasUnits(from, sourceEnd, kBlock + 1) && hasUnits<UTF8>(to, targetEnd, 3 * kBlock + 4)) {
-        if (!anyHas(0xFF80, from)) {
-            copyBlock(from, to);
-        } else if (!convertBelow800(from, to) && !convertAny(from, to)) {
-            return;
+    // A pair whose last unit is the one behind the block takes a byte more than two units without pairs.
+    if (!has(at, ends, kBlock + 1, 3 * kBlock + 1)) {
+        return at;
+    }
+    if (anyHas(0xF800, at.from)) {
+        return convertMixed(at, strict);
+    }
+    if (anyHas(0xFF80, at.from)) {
+        return { at.from + kBlock - 2, putBlockBelow800(at.from, at.to) };
+    }
+    return copyBlock(at);
+}
+
+template <typename Target>
+Place<UTF16, Target> convertBlocks(Place<UTF16, Target> at, Ends<UTF16, Target> ends, bool strict)
+{
+    for (;;) {
+        const Place<UTF16, Target> next = convertBlock(at, ends, strict);
+        if (next.from == at.from) {
+            return at;
         }
+        at = next;
     }
 }
 
@@ -205,16 +193,20 @@ template <typename Target>
 ConversionResult convert(const UTF16** source, const UTF16* sourceEnd, Target** target, const Target* targetEnd,
                          ConversionFlags flags)
 {
-    ConversionResult result = conversionOK;
-    const UTF16* from = *source;
-    Target* to = *target;
-    while (result == conversionOK && from < sourceEnd) {
-        convertBlocks(from, sourceEnd, to, targetEnd);
-        result =
-            convertSingly(from, endOfStretch(from, sourceEnd), sourceEnd, to, targetEnd, flags == strictConversion);
+    const bool strict = flags == strictConversion;
+    const Ends<UTF16, Target> ends { sourceEnd, targetEnd };
+    Place<UTF16, Target> at { *source, *target };
+    if (at.from >= sourceEnd) {
+        return conversionOK;
     }
-    *source = from;
-    *target = to;
+    // Blocks look at the unit before them.
+    ConversionResult result = convertSingly(at, at.from + 1, ends, strict);
+    while (result == conversionOK && at.from < sourceEnd) {
+        at = convertBlocks(at, ends, strict);
+        result = convertSingly(at, endOfStretch(at.from, sourceEnd), ends, strict);
+    }
+    *source = at.from;
+    *target = at.to;
     return result;
 }
 

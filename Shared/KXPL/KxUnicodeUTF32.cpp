@@ -2,19 +2,22 @@
 #include "KxUnicode.h"
 
 #include "KxUnicodeBlocks.h"
+#include "KxUnicodeLanes.h"
 #include "KxUnicodePutUTF8.h"
 #include "KxUnicodeScalar.h"
+
+#include <cstddef>
 
 namespace KXPL {
 namespace {
 
-// Converts the units up to stretchEnd one at a time. False when the conversion ends before; `result` then tells
-// why, and is otherwise changed only by values that are remembered.
-bool convertSingly(const UTF32*& from, const UTF32* stretchEnd, UTF16*& to, const UTF16* targetEnd, bool strict,
+// Converts the units up to stretchEnd one at a time. False when the conversion stops before; `result` then tells
+// why. Otherwise `result` is changed only by a value that is remembered.
+bool convertSingly(Place<UTF32, UTF16>& at, const UTF32* stretchEnd, const UTF16* targetEnd, bool strict,
                    ConversionResult& result)
 {
-    for (; from < stretchEnd; ++from) {
-        UTF32 value = *from;
+    for (; at.from < stretchEnd; ++at.from) {
+        UTF32 value = *at.from;
         if (strict && isSurrogate(value)) {
             result = sourceIllegal;
             return false;
@@ -26,7 +29,7 @@ bool convertSingly(const UTF32*& from, const UTF32* stretchEnd, UTF16*& to, cons
         if (isSurrogate(value) || value > kLargestScalar) {
             value = kReplacementCharacter;
         }
-        if (!putUTF16(value, to, targetEnd)) {
+        if (!put(value, at.to, targetEnd)) {
             result = targetExhausted;
             return false;
         }
@@ -34,11 +37,11 @@ bool convertSingly(const UTF32*& from, const UTF32* stretchEnd, UTF16*& to, cons
     return true;
 }
 
-bool convertSingly(const UTF32*& from, const UTF32* stretchEnd, UTF8*& to, const UTF8* targetEnd, bool strict,
+bool convertSingly(Place<UTF32, UTF8>& at, const UTF32* stretchEnd, const UTF8* targetEnd, bool strict,
                    ConversionResult& result)
 {
-    for (; from < stretchEnd; ++from) {
-        UTF32 value = *from;
+    for (; at.from < stretchEnd; ++at.from) {
+        UTF32 value = *at.from;
         if (strict && isSurrogate(value)) {
             result = sourceIllegal;
             return false;
@@ -47,7 +50,7 @@ bool convertSingly(const UTF32*& from, const UTF32* stretchEnd, UTF8*& to, const
         if (tooLarge) {
             value = kReplacementCharacter;
         }
-        if (!putUTF8(value, to, targetEnd)) {
+        if (!put(value, at.to, targetEnd)) {
             result = targetExhausted;
             return false;
         }
@@ -58,116 +61,131 @@ bool convertSingly(const UTF32*& from, const UTF32* stretchEnd, UTF8*& to, const
     return true;
 }
 
-Lanes32 isSurrogate(Lanes32 values)
+Lanes32 areSurrogates(Lanes32 values)
 {
-    return (Lanes32)((values & 0xFFFFF800) == 0xD800);
+    return (Lanes32)((values & 0xFFFFF800) == kFirstHighSurrogate);
 }
 
-Lanes32 isTooLarge(Lanes32 values)
+Lanes32 areTooLarge(Lanes32 values)
 {
-    return (Lanes32)((values >> 16) > 0x10);
+    return (Lanes32)(values >> 16 > kLargestScalar >> 16);
 }
 
-// Whether any value of a block takes other than one unit, or must not be written.
+// Whether a block has values that are not the same in UTF-16.
 bool hasNoSingleUnit(const UTF32* from)
 {
     Lanes32 found {};
-    for (std::size_t i = 0; i < kBlock; i += 4) {
-        const Lanes32 values = loadLanes<Lanes32>(from + i);
-        found |= isSurrogate(values) | values >> 16;
+    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF32>) {
+        const Lanes32 values = loadLanes(from + i);
+        found |= areSurrogates(values) | values >> 16;
     }
     return anySet(found);
 }
 
-bool convertAny(const UTF32*& from, UTF16*& to, bool strict)
+// Any block, unless in strict mode it has ill-formed values.
+Place<UTF32, UTF16> convertMixed(Place<UTF32, UTF16> at, bool strict)
 {
-    UTF32 units[kBlock];
+    UTF32 results[kBlock];
     UTF32 lengths[kBlock];
-    Lanes32 replaced {};
-    for (std::size_t i = 0; i < kBlock; i += 4) {
-        const Lanes32 source = loadLanes<Lanes32>(from + i);
-        const Lanes32 illFormed = isSurrogate(source) | isTooLarge(source);
-        replaced |= illFormed;
-        const Lanes32 values = choose<Lanes32>(illFormed, Lanes32 {} + kReplacementCharacter, source);
-        const Lanes32 pairs = (0xD7C0 + (values >> 10)) | (0xDC00 | (values & 0x3FF)) << 16;
-        const Lanes32 isPair = (Lanes32)(values >> 16 != 0);
-        storeLanes(choose<Lanes32>(isPair, pairs, values), units + i);
-        storeLanes(1 - isPair, lengths + i);
+    Lanes32 illFormed {};
+    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF32>) {
+        const Lanes32 source = loadLanes(at.from + i);
+        const Lanes32 replaced = areSurrogates(source) | areTooLarge(source);
+        illFormed |= replaced;
+        const Lanes32 values = choose<Lanes32>(replaced, Lanes32 {} + kReplacementCharacter, source);
+        const Lanes32 single = (Lanes32)(values >> 16 == 0);
+        const Lanes32 high = 0xD7C0 + (values >> kSurrogateShift);
+        const Lanes32 low = kFirstLowSurrogate | (values & kSurrogateMask);
+        storeLanes(choose<Lanes32>(single, values, high | low << 16), results + i);
+        storeLanes(2 + single, lengths + i);
     }
-    if (strict && anySet(replaced)) {
-        return false;
+    if (strict && anySet(illFormed)) {
+        return at;
     }
-    to = storeOver<kBlock - 1>(units, lengths, to);
-    from += kBlock - 1;
-    return true;
+    return { at.from + kBlock - 1, storeOver<kBlock - 1>(results, lengths, at.to) };
 }
 
-void convertBlocks(const UTF32*& from, const UTF32* sourceEnd, UTF16*& to, const UTF16* targetEnd, bool strict)
+Place<UTF32, UTF16> convertBlock(Place<UTF32, UTF16> at, Ends<UTF32, UTF16> ends, bool strict)
 {
-    while (hasUnits(from, sourceEnd, kBlock) && hasUnits<UTF16>(to, targetEnd, 2 * kBlock)) {
-        if (!hasNoSingleUnit(from)) {
-            copyBlock(from, to);
-        } else if (!convertAny(from, to, strict)) {
-            return;
-        }
+    if (!has(at, ends, kBlock, 2 * kBlock)) {
+        return at;
     }
+    return hasNoSingleUnit(at.from) ? convertMixed(at, strict) : copyBlock(at);
 }
 
-bool convertAny(const UTF32*& from, UTF8*& to, bool strict)
+// Any block, unless it has values that are remembered or, in strict mode, surrogates.
+Place<UTF32, UTF8> convertMixed(Place<UTF32, UTF8> at, bool strict)
 {
-    UTF32 bytes[kBlock];
+    UTF32 results[kBlock];
     UTF32 lengths[kBlock];
-    Lanes32 illegal {};
-    for (std::size_t i = 0; i < kBlock; i += 4) {
-        const Lanes32 values = loadLanes<Lanes32>(from + i);
-        illegal |= isTooLarge(values);
-        if (strict)
-            illegal |= isSurrogate(values);
-        const Lanes32 over7F = (Lanes32)(values >= 0x80);
-        const Lanes32 over7FF = (Lanes32)(values >= 0x800);
-        const Lanes32 overFFFF = (Lanes32)(values >= 0x10000);
-        const Lanes32 tail = 0x80 | (values & 0x3F);
-        const Lanes32 tail2 = 0x80 | (values >> 6 & 0x3F);
-        const Lanes32 tail3 = 0x80 | (values >> 12 & 0x3F);
-        const Lanes32 two = 0xC0 | values >> 6 | tail << 8;
-        const Lanes32 three = 0xE0 | values >> 12 | tail2 << 8 | tail << 16;
-        const Lanes32 four = 0xF0 | values >> 18 | tail3 << 8 | tail2 << 16 | tail << 24;
-        storeLanes(choose<Lanes32>(overFFFF, four, choose<Lanes32>(over7FF, three, choose<Lanes32>(over7F, two, values))), bytes + i);
-        storeLanes(1 - over7F - over7FF - overFFFF, lengths + i);
+    Lanes32 tooLarge {};
+    Lanes32 surrogates {};
+    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF32>) {
+        const Lanes32 values = loadLanes(at.from + i);
+        tooLarge |= areTooLarge(values);
+        surrogates |= areSurrogates(values);
+        const Lanes32 under80 = (Lanes32)(values >> 7 == 0);
+        const Lanes32 under800 = (Lanes32)(values >> 11 == 0);
+        const Lanes32 under10000 = (Lanes32)(values >> 16 == 0);
+        const Lanes32 last = 0x80 | (values & 0x3F);
+        const Lanes32 secondLast = 0x80 | (values >> 6 & 0x3F);
+        const Lanes32 thirdLast = 0x80 | (values >> 12 & 0x3F);
+        const Lanes32 two = 0xC0 | values >> 6 | last << 8;
+        const Lanes32 three = 0xE0 | values >> 12 | secondLast << 8 | last << 16;
+        const Lanes32 four = 0xF0 | values >> 18 | thirdLast << 8 | secondLast << 16 | last << 24;
+        const Lanes32 upToTwo = choose<Lanes32>(under80, values, two);
+        const Lanes32 aboveTwo = choose<Lanes32>(under10000, three, four);
+        storeLanes(choose<Lanes32>(under800, upToTwo, aboveTwo), results + i);
+        storeLanes(4 + under80 + under800 + under10000, lengths + i);
     }
-    if (anySet(illegal)) {
-        return false;
+    if (anySet(tooLarge) || (strict && anySet(surrogates))) {
+        return at;
     }
-    to = storeOver<kBlock - 3>(bytes, lengths, to);
-    from += kBlock - 3;
-    return true;
+    return { at.from + kBlock - 3, storeOver<kBlock - 3>(results, lengths, at.to) };
 }
 
-void convertBlocks(const UTF32*& from, const UTF32* sourceEnd, UTF8*& to, const UTF8* targetEnd, bool strict)
+Place<UTF32, UTF8> convertBlock(Place<UTF32, UTF8> at, Ends<UTF32, UTF8> ends, bool strict)
 {
-    while (hasUnits(from, sourceEnd, kBlock) && hasUnits<UTF8>(to, targetEnd, 4 * kBlock)) {
-        if (!anyHas(0xFFFFFF80, from)) {
-            copyBlock(from, to);
-        } else if (!convertAny(from, to, strict)) {
-            return;
+    if (!has(at, ends, kBlock, 4 * kBlock)) {
+        return at;
+    }
+    if (anyHas(0xFFFFF800, at.from)) {
+        return convertMixed(at, strict);
+    }
+    if (anyHas(0xFFFFFF80, at.from)) {
+        UTF16 units[kBlock];
+        copyBlock<UTF32, UTF16>({ at.from, units });
+        return { at.from + kBlock - 2, putBlockBelow800(units, at.to) };
+    }
+    return copyBlock(at);
+}
+
+template <typename Target>
+Place<UTF32, Target> convertBlocks(Place<UTF32, Target> at, Ends<UTF32, Target> ends, bool strict)
+{
+    for (;;) {
+        const Place<UTF32, Target> next = convertBlock(at, ends, strict);
+        if (next.from == at.from) {
+            return at;
         }
+        at = next;
     }
 }
 
 template <typename Target>
 ConversionResult convert(const UTF32** source, const UTF32* sourceEnd, Target** target, const Target* targetEnd,
-                         bool strict)
+                         ConversionFlags flags)
 {
+    const bool strict = flags == strictConversion;
+    Place<UTF32, Target> at { *source, *target };
     ConversionResult result = conversionOK;
-    const UTF32* from = *source;
-    Target* to = *target;
     bool goesOn = true;
-    while (goesOn && from < sourceEnd) {
-        convertBlocks(from, sourceEnd, to, targetEnd, strict);
-        goesOn = convertSingly(from, endOfStretch(from, sourceEnd), to, targetEnd, strict, result);
+    while (goesOn && at.from < sourceEnd) {
+        at = convertBlocks<Target>(at, { sourceEnd, targetEnd }, strict);
+        goesOn = convertSingly(at, endOfStretch(at.from, sourceEnd), targetEnd, strict, result);
     }
-    *source = from;
-    *target = to;
+    *source = at.from;
+    *target = at.to;
     return result;
 }
 
@@ -176,13 +194,13 @@ ConversionResult convert(const UTF32** source, const UTF32* sourceEnd, Target** 
 ConversionResult ConvertUTF32toUTF16(const UTF32** source, const UTF32* sourceEnd, UTF16** target,
                                      UTF16* targetEnd, ConversionFlags flags)
 {
-    return convert<UTF16>(source, sourceEnd, target, targetEnd, flags == strictConversion);
+    return convert<UTF16>(source, sourceEnd, target, targetEnd, flags);
 }
 
 ConversionResult ConvertUTF32toUTF8(const UTF32** source, const UTF32* sourceEnd, UTF8** target,
                                     UTF8* targetEnd, ConversionFlags flags)
 {
-    return convert<UTF8>(source, sourceEnd, target, targetEnd, flags == strictConversion);
+    return convert<UTF8>(source, sourceEnd, target, targetEnd, flags);
 }
 
 } // namespace KXPL

@@ -5,6 +5,7 @@
 #include "KxUnicodeLanes.h"
 #include "KxUnicodeScalar.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace KXPL {
@@ -87,138 +88,159 @@ ConversionResult peekUTF8(const UTF8* source, const UTF8* sourceEnd, UTF32& valu
     return conversionOK;
 }
 
-bool put(UTF32 value, UTF16*& target, const UTF16* targetEnd)
-{
-    return putUTF16(value, target, targetEnd);
-}
-
-bool put(UTF32 value, UTF32*& target, const UTF32* targetEnd)
-{
-    if (roomBetween<UTF32>(target, targetEnd) == 0) {
-        return false;
-    }
-    *target++ = value;
-    return true;
-}
-
-// The characters that begin before stretchEnd, one at a time. The legality test has already refused surrogates
-// and values above kLargestScalar, in either mode, so no branch for them follows and the flags make no
+// Converts the characters that begin before stretchEnd, one at a time. The legality test has already refused
+// surrogates and values above kLargestScalar, in either mode, so no branch for them follows and the flags make no
 // difference.
 template <typename Target>
-ConversionResult convertSingly(const UTF8*& from, const UTF8* stretchEnd, const UTF8* sourceEnd, Target*& to,
-                               const Target* targetEnd)
+ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd, Ends<UTF8, Target> ends)
 {
-    while (from < stretchEnd) {
+    while (at.from < stretchEnd) {
         UTF32 value = 0;
         int length = 0;
-        const ConversionResult result = peekUTF8(from, sourceEnd, value, length);
+        const ConversionResult result = peekUTF8(at.from, ends.source, value, length);
         if (result != conversionOK) {
             return result;
         }
-        if (!put(value, to, targetEnd)) {
+        if (!put(value, at.to, ends.target)) {
             return targetExhausted;
         }
-        from += length;
+        at.from += length;
     }
     return conversionOK;
 }
 
-// A block and one byte more of sequences of one and two bytes. A character is the result of its last byte.
-template <typename Target> bool convertBelow800(const UTF8*& from, Target*& to)
+// Characters of any length, of which none ends the conversion. Needs no test of the ends, because a character takes
+// at most four bytes and gives at most two units. What a lead byte's special bounds let through is left alone.
+template <typename Target> Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
 {
-    UTF8 ends[kBlock];
-    Lanes8 illegal {};
-    for (std::size_t i = 0; i < kBlock; i += 16) {
-        const Lanes8 bytes = loadLanes<Lanes8>(from + i);
-        const Lanes8 next = loadLanes<Lanes8>(from + i + 1);
-        const Lanes8 lead = (Lanes8)(bytes >= 0xC0);
-        const Lanes8 trailing = (Lanes8)((next & 0xC0) == 0x80);
-        const Lanes8 overlong = (Lanes8)((bytes & 0xFE) == 0xC0);
-        const Lanes8 longer = (Lanes8)(bytes >= 0xE0);
-        illegal |= (lead ^ trailing) | overlong | longer;
-        storeLanes(lead + 1, ends + i);
-    }
-    if (anySet(illegal) || (from[0] & 0xC0) == 0x80) {
-        return false;
-    }
-    UTF16 bytes[kBlock], next[kBlock], values[kBlock + 1];
-    for (std::size_t i = 0; i < kBlock; ++i) {
-        bytes[i] = from[i];
-        next[i] = from[i+1];
-    }
-    values[0] = from[0];
-    for (std::size_t i = 0; i < kBlock; i += 8) {
-        const Lanes16 b = loadLanes<Lanes16>(bytes + i);
-        const Lanes16 n = loadLanes<Lanes16>(next + i);
-        const Lanes16 lead = (Lanes16)(b >= 0xC0);
-        storeLanes(n + (((b << 6) - 0x3080) & lead), values + 1 + i);
-    }
-    to = storeOver<kBlock>(values, ends, to);
-    from += kBlock - 1 + ends[kBlock - 1];
-    return true;
-}
-
-// Some characters, of which none ends the conversion.
-template <typename Target> void convertSome(const UTF8*& source, const UTF8* sourceEnd, Target*& target, const Target* targetEnd)
-{
-    const UTF8* from = source;
-    Target* to = target;
-    for (int i = 0; i < 16 && hasUnits(from, sourceEnd, 4) && hasUnits<Target>(to, targetEnd, 2); ++i) {
-        const UTF8 lead = from[0];
-        UTF32 w;
-        std::memcpy(&w, from, 4);
-        if ((w & 0x00C0C0F0) == 0x008080E0) {
-            const UTF32 value = (w & 0xF) << 12 | (w >> 2 & 0xFC0) | (w >> 16 & 0x3F);
-            if (value < 0x800 || isSurrogate(value)) break;
-            *to++ = static_cast<Target>(value);
-            from += 3;
-        } else if (lead < 0x80) {
-            *to++ = lead;
-            from += 1;
-        } else if ((w & 0xC0E0) == 0x80C0) {
-            const UTF32 value = (w & 0x1F) << 6 | (w >> 8 & 0x3F);
-            if (value < 0x80) break;
-            *to++ = static_cast<Target>(value);
-            from += 2;
-        } else if ((w & 0xC0C0C0F8) == 0x808080F0) {
-            const UTF32 value = (w & 0x7) << 18 | (w << 4 & 0x3F000) | (w >> 10 & 0xFC0) | (w >> 24 & 0x3F);
-            if (value < 0x10000 || value > kLargestScalar) break;
-            put(value, to, targetEnd);
-            from += 4;
+    std::size_t characters = std::min(roomBetween(at.from, ends.source) / 4,
+                                      roomBetween<Target>(at.to, ends.target) / 2);
+    for (characters = std::min(characters, kBlock); characters > 0; --characters) {
+        UTF32 bytes;
+        std::memcpy(&bytes, at.from, sizeof bytes);
+        if ((bytes & 0x00C0C0F0) == 0x008080E0) {
+            const UTF32 value = (bytes & 0x0F) << 12 | (bytes >> 2 & 0xFC0) | (bytes >> 16 & 0x3F);
+            if (value < 0x800 || isSurrogate(value)) {
+                break;
+            }
+            *at.to++ = static_cast<Target>(value);
+            at.from += 3;
+        } else if ((bytes & 0x80) == 0) {
+            *at.to++ = static_cast<Target>(bytes & 0x7F);
+            at.from += 1;
+        } else if ((bytes & 0xC0E0) == 0x80C0) {
+            const UTF32 value = (bytes & 0x1F) << 6 | (bytes >> 8 & 0x3F);
+            if (value < 0x80) {
+                break;
+            }
+            *at.to++ = static_cast<Target>(value);
+            at.from += 2;
+        } else if ((bytes & 0xC0C0C0F8) == 0x808080F0) {
+            const UTF32 value =
+                (bytes & 0x07) << 18 | (bytes << 4 & 0x3F000) | (bytes >> 10 & 0xFC0) | (bytes >> 24 & 0x3F);
+            if (value < kFirstSupplementary || value > kLargestScalar) {
+                break;
+            }
+            put(value, at.to, at.to + 2);
+            at.from += 4;
         } else {
             break;
         }
     }
-    source = from;
-    target = to;
+    return at;
 }
 
-template <typename Target> void convertBlocks(const UTF8*& from, const UTF8* sourceEnd, Target*& to, const Target* targetEnd)
+// The value of the last byte of a character of at most two bytes, from the byte before it.
+Lanes16 valueBelow800(Lanes16 previous, Lanes16 bytes)
 {
-    while (hasUnits(from, sourceEnd, kBlock + 1) && hasUnits<Target>(to, targetEnd, kBlock)) {
-        if (!anyHas(0x80, from)) {
-            copyBlock(from, to);
-        } else if (*from >= 0xE0 || !convertBelow800(from, to)) {
-            const UTF8* before = from;
-            convertSome<Target>(from, sourceEnd, to, targetEnd);
-            if (from == before)
-                return;
+    const Lanes16 areTrailing = (Lanes16)((previous & 0xC0) == 0xC0);
+    return bytes + (((previous << 6) - 0x3080) & areTrailing);
+}
+
+template <typename Target>
+[[gnu::noinline]] Target* storePairs(const UTF16* firsts, const UTF16* seconds, const UTF16* lengths, Target* to)
+{
+    for (std::size_t i = 0; i < kBlock / 2 - 1; ++i) {
+        to[0] = firsts[i];
+        to[1] = seconds[i];
+        to += lengths[i];
+    }
+    return to;
+}
+
+// A block of legal sequences of at most two bytes. A result is what two bytes give, where a character belongs to
+// its last byte.
+template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Target> at)
+{
+    UTF16 firsts[kBlock / 2];
+    UTF16 seconds[kBlock / 2];
+    UTF16 lengths[kBlock / 2];
+    Lanes8 refused {};
+    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF8>) {
+        const Lanes8 previous = loadLanes(at.from + i - 1);
+        const Lanes8 bytes = loadLanes(at.from + i);
+        const Lanes8 areDue = (Lanes8)((previous & 0xC0) == 0xC0);
+        const Lanes8 areTrailing = (Lanes8)((bytes & 0xC0) == 0x80);
+        refused |= (areDue ^ areTrailing) | (Lanes8)((bytes & 0xFE) == 0xC0) | (Lanes8)((bytes & 0xE0) == 0xE0);
+        const Lanes16 before = (Lanes16)previous & 0xFF;
+        const Lanes16 first = (Lanes16)bytes & 0xFF;
+        const Lanes16 second = (Lanes16)bytes >> 8;
+        const Lanes16 firstLeads = (Lanes16)((first & 0xC0) == 0xC0);
+        const Lanes16 secondLeads = (Lanes16)((second & 0xC0) == 0xC0);
+        const Lanes16 value = valueBelow800(first, second);
+        storeLanes(choose<Lanes16>(firstLeads, value, valueBelow800(before, first)), firsts + i / 2);
+        storeLanes(value, seconds + i / 2);
+        storeLanes(2 + firstLeads + secondLeads, lengths + i / 2);
+    }
+    if (anySet(refused)) {
+        return at;
+    }
+    at.to = storePairs(firsts, seconds, lengths, at.to);
+    at.from += kBlock - 2 - (at.from[kBlock - 3] >= 0xC0);
+    return at;
+}
+
+template <typename Target> Place<UTF8, Target> convertBlock(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
+{
+    if (has(at, ends, kBlock, kBlock)) {
+        if (!anyHas(0x80, at.from)) {
+            return copyBlock(at);
         }
+        const Place<UTF8, Target> next = *at.from < 0xE0 ? convertBelow800(at) : at;
+        if (next.from != at.from) {
+            return next;
+        }
+    }
+    return convertLegal(at, ends);
+}
+
+template <typename Target> Place<UTF8, Target> convertBlocks(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
+{
+    for (;;) {
+        const Place<UTF8, Target> next = convertBlock(at, ends);
+        if (next.from == at.from) {
+            return at;
+        }
+        at = next;
     }
 }
 
 template <typename Target>
 ConversionResult convert(const UTF8** source, const UTF8* sourceEnd, Target** target, const Target* targetEnd)
 {
-    ConversionResult result = conversionOK;
-    const UTF8* from = *source;
-    Target* to = *target;
-    while (result == conversionOK && from < sourceEnd) {
-        convertBlocks(from, sourceEnd, to, targetEnd);
-        result = convertSingly(from, endOfStretch(from, sourceEnd), sourceEnd, to, targetEnd);
+    const Ends<UTF8, Target> ends { sourceEnd, targetEnd };
+    Place<UTF8, Target> at { *source, *target };
+    if (at.from >= sourceEnd) {
+        return conversionOK;
     }
-    *source = from;
-    *target = to;
+    // Blocks look at the byte before them.
+    ConversionResult result = convertSingly(at, at.from + 1, ends);
+    while (result == conversionOK && at.from < sourceEnd) {
+        at = convertBlocks(at, ends);
+        result = convertSingly(at, endOfStretch(at.from, sourceEnd), ends);
+    }
+    *source = at.from;
+    *target = at.to;
     return result;
 }
 
