@@ -61,6 +61,38 @@ inline UTF8* putBlockBelow800(const UTF16* from, UTF8* to)
     return storeOver<kBlock / 2 - 1>(results, lengths, to);
 }
 
+// What every unit gives that is no part of a pair: three bytes, of which the first ones count.
+struct BytesOfSingleUnits {
+    Lanes16 firstTwo, third, lengths;
+
+    explicit BytesOfSingleUnits(Lanes16 units)
+    {
+        const Lanes16 under80 = (Lanes16)((units & 0xFF80) == 0);
+        const Lanes16 under800 = (Lanes16)((units & 0xF800) == 0);
+        third = 0x80 | (units & 0x3F);
+        const Lanes16 two = 0xC0 | units >> 6 | third << 8;
+        const Lanes16 three = 0x80E0 | units >> 12 | (units << 2 & 0x3F00);
+        firstTwo = choose<Lanes16>(under80, units, choose<Lanes16>(under800, two, three));
+        lengths = 3 + under80 + under800;
+    }
+};
+
+// Writes a block of units that are no surrogates but for its last four. Needs room for three bytes a unit of the
+// block.
+inline UTF8* putBlockOfSingleUnits(const UTF16* from, UTF8* to)
+{
+    UTF32 evens[kBlock / 2];
+    UTF32 odds[kBlock / 2];
+    UTF16 lengths[kBlock];
+    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF16>) {
+        const BytesOfSingleUnits bytes(loadLanes(from + i));
+        storeLanes(joinEven(bytes.firstTwo, bytes.third), evens + i / 2);
+        storeLanes(joinOdd(bytes.firstTwo, bytes.third), odds + i / 2);
+        storeLanes(bytes.lengths, lengths + i);
+    }
+    return storeOver<kBlock - 4>(evens, odds, lengths, to);
+}
+
 } // namespace KXPL
 
 #endif

@@ -127,6 +127,7 @@ Place<UTF16, UTF32> convertBlock(Place<UTF16, UTF32> at, Ends<UTF16, UTF32> ends
     return hasSurrogate(at.from) ? convertMixed(at, strict) : copyBlock(at);
 }
 
+// Any block, unless in strict mode a surrogate in it is unpaired.
 Place<UTF16, UTF8> convertMixed(Place<UTF16, UTF8> at, bool strict)
 {
     UTF32 evens[kBlock / 2];
@@ -136,22 +137,16 @@ Place<UTF16, UTF8> convertMixed(Place<UTF16, UTF8> at, bool strict)
     for (std::size_t i = 0; i < kBlock; i += kLanes<UTF16>) {
         const Neighbours here(at.from + i);
         unpaired |= here.areUnpaired();
+        const BytesOfSingleUnits bytes(here.units);
         const Lanes16 paired = here.areLastOfPair();
         const Lanes16 top = here.topOfPair();
-        const Lanes16 units = here.units;
-        const Lanes16 under80 = (Lanes16)((units & 0xFF80) == 0);
-        const Lanes16 under800 = (Lanes16)((units & 0xF800) == 0);
-        const Lanes16 tail = 0x80 | (units & 0x3F);
-        const Lanes16 two = 0xC0 | units >> 6 | tail << 8;
-        const Lanes16 three = 0x80E0 | units >> 12 | (units << 2 & 0x3F00);
         const Lanes16 four = 0x80F0 | top >> 8 | (top << 6 & 0x3F00);
-        const Lanes16 restOfFour = 0x80 | (top << 4 & 0x30) | (units >> 6 & 0xF) | tail << 8;
-        const Lanes16 unpairedBytes = choose<Lanes16>(under80, units, choose<Lanes16>(under800, two, three));
-        const Lanes16 lows = choose<Lanes16>(paired, four, unpairedBytes);
-        const Lanes16 highs = choose<Lanes16>(paired, restOfFour, tail);
+        const Lanes16 restOfFour = 0x80 | (top << 4 & 0x30) | (here.units >> 6 & 0xF) | bytes.third << 8;
+        const Lanes16 lows = choose<Lanes16>(paired, four, bytes.firstTwo);
+        const Lanes16 highs = choose<Lanes16>(paired, restOfFour, bytes.third);
         storeLanes(joinEven(lows, highs), evens + i / 2);
         storeLanes(joinOdd(lows, highs), odds + i / 2);
-        storeLanes((3 + under80 + under800 - paired) & ~here.areFirstOfPair(), lengths + i);
+        storeLanes((bytes.lengths - paired) & ~here.areFirstOfPair(), lengths + i);
     }
     if (strict && anySet(unpaired)) {
         return at;
@@ -168,13 +163,16 @@ Place<UTF16, UTF8> convertBlock(Place<UTF16, UTF8> at, Ends<UTF16, UTF8> ends, b
     if (!has(at, ends, kBlock + 1, 3 * kBlock + 1)) {
         return at;
     }
-    if (anyHas(0xF800, at.from)) {
-        return convertMixed(at, strict);
+    if (!anyHas(0xFF80, at.from)) {
+        return copyBlock(at);
     }
-    if (anyHas(0xFF80, at.from)) {
+    if (!anyHas(0xF800, at.from)) {
         return { at.from + kBlock - 2, putBlockBelow800(at.from, at.to) };
     }
-    return copyBlock(at);
+    if (!hasSurrogate(at.from)) {
+        return { at.from + kBlock - 4, putBlockOfSingleUnits(at.from, at.to) };
+    }
+    return convertMixed(at, strict);
 }
 
 template <typename Target>

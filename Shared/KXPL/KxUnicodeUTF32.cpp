@@ -149,15 +149,18 @@ Place<UTF32, UTF8> convertBlock(Place<UTF32, UTF8> at, Ends<UTF32, UTF8> ends, b
     if (!has(at, ends, kBlock, 4 * kBlock)) {
         return at;
     }
-    if (anyHas(0xFFFFF800, at.from)) {
+    if (!anyHas(0xFFFFFF80, at.from)) {
+        return copyBlock(at);
+    }
+    if (hasNoSingleUnit(at.from)) {
         return convertMixed(at, strict);
     }
-    if (anyHas(0xFFFFFF80, at.from)) {
-        UTF16 units[kBlock];
-        copyBlock<UTF32, UTF16>({ at.from, units });
+    UTF16 units[kBlock];
+    copyBlock<UTF32, UTF16>({ at.from, units });
+    if (!anyHas(0xF800, units)) {
         return { at.from + kBlock - 2, putBlockBelow800(units, at.to) };
     }
-    return copyBlock(at);
+    return { at.from + kBlock - 4, putBlockOfSingleUnits(units, at.to) };
 }
 
 template <typename Target>
