@@ -7,9 +7,9 @@
 // Where characters differ in length, a block is converted in two steps. First the results of all units are
 // computed at once, and how many target units each result really has. Then the results are stored one over the
 // other, each at full width, while the target advances by those numbers: what a result leaves behind its end is
-// overwritten by the next one. The last units of such a block are only looked at. They are whole characters which
-// are sure to be converted next, and so overwrite what the last result left: nothing behind the target's final
-// position is changed.
+// overwritten by the next one. The last units of such a block are only looked at. They are whole characters
+// which are sure to be converted next, and so overwrite what the last result left: nothing behind the target's
+// final position is changed.
 #ifndef KXPL_KX_UNICODE_BLOCKS_H
 #define KXPL_KX_UNICODE_BLOCKS_H
 
@@ -26,8 +26,8 @@ constexpr std::size_t kBlock = 32;
 // Units converted one character at a time before blocks are tried again.
 constexpr std::ptrdiff_t kStretch = 16;
 
-// How far a conversion has got. Passed by value where it matters that the pointers stay in registers; a fast path
-// that can do nothing returns what it was given.
+// How far a conversion has got. Passed by value where it matters that the pointers stay in registers; a fast
+// path that can do nothing returns what it was given.
 template <typename Source, typename Target> struct Place {
     const Source* from;
     Target* to;
@@ -41,7 +41,8 @@ template <typename Source, typename Target> struct Ends {
 template <typename Source, typename Target>
 bool has(Place<Source, Target> at, Ends<Source, Target> ends, std::size_t units, std::size_t room)
 {
-    return roomBetween<Source>(at.from, ends.source) >= units && roomBetween<Target>(at.to, ends.target) >= room;
+    return roomBetween<Source>(at.from, ends.source) >= units
+        && roomBetween<Target>(at.to, ends.target) >= room;
 }
 
 template <typename Unit> const Unit* endOfStretch(const Unit* from, const Unit* end)
@@ -70,8 +71,8 @@ template <typename Source, typename Target> Place<Source, Target> copyBlock(Plac
     return { at.from + kBlock, at.to + kBlock };
 }
 
-// Stores `count` results over one another. Not inlined, because the compilers would then take the results out of
-// vector registers one by one, which lasts longer than loading them.
+// Stores `count` results over one another. Not inlined, because the compilers would then take the results out
+// of vector registers one by one, which lasts longer than loading them.
 template <std::size_t count, typename Result, typename Target>
 [[gnu::noinline]] Target* storeOver(const Result* results, const Result* lengths, Target* to)
 {

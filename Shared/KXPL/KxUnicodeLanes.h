@@ -20,7 +20,8 @@ using Lanes16 [[gnu::vector_size(16)]] = UTF16;
 using Lanes32 [[gnu::vector_size(16)]] = UTF32;
 
 template <typename Unit>
-using LanesOf = std::conditional_t<sizeof(Unit) == 1, Lanes8, std::conditional_t<sizeof(Unit) == 2, Lanes16, Lanes32>>;
+using LanesOf =
+    std::conditional_t<sizeof(Unit) == 1, Lanes8, std::conditional_t<sizeof(Unit) == 2, Lanes16, Lanes32>>;
 template <typename Unit> constexpr std::size_t kLanes = sizeof(LanesOf<Unit>) / sizeof(Unit);
 
 // Pointers into lanes need no alignment.

@@ -77,8 +77,8 @@ struct BytesOfSingleUnits {
     }
 };
 
-// Writes a block of units that are no surrogates but for its last four. Needs room for three bytes a unit of the
-// block.
+// Writes a block of units that are no surrogates but for its last four. Needs room for three bytes a unit of
+// the block.
 inline UTF8* putBlockOfSingleUnits(const UTF16* from, UTF8* to)
 {
     UTF32 evens[kBlock / 2];

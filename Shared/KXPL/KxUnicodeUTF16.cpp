@@ -92,8 +92,8 @@ bool hasSurrogate(const UTF16* from)
     return anySet(found);
 }
 
-// Any block, unless in strict mode a surrogate in it is unpaired. A pair is the result of its last unit; the first
-// one has the length 0.
+// Any block, unless in strict mode a surrogate in it is unpaired. A pair is the result of its last unit; the
+// first one has the length 0.
 Place<UTF16, UTF32> convertMixed(Place<UTF16, UTF32> at, bool strict)
 {
     UTF32 evens[kBlock / 2];
@@ -105,7 +105,8 @@ Place<UTF16, UTF32> convertMixed(Place<UTF16, UTF32> at, bool strict)
         unpaired |= here.areUnpaired();
         const Lanes16 paired = here.areLastOfPair();
         const Lanes16 top = here.topOfPair();
-        const Lanes16 lows = choose<Lanes16>(paired, top << kSurrogateShift | (here.units & kSurrogateMask), here.units);
+        const Lanes16 lows =
+            choose<Lanes16>(paired, top << kSurrogateShift | (here.units & kSurrogateMask), here.units);
         const Lanes16 highs = paired & top >> (16 - kSurrogateShift);
         storeLanes(joinEven(lows, highs), evens + i / 2);
         storeLanes(joinOdd(lows, highs), odds + i / 2);
@@ -127,7 +128,7 @@ Place<UTF16, UTF32> convertBlock(Place<UTF16, UTF32> at, Ends<UTF16, UTF32> ends
     return hasSurrogate(at.from) ? convertMixed(at, strict) : copyBlock(at);
 }
 
-// Any block, unless in strict mode a surrogate in it is unpaired.
+// Any block but for its last four units, unless in strict mode a surrogate in it is unpaired.
 Place<UTF16, UTF8> convertMixed(Place<UTF16, UTF8> at, bool strict)
 {
     UTF32 evens[kBlock / 2];

@@ -11,8 +11,8 @@
 namespace KXPL {
 namespace {
 
-// Converts the units up to stretchEnd one at a time. False when the conversion stops before; `result` then tells
-// why. Otherwise `result` is changed only by a value that is remembered.
+// Converts the units up to stretchEnd one at a time. False when the conversion stops before; `result` then
+// tells why. Otherwise `result` is changed only by a value that is remembered.
 bool convertSingly(Place<UTF32, UTF16>& at, const UTF32* stretchEnd, const UTF16* targetEnd, bool strict,
                    ConversionResult& result)
 {
@@ -82,7 +82,7 @@ bool hasNoSingleUnit(const UTF32* from)
     return anySet(found);
 }
 
-// Any block, unless in strict mode it has ill-formed values.
+// Any block but for its last value, unless in strict mode it has ill-formed values.
 Place<UTF32, UTF16> convertMixed(Place<UTF32, UTF16> at, bool strict)
 {
     UTF32 results[kBlock];
@@ -113,7 +113,8 @@ Place<UTF32, UTF16> convertBlock(Place<UTF32, UTF16> at, Ends<UTF32, UTF16> ends
     return hasNoSingleUnit(at.from) ? convertMixed(at, strict) : copyBlock(at);
 }
 
-// Any block, unless it has values that are remembered or, in strict mode, surrogates.
+// Any block but for its last three values, unless it has values that are remembered or, in strict mode,
+// surrogates.
 Place<UTF32, UTF8> convertMixed(Place<UTF32, UTF8> at, bool strict)
 {
     UTF32 results[kBlock];

@@ -89,8 +89,8 @@ ConversionResult peekUTF8(const UTF8* source, const UTF8* sourceEnd, UTF32& valu
 }
 
 // Converts the characters that begin before stretchEnd, one at a time. The legality test has already refused
-// surrogates and values above kLargestScalar, in either mode, so no branch for them follows and the flags make no
-// difference.
+// surrogates and values above kLargestScalar, in either mode, so no branch for them follows and the flags make
+// no difference.
 template <typename Target>
 ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd, Ends<UTF8, Target> ends)
 {
@@ -109,12 +109,12 @@ ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd, 
     return conversionOK;
 }
 
-// Characters of any length, of which none ends the conversion. Needs no test of the ends, because a character takes
-// at most four bytes and gives at most two units. What a lead byte's special bounds let through is left alone.
+// Some characters of any length, none of which can end the conversion: there are four bytes and two units for
+// each of them. It takes what the Unicode Standard calls well-formed and leaves the rest to the legality test.
 template <typename Target> Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
 {
-    std::size_t characters = std::min(roomBetween(at.from, ends.source) / 4,
-                                      roomBetween<Target>(at.to, ends.target) / 2);
+    std::size_t characters =
+        std::min(roomBetween(at.from, ends.source) / 4, roomBetween<Target>(at.to, ends.target) / 2);
     for (characters = std::min(characters, kBlock); characters > 0; --characters) {
         UTF32 bytes;
         std::memcpy(&bytes, at.from, sizeof bytes);
@@ -150,15 +150,17 @@ template <typename Target> Place<UTF8, Target> convertLegal(Place<UTF8, Target> 
     return at;
 }
 
-// The value of the last byte of a character of at most two bytes, from the byte before it.
-Lanes16 valueBelow800(Lanes16 previous, Lanes16 bytes)
+// The values of characters of at most two bytes, given at their last bytes.
+Lanes16 valuesBelow800(Lanes16 previous, Lanes16 bytes)
 {
-    const Lanes16 areTrailing = (Lanes16)((previous & 0xC0) == 0xC0);
-    return bytes + (((previous << 6) - 0x3080) & areTrailing);
+    const Lanes16 previousLead = (Lanes16)((previous & 0xC0) == 0xC0);
+    return bytes + (((previous << 6) - static_cast<UTF16>(offsetsFromUTF8[1])) & previousLead);
 }
 
+// storeOver for results of two units, which a wider target keeps apart.
 template <typename Target>
-[[gnu::noinline]] Target* storePairs(const UTF16* firsts, const UTF16* seconds, const UTF16* lengths, Target* to)
+[[gnu::noinline]] Target* storePairs(const UTF16* firsts, const UTF16* seconds, const UTF16* lengths,
+                                     Target* to)
 {
     for (std::size_t i = 0; i < kBlock / 2 - 1; ++i) {
         to[0] = firsts[i];
@@ -168,8 +170,8 @@ template <typename Target>
     return to;
 }
 
-// A block of legal sequences of at most two bytes. A result is what two bytes give, where a character belongs to
-// its last byte.
+// A block of legal sequences of at most two bytes, but for its last two bytes. A result is what two bytes give;
+// a character is given by its last byte.
 template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Target> at)
 {
     UTF16 firsts[kBlock / 2];
@@ -187,8 +189,8 @@ template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Targe
         const Lanes16 second = (Lanes16)bytes >> 8;
         const Lanes16 firstLeads = (Lanes16)((first & 0xC0) == 0xC0);
         const Lanes16 secondLeads = (Lanes16)((second & 0xC0) == 0xC0);
-        const Lanes16 value = valueBelow800(first, second);
-        storeLanes(choose<Lanes16>(firstLeads, value, valueBelow800(before, first)), firsts + i / 2);
+        const Lanes16 value = valuesBelow800(first, second);
+        storeLanes(choose<Lanes16>(firstLeads, value, valuesBelow800(before, first)), firsts + i / 2);
         storeLanes(value, seconds + i / 2);
         storeLanes(2 + firstLeads + secondLeads, lengths + i / 2);
     }
@@ -206,6 +208,7 @@ template <typename Target> Place<UTF8, Target> convertBlock(Place<UTF8, Target> 
         if (!anyHas(0x80, at.from)) {
             return copyBlock(at);
         }
+        // Where a longer character stands first, the attempt would be in vain.
         const Place<UTF8, Target> next = *at.from < 0xE0 ? convertBelow800(at) : at;
         if (next.from != at.from) {
             return next;

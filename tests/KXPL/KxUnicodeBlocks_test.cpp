@@ -1,5 +1,5 @@
-// Texts long enough for the paths that take many units at once, with something odd at every place of them, at every
-// size of source and target, compared with the model.
+// Texts long enough for the paths that take many units at once, with something odd at every place of them, at
+// every size of source and target, compared with the model.
 #include "KxUnicode.h"
 
 #include "UnicodeModel.h"
@@ -89,8 +89,8 @@ public:
         UnicodeUnits text;
         for (std::size_t runs = 1 + below(12); runs > 0; --runs) {
             const UnicodeUnits& alphabet = kAlphabets[below(kAlphabets.size())];
-            const UnicodeUnits run =
-                makeText(form, alphabet, below(90), withOdd ? odd[below(odd.size())] : UnicodeUnits {}, below(90));
+            const UnicodeUnits run = makeText(form, alphabet, below(90),
+                                              withOdd ? odd[below(odd.size())] : UnicodeUnits {}, below(90));
             text.insert(text.end(), run.begin(), run.end());
         }
         return text;
@@ -105,9 +105,8 @@ protected:
     void compare(const UnicodeUnits& source, std::size_t room, bool strict, std::size_t offset = 0)
     {
         const auto [name, from, to] = GetParam();
-        ASSERT_EQ(
-            realConversion(from, to, source, room, strict ? strictConversion : lenientConversion, offset),
-            modelConversion(from, to, source, room, strict))
+        ASSERT_EQ(realConversion(from, to, source, room, strict ? strictConversion : lenientConversion, offset),
+                  modelConversion(from, to, source, room, strict))
             << UnicodeText { source } << (strict ? " strictly" : " leniently") << " into " << room;
     }
 

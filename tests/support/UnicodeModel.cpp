@@ -255,8 +255,9 @@ UnicodeOutcome realConversion(UnicodeForm from, UnicodeForm to, const UnicodeUni
                                         : runReal<UTF8, UTF32>(ConvertUTF8toUTF32, source, room, flags, offset);
     }
     if (from == UnicodeForm::utf16) {
-        return to == UnicodeForm::utf8 ? runReal<UTF16, UTF8>(ConvertUTF16toUTF8, source, room, flags, offset)
-                                       : runReal<UTF16, UTF32>(ConvertUTF16toUTF32, source, room, flags, offset);
+        return to == UnicodeForm::utf8
+            ? runReal<UTF16, UTF8>(ConvertUTF16toUTF8, source, room, flags, offset)
+            : runReal<UTF16, UTF32>(ConvertUTF16toUTF32, source, room, flags, offset);
     }
     return to == UnicodeForm::utf8 ? runReal<UTF32, UTF8>(ConvertUTF32toUTF8, source, room, flags, offset)
                                    : runReal<UTF32, UTF16>(ConvertUTF32toUTF16, source, room, flags, offset);

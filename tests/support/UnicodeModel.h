@@ -42,8 +42,8 @@ bool modelIsLegalSequence(const UnicodeUnits& bytes);
 // The units of a value of at most 10FFFF.
 UnicodeUnits modelEncode(UnicodeForm to, std::uint32_t value);
 
-// What the real converter gives. Source and target begin `offset` units into their blocks of memory; nothing lies
-// behind the source.
+// What the real converter gives. Source and target begin `offset` units into their blocks of memory; nothing
+// lies behind the source.
 UnicodeOutcome realConversion(UnicodeForm from, UnicodeForm to, const UnicodeUnits& source, std::size_t room,
                               KXPL::ConversionFlags flags, std::size_t offset = 0);
 
