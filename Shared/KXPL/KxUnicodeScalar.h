@@ -40,7 +40,7 @@ template <typename Unit> std::size_t roomBetween(const Unit* from, const Unit* e
 }
 
 // Writes a value of at most kLargestScalar as one or two units. False, with nothing written, without room.
-inline bool putUTF16(UTF32 value, UTF16*& target, const UTF16* targetEnd)
+inline bool put(UTF32 value, UTF16*& target, const UTF16* targetEnd)
 {
     const std::size_t units = value < kFirstSupplementary ? 1 : 2;
     if (roomBetween<UTF16>(target, targetEnd) < units) {
@@ -53,6 +53,15 @@ inline bool putUTF16(UTF32 value, UTF16*& target, const UTF16* targetEnd)
             static_cast<UTF16>(((value - kFirstSupplementary) >> kSurrogateShift) + kFirstHighSurrogate);
         *target++ = static_cast<UTF16>((value & kSurrogateMask) | kFirstLowSurrogate);
     }
+    return true;
+}
+
+inline bool put(UTF32 value, UTF32*& target, const UTF32* targetEnd)
+{
+    if (roomBetween<UTF32>(target, targetEnd) == 0) {
+        return false;
+    }
+    *target++ = value;
     return true;
 }
 

@@ -1,8 +1,11 @@
 // The converters that read UTF-8, and the test of a sequence.
 #include "KxUnicode.h"
 
+#include "KxUnicodeBlocks.h"
+#include "KxUnicodeLanes.h"
 #include "KxUnicodeScalar.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace KXPL {
@@ -85,58 +88,177 @@ ConversionResult peekUTF8(const UTF8* source, const UTF8* sourceEnd, UTF32& valu
     return conversionOK;
 }
 
-} // namespace
+// Converts the characters that begin before stretchEnd, one at a time. The legality test has already refused
+// surrogates and values above kLargestScalar, in either mode, so no branch for them follows and the flags make
+// no difference.
+template <typename Target>
+ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd, Ends<UTF8, Target> ends)
+{
+    while (at.from < stretchEnd) {
+        UTF32 value = 0;
+        int length = 0;
+        const ConversionResult result = peekUTF8(at.from, ends.source, value, length);
+        if (result != conversionOK) {
+            return result;
+        }
+        if (!put(value, at.to, ends.target)) {
+            return targetExhausted;
+        }
+        at.from += length;
+    }
+    return conversionOK;
+}
 
-// In both converters the legality test has already refused surrogates and values above kLargestScalar, in
-// either mode, so no branch for them follows and the flags make no difference.
+// Some characters of any length, none of which can end the conversion: there are four bytes and two units for
+// each of them. It takes what the Unicode Standard calls well-formed and leaves the rest to the legality test.
+template <typename Target> Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
+{
+    std::size_t characters =
+        std::min(roomBetween(at.from, ends.source) / 4, roomBetween<Target>(at.to, ends.target) / 2);
+    for (characters = std::min(characters, kBlock); characters > 0; --characters) {
+        UTF32 bytes;
+        std::memcpy(&bytes, at.from, sizeof bytes);
+        if ((bytes & 0x00C0C0F0) == 0x008080E0) {
+            const UTF32 value = (bytes & 0x0F) << 12 | (bytes >> 2 & 0xFC0) | (bytes >> 16 & 0x3F);
+            if (value < 0x800 || isSurrogate(value)) {
+                break;
+            }
+            *at.to++ = static_cast<Target>(value);
+            at.from += 3;
+        } else if ((bytes & 0x80) == 0) {
+            *at.to++ = static_cast<Target>(bytes & 0x7F);
+            at.from += 1;
+        } else if ((bytes & 0xC0E0) == 0x80C0) {
+            const UTF32 value = (bytes & 0x1F) << 6 | (bytes >> 8 & 0x3F);
+            if (value < 0x80) {
+                break;
+            }
+            *at.to++ = static_cast<Target>(value);
+            at.from += 2;
+        } else if ((bytes & 0xC0C0C0F8) == 0x808080F0) {
+            const UTF32 value =
+                (bytes & 0x07) << 18 | (bytes << 4 & 0x3F000) | (bytes >> 10 & 0xFC0) | (bytes >> 24 & 0x3F);
+            if (value < kFirstSupplementary || value > kLargestScalar) {
+                break;
+            }
+            put(value, at.to, at.to + 2);
+            at.from += 4;
+        } else {
+            break;
+        }
+    }
+    return at;
+}
+
+// The values of characters of at most two bytes, given at their last bytes.
+Lanes16 valuesBelow800(Lanes16 previous, Lanes16 bytes)
+{
+    const Lanes16 previousLead = (Lanes16)((previous & 0xC0) == 0xC0);
+    return bytes + (((previous << 6) - static_cast<UTF16>(offsetsFromUTF8[1])) & previousLead);
+}
+
+// storeOver for results of two units, which a wider target keeps apart.
+template <typename Target>
+[[gnu::noinline]] Target* storePairs(const UTF16* firsts, const UTF16* seconds, const UTF16* lengths,
+                                     Target* to)
+{
+    for (std::size_t i = 0; i < kBlock / 2 - 1; ++i) {
+        to[0] = firsts[i];
+        to[1] = seconds[i];
+        to += lengths[i];
+    }
+    return to;
+}
+
+// A block of legal sequences of at most two bytes, but for its last two bytes. A result is what two bytes give;
+// a character is given by its last byte.
+template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Target> at)
+{
+    UTF16 firsts[kBlock / 2];
+    UTF16 seconds[kBlock / 2];
+    UTF16 lengths[kBlock / 2];
+    Lanes8 refused {};
+    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF8>) {
+        const Lanes8 previous = loadLanes(at.from + i - 1);
+        const Lanes8 bytes = loadLanes(at.from + i);
+        const Lanes8 areDue = (Lanes8)((previous & 0xC0) == 0xC0);
+        const Lanes8 areTrailing = (Lanes8)((bytes & 0xC0) == 0x80);
+        refused |= (areDue ^ areTrailing) | (Lanes8)((bytes & 0xFE) == 0xC0) | (Lanes8)((bytes & 0xE0) == 0xE0);
+        const Lanes16 before = (Lanes16)previous & 0xFF;
+        const Lanes16 first = (Lanes16)bytes & 0xFF;
+        const Lanes16 second = (Lanes16)bytes >> 8;
+        const Lanes16 firstLeads = (Lanes16)((first & 0xC0) == 0xC0);
+        const Lanes16 secondLeads = (Lanes16)((second & 0xC0) == 0xC0);
+        const Lanes16 value = valuesBelow800(first, second);
+        storeLanes(choose<Lanes16>(firstLeads, value, valuesBelow800(before, first)), firsts + i / 2);
+        storeLanes(value, seconds + i / 2);
+        storeLanes(2 + firstLeads + secondLeads, lengths + i / 2);
+    }
+    if (anySet(refused)) {
+        return at;
+    }
+    at.to = storePairs(firsts, seconds, lengths, at.to);
+    at.from += kBlock - 2 - (at.from[kBlock - 3] >= 0xC0);
+    return at;
+}
+
+template <typename Target> Place<UTF8, Target> convertBlock(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
+{
+    if (has(at, ends, kBlock, kBlock)) {
+        if (!anyHas(0x80, at.from)) {
+            return copyBlock(at);
+        }
+        // Where a longer character stands first, the attempt would be in vain.
+        const Place<UTF8, Target> next = *at.from < 0xE0 ? convertBelow800(at) : at;
+        if (next.from != at.from) {
+            return next;
+        }
+    }
+    return convertLegal(at, ends);
+}
+
+template <typename Target> Place<UTF8, Target> convertBlocks(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
+{
+    for (;;) {
+        const Place<UTF8, Target> next = convertBlock(at, ends);
+        if (next.from == at.from) {
+            return at;
+        }
+        at = next;
+    }
+}
+
+template <typename Target>
+ConversionResult convert(const UTF8** source, const UTF8* sourceEnd, Target** target, const Target* targetEnd)
+{
+    const Ends<UTF8, Target> ends { sourceEnd, targetEnd };
+    Place<UTF8, Target> at { *source, *target };
+    if (at.from >= sourceEnd) {
+        return conversionOK;
+    }
+    // Blocks look at the byte before them.
+    ConversionResult result = convertSingly(at, at.from + 1, ends);
+    while (result == conversionOK && at.from < sourceEnd) {
+        at = convertBlocks(at, ends);
+        result = convertSingly(at, endOfStretch(at.from, sourceEnd), ends);
+    }
+    *source = at.from;
+    *target = at.to;
+    return result;
+}
+
+} // namespace
 
 ConversionResult ConvertUTF8toUTF16(const UTF8** source, const UTF8* sourceEnd, UTF16** target,
                                     UTF16* targetEnd, ConversionFlags)
 {
-    ConversionResult result = conversionOK;
-    const UTF8* from = *source;
-    UTF16* to = *target;
-    while (from < sourceEnd) {
-        UTF32 value = 0;
-        int length = 0;
-        result = peekUTF8(from, sourceEnd, value, length);
-        if (result != conversionOK) {
-            break;
-        }
-        if (!putUTF16(value, to, targetEnd)) {
-            result = targetExhausted;
-            break;
-        }
-        from += length;
-    }
-    *source = from;
-    *target = to;
-    return result;
+    return convert<UTF16>(source, sourceEnd, target, targetEnd);
 }
 
 ConversionResult ConvertUTF8toUTF32(const UTF8** source, const UTF8* sourceEnd, UTF32** target,
                                     UTF32* targetEnd, ConversionFlags)
 {
-    ConversionResult result = conversionOK;
-    const UTF8* from = *source;
-    UTF32* to = *target;
-    while (from < sourceEnd) {
-        UTF32 value = 0;
-        int length = 0;
-        result = peekUTF8(from, sourceEnd, value, length);
-        if (result != conversionOK) {
-            break;
-        }
-        if (roomBetween<UTF32>(to, targetEnd) == 0) {
-            result = targetExhausted;
-            break;
-        }
-        *to++ = value;
-        from += length;
-    }
-    *source = from;
-    *target = to;
-    return result;
+    return convert<UTF32>(source, sourceEnd, target, targetEnd);
 }
 
 bool isLegalUTF8Sequence(const UTF8* source, const UTF8* sourceEnd)

@@ -168,20 +168,26 @@ Character read(UnicodeForm from, UnicodeForm to, const UnicodeUnits& source, std
 template <typename Unit> constexpr Unit kUntouched = static_cast<Unit>(0xEEEEEEEE);
 
 template <typename Source, typename Target, typename Convert>
-UnicodeOutcome runReal(Convert convert, const UnicodeUnits& units, std::size_t room, ConversionFlags flags)
+UnicodeOutcome runReal(Convert convert, const UnicodeUnits& units, std::size_t room, ConversionFlags flags,
+                       std::size_t offset)
 {
     std::vector<Source> source;
-    source.reserve(units.size());
+    source.reserve(offset + units.size());
+    source.assign(offset, kUntouched<Source>);
     for (const std::uint32_t unit : units) {
         source.push_back(static_cast<Source>(unit));
     }
-    std::vector<Target> target(room + 4, kUntouched<Target>);
-    const Source* from = source.data();
-    Target* to = target.data();
+    std::vector<Target> target(offset + room + 4, kUntouched<Target>);
+    const Source* const start = source.data() + offset;
+    const Source* from = start;
+    Target* to = target.data() + offset;
     const ConversionResult result =
-        convert(&from, source.data() + source.size(), &to, target.data() + room, flags);
-    UnicodeOutcome outcome { result, static_cast<std::size_t>(from - source.data()), {} };
-    outcome.written.assign(target.data(), to);
+        convert(&from, source.data() + source.size(), &to, target.data() + offset + room, flags);
+    UnicodeOutcome outcome { result, static_cast<std::size_t>(from - start), {} };
+    outcome.written.assign(target.data() + offset, to);
+    for (std::size_t i = 0; i < offset; ++i) {
+        outcome.wroteBeyond = outcome.wroteBeyond || target[i] != kUntouched<Target>;
+    }
     for (; to < target.data() + target.size(); ++to) {
         outcome.wroteBeyond = outcome.wroteBeyond || *to != kUntouched<Target>;
     }
@@ -242,16 +248,17 @@ UnicodeOutcome modelConversion(UnicodeForm from, UnicodeForm to, const UnicodeUn
 }
 
 UnicodeOutcome realConversion(UnicodeForm from, UnicodeForm to, const UnicodeUnits& source, std::size_t room,
-                              ConversionFlags flags)
+                              ConversionFlags flags, std::size_t offset)
 {
     if (from == UnicodeForm::utf8) {
-        return to == UnicodeForm::utf16 ? runReal<UTF8, UTF16>(ConvertUTF8toUTF16, source, room, flags)
-                                        : runReal<UTF8, UTF32>(ConvertUTF8toUTF32, source, room, flags);
+        return to == UnicodeForm::utf16 ? runReal<UTF8, UTF16>(ConvertUTF8toUTF16, source, room, flags, offset)
+                                        : runReal<UTF8, UTF32>(ConvertUTF8toUTF32, source, room, flags, offset);
     }
     if (from == UnicodeForm::utf16) {
-        return to == UnicodeForm::utf8 ? runReal<UTF16, UTF8>(ConvertUTF16toUTF8, source, room, flags)
-                                       : runReal<UTF16, UTF32>(ConvertUTF16toUTF32, source, room, flags);
+        return to == UnicodeForm::utf8
+            ? runReal<UTF16, UTF8>(ConvertUTF16toUTF8, source, room, flags, offset)
+            : runReal<UTF16, UTF32>(ConvertUTF16toUTF32, source, room, flags, offset);
     }
-    return to == UnicodeForm::utf8 ? runReal<UTF32, UTF8>(ConvertUTF32toUTF8, source, room, flags)
-                                   : runReal<UTF32, UTF16>(ConvertUTF32toUTF16, source, room, flags);
+    return to == UnicodeForm::utf8 ? runReal<UTF32, UTF8>(ConvertUTF32toUTF8, source, room, flags, offset)
+                                   : runReal<UTF32, UTF16>(ConvertUTF32toUTF16, source, room, flags, offset);
 }

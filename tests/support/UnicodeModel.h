@@ -23,7 +23,7 @@ struct UnicodeOutcome {
     KXPL::ConversionResult result;
     std::size_t consumed;
     UnicodeUnits written;
-    bool wroteBeyond = false; // something behind the target's new position was changed
+    bool wroteBeyond = false; // something outside what was written was changed
 };
 
 bool operator==(const UnicodeOutcome& a, const UnicodeOutcome& b);
@@ -42,9 +42,10 @@ bool modelIsLegalSequence(const UnicodeUnits& bytes);
 // The units of a value of at most 10FFFF.
 UnicodeUnits modelEncode(UnicodeForm to, std::uint32_t value);
 
-// What the real converter gives.
+// What the real converter gives. Source and target begin `offset` units into their blocks of memory; nothing
+// lies behind the source.
 UnicodeOutcome realConversion(UnicodeForm from, UnicodeForm to, const UnicodeUnits& source, std::size_t room,
-                              KXPL::ConversionFlags flags);
+                              KXPL::ConversionFlags flags, std::size_t offset = 0);
 
 inline UnicodeOutcome strictly(UnicodeForm from, UnicodeForm to, const UnicodeUnits& source,
                                std::size_t room = 100)
