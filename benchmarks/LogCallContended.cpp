@@ -1,0 +1,111 @@
+// The cost of a log call while the collector drains the same ring, and while another thread logs too.
+#include "Logger.h"
+#include "Report.h"
+
+#include <atomic>
+
+namespace bench {
+namespace {
+
+void ignoreLine(const char* line)
+{
+    benchmark::DoNotOptimize(line);
+}
+
+// In turns: a batch that nobody disturbs, and one during which another processor collects without a pause.
+void WhileDrained(benchmark::State& state)
+{
+    if (!HaveTwoProcessors()) {
+        state.SkipWithError("needs two processors");
+        return;
+    }
+    QuietManager manager;
+    const auto previous = manager->SetOutputCallback(ignoreLine);
+    Context context;
+    Partner collector(1);
+    Samples quiet;
+    Samples drained;
+    for (auto _ : state) {
+        quiet.Add(TimeBatch([&](int i) { IntAndText::Call(context, 0, i); }));
+        context.Drain();
+
+        std::atomic<int> passes { 0 };
+        std::atomic<bool> stop { false };
+        collector.Start([&] {
+            while (!stop) {
+                manager->Collect();
+                passes.fetch_add(1, std::memory_order_relaxed);
+            }
+        });
+        while (passes.load(std::memory_order_relaxed) == 0) {
+            SpinPause();
+        }
+        const double cost = TimeBatch([&](int i) { IntAndText::Call(context, 0, i); });
+        while (KxLoadAcquire(context.mRecordCount) != 0) {
+            SpinPause();
+        }
+        stop = true;
+        collector.Wait();
+        drained.Add(cost);
+        SetBatchTime(state, cost);
+    }
+    Report(state, "call", drained);
+    Report(state, "quiet", quiet);
+    manager->SetOutputCallback(previous);
+}
+BENCHMARK(WhileDrained)->Name("log_call_drained/int_and_text")->UseManualTime();
+
+// Both threads run the call a batch long at the same time; the mean of their costs.
+template <typename Mine, typename Other> double TimeTogether(Partner& partner, Mine&& mine, Other&& other)
+{
+    Rendezvous start;
+    double others = 0;
+    partner.Start([&] {
+        start.Meet();
+        others = TimeBatch(other);
+    });
+    start.Meet();
+    const double own = TimeBatch(mine);
+    partner.Wait();
+    return (own + others) / 2;
+}
+
+void TwoThreads(benchmark::State& state)
+{
+    if (!HaveTwoProcessors()) {
+        state.SkipWithError("needs two processors");
+        return;
+    }
+    QuietManager manager;
+    Context mine;
+    Context others;
+    SharedCounter sequence;
+    Floor<IntAndText::kRecordBytes> myFloor(sequence.mValue);
+    Floor<IntAndText::kRecordBytes> othersFloor(sequence.mValue);
+    Partner partner(1);
+    Samples calls;
+    Samples floors;
+    for (auto _ : state) {
+        const double cost = TimeTogether(
+            partner, [&](int i) { IntAndText::Call(mine, 0, i); },
+            [&](int i) { IntAndText::Call(others, 0, i); });
+        // Each by its own thread, as the floors', or the rings would change caches.
+        partner.Start([&] { others.Drain(); });
+        mine.Drain();
+        partner.Wait();
+        calls.Add(cost);
+        SetBatchTime(state, cost);
+
+        floors.Add(TimeTogether(
+            partner, [&](int) { myFloor(); }, [&](int) { othersFloor(); }));
+        partner.Start([&] { othersFloor.Drain(); });
+        myFloor.Drain();
+        partner.Wait();
+    }
+    Report(state, "call", calls);
+    Report(state, "floor", floors);
+}
+BENCHMARK(TwoThreads)->Name("log_call_two_threads/int_and_text")->UseManualTime();
+
+} // namespace
+} // namespace bench
