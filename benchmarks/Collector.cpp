@@ -29,7 +29,7 @@ void CLibrary(benchmark::State& state)
 {
     Samples lines;
     for (auto _ : state) {
-        const double cost = TimeBatch([](int i) { LineByCLibrary(i); });
+        const Batch cost = TimeBatch([](int i) { LineByCLibrary(i); });
         lines.Add(cost);
         SetBatchTime(state, cost);
     }

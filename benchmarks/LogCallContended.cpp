@@ -40,7 +40,7 @@ void WhileDrained(benchmark::State& state)
         while (passes.load(std::memory_order_relaxed) == 0) {
             SpinPause();
         }
-        const double cost = TimeBatch([&](int i) { IntAndText::Call(context, 0, i); });
+        const Batch cost = TimeBatch([&](int i) { IntAndText::Call(context, 0, i); });
         while (KxLoadAcquire(context.mRecordCount) != 0) {
             SpinPause();
         }
@@ -56,18 +56,18 @@ void WhileDrained(benchmark::State& state)
 BENCHMARK(WhileDrained)->Name("log_call_drained/int_and_text")->UseManualTime();
 
 // Both threads run the call a batch long at the same time; the mean of their costs.
-template <typename Mine, typename Other> double TimeTogether(Partner& partner, Mine&& mine, Other&& other)
+template <typename Mine, typename Other> Batch TimeTogether(Partner& partner, Mine&& mine, Other&& other)
 {
     Rendezvous start;
-    double others = 0;
+    Batch others = {};
     partner.Start([&] {
         start.Meet();
         others = TimeBatch(other);
     });
     start.Meet();
-    const double own = TimeBatch(mine);
+    const Batch own = TimeBatch(mine);
     partner.Wait();
-    return (own + others) / 2;
+    return { (own.mCost + others.mCost) / 2, own.mInterrupted || others.mInterrupted };
 }
 
 void TwoThreads(benchmark::State& state)
@@ -86,7 +86,7 @@ void TwoThreads(benchmark::State& state)
     Samples calls;
     Samples floors;
     for (auto _ : state) {
-        const double cost = TimeTogether(
+        const Batch cost = TimeTogether(
             partner, [&](int i) { IntAndText::Call(mine, 0, i); },
             [&](int i) { IntAndText::Call(others, 0, i); });
         // Each by its own thread, as the floors', or the rings would change caches.

@@ -5,6 +5,7 @@
 #include <KxAtomic.h>
 
 #include <sched.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <atomic>
@@ -77,38 +78,61 @@ inline double Nanoseconds(std::chrono::steady_clock::duration span)
     return std::chrono::duration<double, std::nano>(span).count();
 }
 
-// Runs the call a batch long and returns its mean cost in nanoseconds.
-template <typename Call> double TimeBatch(Call&& call)
+// How often the kernel has taken the processor away from the calling thread.
+inline long TimesInterrupted()
 {
+    rusage usage;
+    getrusage(RUSAGE_THREAD, &usage);
+    return usage.ru_nivcsw;
+}
+
+struct Batch {
+    double mCost;      // nanoseconds for a call, the mean
+    bool mInterrupted; // another program ran in between, so the cost is not the call's
+};
+
+template <typename Call> Batch TimeBatch(Call&& call)
+{
+    const long interrupted = TimesInterrupted();
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < kCallsPerBatch; ++i) {
         call(i);
     }
-    return Nanoseconds(std::chrono::steady_clock::now() - start) / kCallsPerBatch;
+    const double spent = Nanoseconds(std::chrono::steady_clock::now() - start);
+    return { spent / kCallsPerBatch, TimesInterrupted() != interrupted };
 }
 
-// A distribution. At(0) is the smallest value, At(0.5) the median, At(1) the largest.
+// A distribution. At(0) is the smallest value, At(0.5) the median, At(1) the largest. Interrupted batches are
+// set aside and counted; they stand in only where there are no others.
 class Samples {
 public:
-    void Add(double value)
+    void Add(double value) { Add(Batch { value, false }); }
+    void Add(const Batch& batch)
     {
-        mValues.push_back(value);
+        (batch.mInterrupted ? mSetAside : mValues).push_back(batch.mCost);
         mSorted = false;
     }
     double At(double share)
     {
-        if (mValues.empty()) {
+        std::vector<double>& values = mValues.empty() ? mSetAside : mValues;
+        if (values.empty()) {
             return 0;
         }
         if (!mSorted) {
-            std::sort(mValues.begin(), mValues.end());
+            std::sort(values.begin(), values.end());
             mSorted = true;
         }
-        return mValues[static_cast<std::size_t>(std::lround(share * static_cast<double>(mValues.size() - 1)))];
+        return values[static_cast<std::size_t>(std::lround(share * static_cast<double>(values.size() - 1)))];
+    }
+    double ShareSetAside() const
+    {
+        const double aside = static_cast<double>(mSetAside.size());
+        return aside > 0 ? aside / (aside + static_cast<double>(mValues.size())) : 0;
     }
 
 private:
     std::vector<double> mValues;
+    std::vector<double> mSetAside;
     bool mSorted = false;
 };
 

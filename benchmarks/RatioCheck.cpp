@@ -40,8 +40,8 @@ template <typename Case> Costs logCall()
     SharedCounter sequence;
     bench::Floor<Case::kRecordBytes> floor(sequence.mValue);
     return smallestCosts(
-        kBatches, [&] { return TimeBatch([&](int i) { Case::Call(context, id, i); }); }, [&] { context.Drain(); },
-        [&] { return TimeBatch([&](int) { floor(); }); }, [&] { floor.Drain(); });
+        kBatches, [&] { return TimeBatch([&](int i) { Case::Call(context, id, i); }).mCost; }, [&] { context.Drain(); },
+        [&] { return TimeBatch([&](int) { floor(); }).mCost; }, [&] { floor.Drain(); });
 }
 
 Costs callThatLogsNothing(bool enabled)
@@ -56,7 +56,7 @@ Costs callThatLogsNothing(bool enabled)
         Touch(nullptr);
     };
     return smallestCosts(
-        kBatches, [&] { return TimeBatch(call); }, [] { }, [&] { return TimeBatch([&](int) { floor(); }); },
+        kBatches, [&] { return TimeBatch(call).mCost; }, [] { }, [&] { return TimeBatch([&](int) { floor(); }).mCost; },
         [&] { floor.Drain(); });
 }
 
@@ -67,7 +67,7 @@ template <int contexts> Costs collectedLine()
     backlog.Fill();
     return smallestCosts(
         20, [&] { return backlog.TimeCollect(); }, [&] { backlog.Fill(); },
-        [] { return TimeBatch([](int i) { LineByCLibrary(i); }); }, [] { });
+        [] { return TimeBatch([](int i) { LineByCLibrary(i); }).mCost; }, [] { });
 }
 
 struct Check {

@@ -10,7 +10,7 @@
 
 namespace bench {
 
-// Adds NAME_p0 (the minimum) to NAME_p100 (the maximum).
+// Adds NAME_p0 (the minimum) to NAME_p100 (the maximum), and the share of interrupted batches.
 inline void Report(benchmark::State& state, const std::string& name, Samples& samples)
 {
     static constexpr struct {
@@ -21,11 +21,12 @@ inline void Report(benchmark::State& state, const std::string& name, Samples& sa
     for (const auto& point : kPoints) {
         state.counters[name + "_" + point.mName] = samples.At(point.mShare);
     }
+    state.counters[name + "_set_aside"] = samples.ShareSetAside();
 }
 
-inline void SetBatchTime(benchmark::State& state, double nanosecondsPerCall)
+inline void SetBatchTime(benchmark::State& state, const Batch& batch)
 {
-    state.SetIterationTime(nanosecondsPerCall * kCallsPerBatch * 1e-9);
+    state.SetIterationTime(batch.mCost * kCallsPerBatch * 1e-9);
 }
 
 // Measures a call in batches; `settle` runs after each, outside the timing.
@@ -34,7 +35,7 @@ void MeasureCalls(benchmark::State& state, Call&& call, Settle&& settle)
 {
     Samples calls;
     for (auto _ : state) {
-        const double cost = TimeBatch(call);
+        const Batch cost = TimeBatch(call);
         settle();
         calls.Add(cost);
         SetBatchTime(state, cost);
