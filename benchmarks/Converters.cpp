@@ -30,10 +30,10 @@ template <typename Source, typename Target, Routine<Source, Target> routine> boo
 
 using namespace KXPL;
 
-[[maybe_unused]] const bool added =
-    add<UTF8, UTF16, ConvertUTF8toUTF16>() && add<UTF16, UTF8, ConvertUTF16toUTF8>()
-    && add<UTF8, UTF32, ConvertUTF8toUTF32>() && add<UTF32, UTF8, ConvertUTF32toUTF8>()
-    && add<UTF16, UTF32, ConvertUTF16toUTF32>() && add<UTF32, UTF16, ConvertUTF32toUTF16>();
+[[maybe_unused]] const bool added = add<UTF8, UTF16, ConvertUTF8toUTF16>()
+    && add<UTF16, UTF8, ConvertUTF16toUTF8>() && add<UTF8, UTF32, ConvertUTF8toUTF32>()
+    && add<UTF32, UTF8, ConvertUTF32toUTF8>() && add<UTF16, UTF32, ConvertUTF16toUTF32>()
+    && add<UTF32, UTF16, ConvertUTF32toUTF16>();
 
 } // namespace
 } // namespace bench

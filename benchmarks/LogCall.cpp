@@ -40,8 +40,7 @@ void FrontDoor(benchmark::State& state)
     HSL::CLogContext* context = manager->GetTLSContext();
     std::vector<char> scratch(kRingBytes);
     MeasureCalls(
-        state, [](int i) { HSL::HSLog(HSL::CCat(kCategory), "x=%d", i); },
-        [&] { Drain(*context, scratch); });
+        state, [](int i) { HSL::HSLog(HSL::CCat(kCategory), "x=%d", i); }, [&] { Drain(*context, scratch); });
 }
 BENCHMARK(FrontDoor)->Name("log_call/front_door")->UseManualTime();
 
@@ -57,7 +56,7 @@ void CallThatLogsNothing(benchmark::State& state, bool enabled)
             HSL::HSLog(HSL::CCat(kCategory), "x=%d", i);
             benchmark::ClobberMemory();
         },
-        [] { });
+        [] {});
     if (context->mRecordCount != 0) {
         state.SkipWithError("something was logged");
     }

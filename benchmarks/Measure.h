@@ -149,7 +149,7 @@ public:
     ~Partner()
     {
         mEnd = true;
-        Start([] { });
+        Start([] {});
         mThread.join();
     }
     Partner(const Partner&) = delete;

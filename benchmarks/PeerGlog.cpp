@@ -33,10 +33,8 @@ void Glog(benchmark::State& state)
     FormattingSink sink;
     MeasureCalls(
         state,
-        [&](int i) {
-            LOG_TO_SINK_BUT_NOT_TO_LOGFILE(&sink, INFO) << "x=" << i << " y=" << IntAndText::kText;
-        },
-        [] { });
+        [&](int i) { LOG_TO_SINK_BUT_NOT_TO_LOGFILE(&sink, INFO) << "x=" << i << " y=" << IntAndText::kText; },
+        [] {});
     if (!ready || sink.mLines != state.iterations() * kCallsPerBatch) {
         state.SkipWithError("lines are missing");
     }

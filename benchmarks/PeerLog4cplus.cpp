@@ -43,7 +43,7 @@ void Log4cplus(benchmark::State& state)
     const log4cplus::helpers::SharedObjectPtr<FormattingAppender> appender(new FormattingAppender);
     logger.addAppender(log4cplus::SharedAppenderPtr(appender.get()));
     MeasureCalls(
-        state, [&](int i) { LOG4CPLUS_INFO_FMT(logger, IntAndText::kFormat, i, IntAndText::kText); }, [] { });
+        state, [&](int i) { LOG4CPLUS_INFO_FMT(logger, IntAndText::kFormat, i, IntAndText::kText); }, [] {});
     logger.removeAllAppenders();
     if (appender->mLines != state.iterations() * kCallsPerBatch) {
         state.SkipWithError("lines are missing");

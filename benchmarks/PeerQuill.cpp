@@ -21,7 +21,8 @@ void Quill(benchmark::State& state)
             "benchmark", quill::Frontend::create_or_get_sink<quill::NullSink>("null"));
     }();
     MeasureCalls(
-        state, [&](int i) { LOG_INFO(logger, "x={} y={}", i, IntAndText::kText); }, [&] { logger->flush_log(); });
+        state, [&](int i) { LOG_INFO(logger, "x={} y={}", i, IntAndText::kText); },
+        [&] { logger->flush_log(); });
 }
 BENCHMARK(Quill)->Name("log_call_peer/quill")->UseManualTime();
 

@@ -23,7 +23,8 @@ const char32_t* chars32(const std::vector<UTF32>& text)
 
 std::size_t from8to16(const std::vector<UTF8>& source, std::vector<UTF16>& target)
 {
-    return simdutf::convert_utf8_to_utf16le(chars8(source), source.size(), const_cast<char16_t*>(chars16(target)));
+    return simdutf::convert_utf8_to_utf16le(chars8(source), source.size(),
+                                            const_cast<char16_t*>(chars16(target)));
 }
 std::size_t from16to8(const std::vector<UTF16>& source, std::vector<UTF8>& target)
 {
@@ -31,7 +32,8 @@ std::size_t from16to8(const std::vector<UTF16>& source, std::vector<UTF8>& targe
 }
 std::size_t from8to32(const std::vector<UTF8>& source, std::vector<UTF32>& target)
 {
-    return simdutf::convert_utf8_to_utf32(chars8(source), source.size(), const_cast<char32_t*>(chars32(target)));
+    return simdutf::convert_utf8_to_utf32(chars8(source), source.size(),
+                                          const_cast<char32_t*>(chars32(target)));
 }
 std::size_t from32to8(const std::vector<UTF32>& source, std::vector<UTF8>& target)
 {

@@ -18,7 +18,7 @@ void Synchronous(benchmark::State& state)
     const auto sink = std::make_shared<FormattingSink>();
     spdlog::logger logger("synchronous", sink);
     MeasureCalls(
-        state, [&](int i) { logger.info("x={} y={}", i, IntAndText::kText); }, [] { });
+        state, [&](int i) { logger.info("x={} y={}", i, IntAndText::kText); }, [] {});
 }
 BENCHMARK(Synchronous)->Name("log_call_peer/spdlog, synchronous")->UseManualTime();
 

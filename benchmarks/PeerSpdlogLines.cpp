@@ -14,7 +14,7 @@ void SpdlogLines(benchmark::State& state)
     const auto sink = std::make_shared<FormattingSink>();
     spdlog::logger logger("lines", sink);
     MeasureCalls(
-        state, [&](int i) { logger.info("x={} y={}", i, IntAndText::kText); }, [] { });
+        state, [&](int i) { logger.info("x={} y={}", i, IntAndText::kText); }, [] {});
     state.SetItemsProcessed(state.iterations() * kCallsPerBatch);
     if (sink->Lines() != state.iterations() * kCallsPerBatch) {
         state.SkipWithError("lines are missing");

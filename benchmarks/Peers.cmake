@@ -39,7 +39,7 @@ if(Boost_FOUND)
 endif()
 
 # Libraries that no package manager here carries: name the folder with the library's headers, and for simdutf
-# the one with its single-header edition.
+# the one with its single-header edition. The sources for these five have not been built yet.
 function(fallcatch_folder_peer name option benchmark source)
     set(FALLCATCH_BENCH_${option} "" CACHE PATH "Folder with ${name}, to compare with it")
     if(FALLCATCH_BENCH_${option})

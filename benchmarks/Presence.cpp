@@ -39,19 +39,21 @@ void Idle(benchmark::State& state)
             spent += processorSeconds() - before;
             state.SetIterationTime(kSeconds);
         }
-        state.counters["percent_of_a_core"] = 100 * spent / (kSeconds * static_cast<double>(state.iterations()));
+        state.counters["percent_of_a_core"] =
+            100 * spent / (kSeconds * static_cast<double>(state.iterations()));
     }
     HSL::CLogManager::Cleanup();
 }
 BENCHMARK(Idle)->Name("presence/idle")->UseManualTime()->Iterations(1);
 
-// What a thread's first log call asks of malloc and keeps, its ring included; and what the C library makes of it.
+// What a thread's first log call asks of malloc and keeps, its ring included; and what the C library makes of
+// it.
 void Memory(benchmark::State& state)
 {
     HSL::CLogManager::Initialize();
     HSL::LogManager()->SetEnable(true);
     HSL::LogManager()->SetFilterValue(kCategory, true);
-    HSL::LogManager()->SetOutputCallback([](const char*) { });
+    HSL::LogManager()->SetOutputCallback([](const char*) {});
     for (auto _ : state) {
         const auto taken = [] {
             const struct mallinfo2 info = mallinfo2();

@@ -1,5 +1,5 @@
-// How a queue between two threads is measured. A Queue<T> is made for a number of elements and has Push and Pop,
-// which wait, spinning, for room and for an element.
+// How a queue between two threads is measured. A Queue<T> is made for a number of elements and has Push and
+// Pop, which wait, spinning, for room and for an element.
 #ifndef FALLCATCH_BENCHMARKS_QUEUES_H
 #define FALLCATCH_BENCHMARKS_QUEUES_H
 
@@ -71,7 +71,7 @@ template <template <typename> class Queue, typename Element> void OneThread(benc
             queue.Pop(element);
             Touch(&element);
         },
-        [] { });
+        [] {});
 }
 
 template <template <typename> class Queue> bool AddQueue(const std::string& who)

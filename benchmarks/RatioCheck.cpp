@@ -40,8 +40,9 @@ template <typename Case> Costs logCall()
     SharedCounter sequence;
     bench::Floor<Case::kRecordBytes> floor(sequence.mValue);
     return smallestCosts(
-        kBatches, [&] { return TimeBatch([&](int i) { Case::Call(context, id, i); }).mCost; }, [&] { context.Drain(); },
-        [&] { return TimeBatch([&](int) { floor(); }).mCost; }, [&] { floor.Drain(); });
+        kBatches, [&] { return TimeBatch([&](int i) { Case::Call(context, id, i); }).mCost; },
+        [&] { context.Drain(); }, [&] { return TimeBatch([&](int) { floor(); }).mCost; },
+        [&] { floor.Drain(); });
 }
 
 Costs callThatLogsNothing(bool enabled)
@@ -56,8 +57,8 @@ Costs callThatLogsNothing(bool enabled)
         Touch(nullptr);
     };
     return smallestCosts(
-        kBatches, [&] { return TimeBatch(call).mCost; }, [] { }, [&] { return TimeBatch([&](int) { floor(); }).mCost; },
-        [&] { floor.Drain(); });
+        kBatches, [&] { return TimeBatch(call).mCost; }, [] {},
+        [&] { return TimeBatch([&](int) { floor(); }).mCost; }, [&] { floor.Drain(); });
 }
 
 template <int contexts> Costs collectedLine()
@@ -67,7 +68,7 @@ template <int contexts> Costs collectedLine()
     backlog.Fill();
     return smallestCosts(
         20, [&] { return backlog.TimeCollect(); }, [&] { backlog.Fill(); },
-        [] { return TimeBatch([](int i) { LineByCLibrary(i); }).mCost; }, [] { });
+        [] { return TimeBatch([](int i) { LineByCLibrary(i); }).mCost; }, [] {});
 }
 
 struct Check {

@@ -16,8 +16,8 @@ inline void Report(benchmark::State& state, const std::string& name, Samples& sa
     static constexpr struct {
         const char* mName;
         double mShare;
-    } kPoints[] = { { "p0", 0 }, { "p1", .01 }, { "p10", .1 }, { "p25", .25 }, { "p50", .5 }, { "p75", .75 },
-                    { "p90", .9 }, { "p99", .99 }, { "p99.9", .999 }, { "p100", 1 } };
+    } kPoints[] = { { "p0", 0 },    { "p1", .01 }, { "p10", .1 },  { "p25", .25 },    { "p50", .5 },
+                    { "p75", .75 }, { "p90", .9 }, { "p99", .99 }, { "p99.9", .999 }, { "p100", 1 } };
     for (const auto& point : kPoints) {
         state.counters[name + "_" + point.mName] = samples.At(point.mShare);
     }

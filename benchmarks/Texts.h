@@ -19,7 +19,8 @@ enum class Text {
     illFormed // latinCyrillic with an ill-formed unit after every 64 characters
 };
 
-// Ends up as a unit that no well-formed text has: FF in UTF-8, an unpaired surrogate in UTF-16, 110000 in UTF-32.
+// Ends up as a unit that no well-formed text has: FF in UTF-8, an unpaired surrogate in UTF-16, 110000 in
+// UTF-32.
 constexpr char32_t kIllFormed = 0xFFFFFFFF;
 
 std::vector<char32_t> Characters(Text text, std::size_t count);

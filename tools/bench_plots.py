@@ -11,16 +11,18 @@ OWN = "#1f5fa8"
 FLOOR = "#8a8a8a"
 PEERS = ["#d98c26", "#4f9a63", "#a8577e", "#7a6fc0", "#b5a642"]
 
-matplotlib.rcParams.update({
-    "svg.hashsalt": "fallcatch",  # the same picture gives the same file
-    "svg.fonttype": "none",  # text stays text: a quarter of the size
-    "font.size": 10,
-    "axes.spines.top": False,
-    "axes.spines.right": False,
-    "axes.titlesize": 11,
-    "axes.titleweight": "bold",
-    "axes.titlelocation": "left",
-})
+matplotlib.rcParams.update(
+    {
+        "svg.hashsalt": "fallcatch",  # the same picture gives the same file
+        "svg.fonttype": "none",  # text stays text: a quarter of the size
+        "font.size": 10,
+        "axes.spines.top": False,
+        "axes.spines.right": False,
+        "axes.titlesize": 11,
+        "axes.titleweight": "bold",
+        "axes.titlelocation": "left",
+    }
+)
 
 
 def _save(figure, path):
@@ -36,8 +38,10 @@ def _latency_rows(results):
         if name in results:
             rows.append((f"log call, {title}", name, "call", OWN))
             rows.append(("its floor", name, "floor", FLOOR))
-    for name, title in (("log_call_drained/int_and_text", "log call while drained"),
-                        ("log_call_two_threads/int_and_text", "log call, two threads at once")):
+    for name, title in (
+        ("log_call_drained/int_and_text", "log call while drained"),
+        ("log_call_two_threads/int_and_text", "log call, two threads at once"),
+    ):
         if name in results:
             rows.append((title, name, "call", OWN))
     if "log_call_two_threads/int_and_text" in results:
@@ -58,8 +62,15 @@ def latency(results, path):
         axes.plot([at["p1"], at["p99"]], [y, y], color=colour, linewidth=2, solid_capstyle="butt", alpha=0.6)
         axes.plot([at["p25"], at["p75"]], [y, y], color=colour, linewidth=8, solid_capstyle="butt", alpha=0.8)
         axes.plot(at["p50"], y, "o", color="white", markeredgecolor=colour, markersize=6)
-        axes.annotate(f"{at['p50']:.0f}", (at["p99"], y), xytext=(6, 0), textcoords="offset points", va="center",
-                      fontsize=9, color=colour)
+        axes.annotate(
+            f"{at['p50']:.0f}",
+            (at["p99"], y),
+            xytext=(6, 0),
+            textcoords="offset points",
+            va="center",
+            fontsize=9,
+            color=colour,
+        )
     axes.set_yticks(range(len(rows)), [row[0] for row in rows])
     axes.invert_yaxis()
     axes.set_xscale("log")
@@ -67,8 +78,10 @@ def latency(results, path):
     axes.xaxis.set_minor_formatter(lambda value, _: f"{value:g}" if f"{value:g}"[0] in "25" else "")
     axes.grid(axis="x", which="both", alpha=0.25)
     axes.set_xlabel("nanoseconds for a call (mean of a batch of 1,000), logarithmic")
-    axes.set_title("What a log call costs: median as a dot and a number,\n"
-                   "thick from quartile to quartile, thin from the 1st to the 99th percentile of all batches")
+    axes.set_title(
+        "What a log call costs: median as a dot and a number,\n"
+        "thick from quartile to quartile, thin from the 1st to the 99th percentile of all batches"
+    )
     _save(figure, path)
 
 
@@ -81,18 +94,23 @@ def collector(results, path):
     medians = [costs[n].median for n in numbers]
     rate.plot(numbers, [1e3 / value for value in medians], "o-", color=OWN, label="collector")
     cost.plot(numbers, medians, "o-", color=OWN, label="collector")
-    cost.fill_between(numbers, [costs[n].low for n in numbers], [costs[n].high for n in numbers], color=OWN, alpha=0.15)
+    cost.fill_between(
+        numbers, [costs[n].low for n in numbers], [costs[n].high for n in numbers], color=OWN, alpha=0.15
+    )
     if 2 in costs:
         bound = [n for n in numbers if n >= 2]
-        cost.plot(bound, [logarithmic_bound(costs, n) for n in bound], ":", color=FLOOR,
-                  label="c(2) (log2 n + 1) / 2")
+        cost.plot(
+            bound, [logarithmic_bound(costs, n) for n in bound], ":", color=FLOOR, label="c(2) (log2 n + 1) / 2"
+        )
     for colour, name in zip(PEERS, results.peers("collector_peer/")):
         value = results.median(name, "call_p50")
         label = name.split("/", 1)[1]
         rate.axhline(1e3 / value, color=colour, linestyle="--", label=label)
         cost.axhline(value, color=colour, linestyle="--", label=label)
-    for axes, title, unit in ((rate, "Lines from backlog to callback", "million lines/s"),
-                              (cost, "Cost of a record", "nanoseconds")):
+    for axes, title, unit in (
+        (rate, "Lines from backlog to callback", "million lines/s"),
+        (cost, "Cost of a record", "nanoseconds"),
+    ):
         axes.set_xscale("log", base=2)
         axes.set_xticks(numbers, [str(n) for n in numbers])
         axes.set_ylim(bottom=0)
@@ -115,12 +133,20 @@ def converters(results, path):
         for i, name in enumerate(who):
             speeds = [results.gigabytes(direction, text, name) for direction in DIRECTIONS]
             values = [speed.median if speed else 0 for speed in speeds]
-            bars = axes.bar([x + (i - (len(who) - 1) / 2) * width for x in range(len(DIRECTIONS))], values, width,
-                            color=OWN if name == "kxpl" else PEERS[i - 1], label=name)
+            bars = axes.bar(
+                [x + (i - (len(who) - 1) / 2) * width for x in range(len(DIRECTIONS))],
+                values,
+                width,
+                color=OWN if name == "kxpl" else PEERS[i - 1],
+                label=name,
+            )
             if name == "kxpl":
                 axes.bar_label(bars, [f"{value:.1f}" for value in values], fontsize=8, padding=1, color=OWN)
         axes.set_title(f"{text}: GB of source a second")
-        axes.set_xticks(range(len(DIRECTIONS)), [direction.replace("UTF-", "").replace(" to ", " → ") for direction in DIRECTIONS])
+        axes.set_xticks(
+            range(len(DIRECTIONS)),
+            [direction.replace("UTF-", "").replace(" to ", " → ") for direction in DIRECTIONS],
+        )
         axes.tick_params(labelbottom=True)
         axes.grid(axis="y", alpha=0.25)
         axes.set_axisbelow(True)

@@ -33,16 +33,26 @@ def times(value):
 
 
 def targets_table(results):
-    rows = [[target.name, target.wanted, target.measured,
-             target.verdict if target.verdict == "met" else f"**{target.verdict}**"] for target in targets(results)]
+    rows = [
+        [
+            target.name,
+            target.wanted,
+            target.measured,
+            target.verdict if target.verdict == "met" else f"**{target.verdict}**",
+        ]
+        for target in targets(results)
+    ]
     return table(["target", "wanted", "measured", ""], rows, left=4)
 
 
 def _distribution(results, name, kind="call"):
-    return [nanoseconds(results.extreme(name, f"{kind}_p0", min)), nanoseconds(results.median(name, f"{kind}_p50")),
-            nanoseconds(results.median(name, f"{kind}_p99")),
-            nanoseconds(results.extreme(name, f"{kind}_p100", max)),
-            f"{100 * results.median(name, f'{kind}_set_aside'):.1f} %"]
+    return [
+        nanoseconds(results.extreme(name, f"{kind}_p0", min)),
+        nanoseconds(results.median(name, f"{kind}_p50")),
+        nanoseconds(results.median(name, f"{kind}_p99")),
+        nanoseconds(results.extreme(name, f"{kind}_p100", max)),
+        f"{100 * results.median(name, f'{kind}_set_aside'):.1f} %",
+    ]
 
 
 def log_calls(results):
@@ -50,10 +60,19 @@ def log_calls(results):
     for call, title in CALLS.items():
         name = f"log_call/{call}"
         if name in results:
-            rows.append([title, *_distribution(results, name), nanoseconds(results.median(name, "floor_p50")),
-                         times(results.ratio(name, "call_p50", "floor_p50"))])
-    for call, title in (("front_door", "one int, through `HSLog`"), ("disabled", "switched off"),
-                        ("filtered", "refused by the filter")):
+            rows.append(
+                [
+                    title,
+                    *_distribution(results, name),
+                    nanoseconds(results.median(name, "floor_p50")),
+                    times(results.ratio(name, "call_p50", "floor_p50")),
+                ]
+            )
+    for call, title in (
+        ("front_door", "one int, through `HSLog`"),
+        ("disabled", "switched off"),
+        ("filtered", "refused by the filter"),
+    ):
         name = f"log_call/{call}"
         if name in results:
             rows.append([title, *_distribution(results, name), "", ""])
@@ -63,13 +82,21 @@ def log_calls(results):
 def contended(results):
     rows = []
     for name, title, beside, against in (
-            ("log_call_drained/int_and_text", "while another processor drains the ring", "quiet", "the quiet call"),
-            ("log_call_two_threads/int_and_text", "two threads at once", "floor", "the floor of two threads")):
+        ("log_call_drained/int_and_text", "while another processor drains the ring", "quiet", "the quiet call"),
+        ("log_call_two_threads/int_and_text", "two threads at once", "floor", "the floor of two threads"),
+    ):
         if name in results:
-            rows.append([title, *_distribution(results, name), f"{against}: "
-                         + nanoseconds(results.median(name, f"{beside}_p50")),
-                         times(results.ratio(name, "call_p50", f"{beside}_p50"))])
-    return table(["int and short text", "min", "median", "p99", "max", "set aside", "beside it, median", "ratio"], rows)
+            rows.append(
+                [
+                    title,
+                    *_distribution(results, name),
+                    f"{against}: " + nanoseconds(results.median(name, f"{beside}_p50")),
+                    times(results.ratio(name, "call_p50", f"{beside}_p50")),
+                ]
+            )
+    return table(
+        ["int and short text", "min", "median", "p99", "max", "set aside", "beside it, median", "ratio"], rows
+    )
 
 
 def peers(results):
@@ -77,8 +104,14 @@ def peers(results):
     names = results.peers("log_call_peer/")
     if own not in results or not names:
         return NOTHING
-    rows = [[("fallcatch" if name == own else name.split("/", 1)[1]), *_distribution(results, name),
-             times(results.median(name, "call_p50") / results.median(own, "call_p50"))] for name in [own, *names]]
+    rows = [
+        [
+            ("fallcatch" if name == own else name.split("/", 1)[1]),
+            *_distribution(results, name),
+            times(results.median(name, "call_p50") / results.median(own, "call_p50")),
+        ]
+        for name in [own, *names]
+    ]
     return table(["logger", "min", "median", "p99", "max", "set aside", "to fallcatch"], rows)
 
 
@@ -87,14 +120,31 @@ def collector(results):
     rows = []
     for contexts, cost in costs.items():
         bound = nanoseconds(logarithmic_bound(costs, contexts)) if contexts > 2 and 2 in costs else ""
-        rows.append([f"{contexts} context{'s' if contexts > 1 else ''}", f"{1e3 / cost.median:.2f}",
-                     nanoseconds(cost.low), nanoseconds(cost.median), nanoseconds(cost.high), bound])
+        rows.append(
+            [
+                f"{contexts} context{'s' if contexts > 1 else ''}",
+                f"{1e3 / cost.median:.2f}",
+                nanoseconds(cost.low),
+                nanoseconds(cost.median),
+                nanoseconds(cost.high),
+                bound,
+            ]
+        )
     for name in results.peers("collector_peer/"):
         cost = results.spread(name, "call_p50")
-        rows.append([name.split("/", 1)[1], f"{1e3 / cost.median:.2f}", nanoseconds(cost.low),
-                     nanoseconds(cost.median), nanoseconds(cost.high), ""])
-    return table(["lines made by", "million lines/s", "ns for a line: min", "median", "max", "logarithmic bound"],
-                 rows)
+        rows.append(
+            [
+                name.split("/", 1)[1],
+                f"{1e3 / cost.median:.2f}",
+                nanoseconds(cost.low),
+                nanoseconds(cost.median),
+                nanoseconds(cost.high),
+                "",
+            ]
+        )
+    return table(
+        ["lines made by", "million lines/s", "ns for a line: min", "median", "max", "logarithmic bound"], rows
+    )
 
 
 def converters(results):
@@ -107,11 +157,22 @@ def converters(results):
             if own is None:
                 continue
             speeds = [results.gigabytes(direction, text, name) for name in others]
-            rows.append([text, direction, f"{own.low:.2f}", f"{own.median:.2f}", f"{own.high:.2f}",
-                         *[f"{speed.median:.2f}" if speed else "" for speed in speeds],
-                         *[times(own.median / speed.median) if speed else "" for speed in speeds]])
-    return table(["text", "direction", "kxpl: min", "median", "max", *others,
-                  *[f"to {name}" for name in others]], rows, left=2)
+            rows.append(
+                [
+                    text,
+                    direction,
+                    f"{own.low:.2f}",
+                    f"{own.median:.2f}",
+                    f"{own.high:.2f}",
+                    *[f"{speed.median:.2f}" if speed else "" for speed in speeds],
+                    *[times(own.median / speed.median) if speed else "" for speed in speeds],
+                ]
+            )
+    return table(
+        ["text", "direction", "kxpl: min", "median", "max", *others, *[f"to {name}" for name in others]],
+        rows,
+        left=2,
+    )
 
 
 def ring(results):
@@ -119,18 +180,26 @@ def ring(results):
     for what in ("48 bytes between threads", "4 bytes in and out", "8 bytes in and out"):
         for name in results.peers(f"ring/{what}/"):
             spread = results.spread(name, "call_p50")
-            rows.append([what, name.rsplit("/", 1)[1], nanoseconds(spread.low), nanoseconds(spread.median),
-                         nanoseconds(spread.high)])
+            rows.append(
+                [
+                    what,
+                    name.rsplit("/", 1)[1],
+                    nanoseconds(spread.low),
+                    nanoseconds(spread.median),
+                    nanoseconds(spread.high),
+                ]
+            )
     return table(["what", "queue", "ns: min", "median", "max"], rows, left=2)
 
 
 def presence(results):
     rows = []
     for name, counter, title, form in (
-            ("presence/idle", "percent_of_a_core", "idle collection thread, 64 contexts, % of a core", "{:.3f}"),
-            ("presence/memory", "bytes_per_thread", "asked of malloc for a thread that logs, bytes", "{:,.0f}"),
-            ("presence/memory", "bytes_beyond_the_ring", "of these beyond the ring's 262,144", "{:,.0f}"),
-            ("presence/memory", "heap_bytes_per_thread", "as the C library rounds it, bytes", "{:,.0f}")):
+        ("presence/idle", "percent_of_a_core", "idle collection thread, 64 contexts, % of a core", "{:.3f}"),
+        ("presence/memory", "bytes_per_thread", "asked of malloc for a thread that logs, bytes", "{:,.0f}"),
+        ("presence/memory", "bytes_beyond_the_ring", "of these beyond the ring's 262,144", "{:,.0f}"),
+        ("presence/memory", "heap_bytes_per_thread", "as the C library rounds it, bytes", "{:,.0f}"),
+    ):
         if name in results:
             spread = results.spread(name, counter)
             rows.append([title, *[form.format(value) for value in (spread.low, spread.median, spread.high)]])
@@ -143,9 +212,15 @@ def machine(results, compiler, constructors):
     repetitions = max((len(runs) for runs in results.runs.values()), default=0)
     rows = [
         ["date", datetime.datetime.now(datetime.timezone.utc).date().isoformat()],
-        ["processor", (cpu.group(1) if cpu else platform.machine()) + (", a virtual machine" if virtual else "")],
+        [
+            "processor",
+            (cpu.group(1) if cpu else platform.machine()) + (", a virtual machine" if virtual else ""),
+        ],
         ["cores", str(results.context.get("num_cpus", "?"))],
-        ["load when it began", f"{results.context['load_avg'][0]:.1f}" if results.context.get("load_avg") else "?"],
+        [
+            "load when it began",
+            f"{results.context['load_avg'][0]:.1f}" if results.context.get("load_avg") else "?",
+        ],
         ["kernel", f"{platform.system()} {platform.release()}"],
         ["compiler", compiler],
         ["repetitions", str(repetitions)],
@@ -156,9 +231,17 @@ def machine(results, compiler, constructors):
 
 def fill(template, results, compiler="?", constructors="?"):
     """The template with its tables; a name that is not known is an error."""
-    makers = {"TARGETS": targets_table, "LOG_CALLS": log_calls, "CONTENDED": contended, "PEERS": peers,
-              "COLLECTOR": collector, "CONVERTERS": converters, "RING": ring, "PRESENCE": presence,
-              "MACHINE": lambda results: machine(results, compiler, constructors)}
+    makers = {
+        "TARGETS": targets_table,
+        "LOG_CALLS": log_calls,
+        "CONTENDED": contended,
+        "PEERS": peers,
+        "COLLECTOR": collector,
+        "CONVERTERS": converters,
+        "RING": ring,
+        "PRESENCE": presence,
+        "MACHINE": lambda results: machine(results, compiler, constructors),
+    }
     return re.sub(r"@([A-Z_]+)@", lambda match: makers[match.group(1)](results), template)
 
 
@@ -176,6 +259,7 @@ def main():
     text = fill(arguments.template.read_text(), results, arguments.compiler, arguments.constructors)
     (arguments.output / "benchmarks.md").write_text(text)
     import bench_plots  # only here: the tables need no plotting library
+
     bench_plots.draw_all(results, arguments.output)
     for target in targets(results):
         if target.verdict != "not measured":

@@ -14,8 +14,14 @@ CALLS = {
     "no_value": "format id without values",
     "ten_ints": "ten ints",
 }
-DIRECTIONS = ["UTF-8 to UTF-16", "UTF-16 to UTF-8", "UTF-8 to UTF-32", "UTF-32 to UTF-8", "UTF-16 to UTF-32",
-              "UTF-32 to UTF-16"]
+DIRECTIONS = [
+    "UTF-8 to UTF-16",
+    "UTF-16 to UTF-8",
+    "UTF-8 to UTF-32",
+    "UTF-32 to UTF-8",
+    "UTF-16 to UTF-32",
+    "UTF-32 to UTF-16",
+]
 TEXTS = ["ASCII", "Latin and Cyrillic", "CJK and emoji", "ill-formed"]
 NEEDS_TWO_PROCESSORS = "needs two processors"  # a benchmark's refusal; any other error spoils the run
 RING = "ring/48 bytes between threads"
@@ -82,8 +88,10 @@ class Results:
 
     def contexts(self):
         """Nanoseconds for a line, by number of contexts."""
-        found = {int(name.rsplit("/", 1)[1]): self.spread(name, "call_p50")
-                 for name in self.names("collector/contexts/")}
+        found = {
+            int(name.rsplit("/", 1)[1]): self.spread(name, "call_p50")
+            for name in self.names("collector/contexts/")
+        }
         return dict(sorted(found.items()))
 
     def converters(self):
@@ -128,24 +136,67 @@ def _log_call_targets(results):
     targets = []
     for call, title in CALLS.items():
         name = f"log_call/{call}"
-        targets.append(_at_most(f"log call, {title}: to its floor", results, name,
-                                lambda: results.ratio(name, "call_p50", "floor_p50"), 1.15, "x"))
-    measured = {call: results.ratio(f"log_call/{call}", "call_p99", "call_p50")
-                for call in CALLS if f"log_call/{call}" in results}
+        targets.append(
+            _at_most(
+                f"log call, {title}: to its floor",
+                results,
+                name,
+                lambda: results.ratio(name, "call_p50", "floor_p50"),
+                1.15,
+                "x",
+            )
+        )
+    measured = {
+        call: results.ratio(f"log_call/{call}", "call_p99", "call_p50")
+        for call in CALLS
+        if f"log_call/{call}" in results
+    }
     worst = max(measured, key=measured.get) if len(measured) == len(CALLS) else None
     shown = f"{{:.2f}} ({CALLS[worst]})" if worst else ""
-    targets.append(_target("99th percentile to median, of the worst of these", "at most 1.6 x",
-                           measured[worst] if worst else None, lambda value: value <= 1.6, shown))
+    targets.append(
+        _target(
+            "99th percentile to median, of the worst of these",
+            "at most 1.6 x",
+            measured[worst] if worst else None,
+            lambda value: value <= 1.6,
+            shown,
+        )
+    )
     drained = "log_call_drained/int_and_text"
-    targets.append(_at_most("log call while its ring is drained: to the quiet one", results, drained,
-                            lambda: results.ratio(drained, "call_p50", "quiet_p50"), 2.5, "x"))
+    targets.append(
+        _at_most(
+            "log call while its ring is drained: to the quiet one",
+            results,
+            drained,
+            lambda: results.ratio(drained, "call_p50", "quiet_p50"),
+            2.5,
+            "x",
+        )
+    )
     two = "log_call_two_threads/int_and_text"
-    targets.append(_at_most("log call of two threads at once: to the floor of two", results, two,
-                            lambda: results.ratio(two, "call_p50", "floor_p50"), 1.15, "x"))
+    targets.append(
+        _at_most(
+            "log call of two threads at once: to the floor of two",
+            results,
+            two,
+            lambda: results.ratio(two, "call_p50", "floor_p50"),
+            1.15,
+            "x",
+        )
+    )
     for call, limit in (("disabled", 2), ("filtered", 5)):
         name = f"log_call/{call}"
-        targets.append(_at_most(f"{call} call", results, name, lambda: results.median(name, "call_p50"), limit,
-                                "ns", "{:.1f} ns"))
+        targets.append(
+            _at_most(
+                f"{call} call",
+                results,
+                name,
+                lambda: results.median(name, "call_p50"),
+                limit,
+                "ns",
+                "{:.1f} ns",
+            )
+        )
     return targets
 
 
@@ -154,21 +205,37 @@ def _collector_targets(results):
     targets = []
     for contexts, wanted in ((1, 10), (8, 8)):
         measured = 1e3 / costs[contexts].median if contexts in costs else None
-        targets.append(_target(f"collector, {contexts} context{'s' if contexts > 1 else ''}",
-                               f"at least {wanted} M lines/s", measured,
-                               lambda value, wanted=wanted: value >= wanted, "{:.2f} M lines/s"))
+        targets.append(
+            _target(
+                f"collector, {contexts} context{'s' if contexts > 1 else ''}",
+                f"at least {wanted} M lines/s",
+                measured,
+                lambda value, wanted=wanted: value >= wanted,
+                "{:.2f} M lines/s",
+            )
+        )
     spdlog = "collector_peer/spdlog"
     measured = None
     if 1 in costs and 8 in costs and spdlog in results:
         measured = results.median(spdlog, "call_p50") / max(costs[1].median, costs[8].median)
-    targets.append(_target("lines/s of 1 and of 8 contexts: to spdlog's", "more than 1 x", measured,
-                           lambda value: value > 1))
+    targets.append(
+        _target(
+            "lines/s of 1 and of 8 contexts: to spdlog's", "more than 1 x", measured, lambda value: value > 1
+        )
+    )
     measured = None
     if 2 in costs and 256 in costs:
-        measured = max(cost.median / logarithmic_bound(costs, contexts)
-                       for contexts, cost in costs.items() if contexts > 2)
-    targets.append(_target("cost of a record for n contexts, 4 to 256: to c(2) (log2 n + 1) / 2",
-                           "at most 1 x", measured, lambda value: value <= 1))
+        measured = max(
+            cost.median / logarithmic_bound(costs, contexts) for contexts, cost in costs.items() if contexts > 2
+        )
+    targets.append(
+        _target(
+            "cost of a record for n contexts, 4 to 256: to c(2) (log2 n + 1) / 2",
+            "at most 1 x",
+            measured,
+            lambda value: value <= 1,
+        )
+    )
     return targets
 
 
@@ -191,13 +258,32 @@ def _converter_targets(results):
     wide = ["UTF-16 to UTF-32", "UTF-32 to UTF-16"]
     targets = []
     for title, peer, directions, texts, wanted, is_met in (
-            ("converters, every direction and text: to ICU", "ICU", DIRECTIONS, TEXTS, "more than 1 x",
-             lambda value: value > 1),
-            ("converters, every direction and text: to iconv", "iconv", DIRECTIONS, TEXTS, "more than 1 x",
-             lambda value: value > 1),
-            ("converters, ASCII: to ICU", "ICU", DIRECTIONS, ["ASCII"], "at least 4 x", lambda value: value >= 4),
-            ("converters, between UTF-16 and UTF-32, well-formed: to ICU", "ICU", wide, TEXTS[:3], "at least 4 x",
-             lambda value: value >= 4)):
+        (
+            "converters, every direction and text: to ICU",
+            "ICU",
+            DIRECTIONS,
+            TEXTS,
+            "more than 1 x",
+            lambda value: value > 1,
+        ),
+        (
+            "converters, every direction and text: to iconv",
+            "iconv",
+            DIRECTIONS,
+            TEXTS,
+            "more than 1 x",
+            lambda value: value > 1,
+        ),
+        ("converters, ASCII: to ICU", "ICU", DIRECTIONS, ["ASCII"], "at least 4 x", lambda value: value >= 4),
+        (
+            "converters, between UTF-16 and UTF-32, well-formed: to ICU",
+            "ICU",
+            wide,
+            TEXTS[:3],
+            "at least 4 x",
+            lambda value: value >= 4,
+        ),
+    ):
         least = _least(results, peer, directions, texts)
         shown = f"{{:.2f}} ({least[1]})" if least else ""
         targets.append(_target(title, wanted, least[0] if least else None, is_met, shown))
@@ -211,15 +297,37 @@ def _other_targets(results):
     if own in results and peers:
         measured = results.median(own, "call_p50") / min(results.median(peer, "call_p50") for peer in peers)
     return [
-        _target("ring, 48 bytes between threads: cost to that of the quickest queue", "at most 1 x", measured,
-                lambda value: value <= 1),
-        _at_most("idle collector, 64 contexts", results, "presence/idle",
-                 lambda: results.median("presence/idle", "percent_of_a_core"), 0.1, "% of a core", "{:.3f} %"),
-        _at_most("memory for a thread beyond its ring", results, "presence/memory",
-                 lambda: results.median("presence/memory", "bytes_beyond_the_ring"), 1024, "bytes", "{:.0f} bytes"),
+        _target(
+            "ring, 48 bytes between threads: cost to that of the quickest queue",
+            "at most 1 x",
+            measured,
+            lambda value: value <= 1,
+        ),
+        _at_most(
+            "idle collector, 64 contexts",
+            results,
+            "presence/idle",
+            lambda: results.median("presence/idle", "percent_of_a_core"),
+            0.1,
+            "% of a core",
+            "{:.3f} %",
+        ),
+        _at_most(
+            "memory for a thread beyond its ring",
+            results,
+            "presence/memory",
+            lambda: results.median("presence/memory", "bytes_beyond_the_ring"),
+            1024,
+            "bytes",
+            "{:.0f} bytes",
+        ),
     ]
 
 
 def targets(results):
-    return (_log_call_targets(results) + _collector_targets(results) + _converter_targets(results)
-            + _other_targets(results))
+    return (
+        _log_call_targets(results)
+        + _collector_targets(results)
+        + _converter_targets(results)
+        + _other_targets(results)
+    )
