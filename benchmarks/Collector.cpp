@@ -12,13 +12,13 @@ void Contexts(benchmark::State& state)
     Samples lines;
     for (auto _ : state) {
         backlog.Fill();
-        const double cost = backlog.TimeCollect();
-        if (cost < 0) {
+        const Batch cost = backlog.TimeCollect();
+        if (cost.mCost < 0) {
             state.SkipWithError("lines are missing");
             return;
         }
         lines.Add(cost);
-        state.SetIterationTime(cost * kBacklog * 1e-9);
+        state.SetIterationTime(cost.mCost * kBacklog * 1e-9);
     }
     state.SetItemsProcessed(state.iterations() * kBacklog);
     Report(state, "call", lines);

@@ -12,7 +12,7 @@
 
 namespace bench {
 
-constexpr int kBacklog = 16384; // records that a pass finds, over all contexts
+constexpr int kBacklog = 16384; // records that a pass finds, over all contexts, unless told otherwise
 
 // Counts what reaches the callback; one for the module, as callbacks are plain functions.
 inline long long& LinesSeen()
@@ -30,11 +30,12 @@ inline void CountLine(const char* line)
 // Contexts whose records, written in turns, interleave strictly by sequence number.
 class Backlog {
 public:
-    Backlog(QuietManager& manager, int contexts)
+    Backlog(QuietManager& manager, int contexts, int records = kBacklog)
         : mManager(manager)
+        , mRecords(records)
         , mPrevious(manager->SetOutputCallback(CountLine))
     {
-        const int each = kBacklog / contexts * static_cast<int>(IntAndText::kRecordBytes);
+        const int each = records / contexts * static_cast<int>(IntAndText::kRecordBytes);
         for (int i = 0; i < contexts; ++i) {
             mContexts.push_back(std::make_unique<Context>(each + 8192)); // the logger keeps 4,096 bytes free
         }
@@ -45,22 +46,24 @@ public:
 
     void Fill()
     {
-        for (int i = 0; i < kBacklog; ++i) {
+        for (int i = 0; i < mRecords; ++i) {
             IntAndText::Call(*mContexts[static_cast<std::size_t>(i) % mContexts.size()], 0, i);
         }
     }
-    // One pass over everything; nanoseconds per line, or a negative number if lines are missing.
-    double TimeCollect()
+    // One pass over everything: the cost of a line, or a negative one if lines are missing.
+    Batch TimeCollect()
     {
         LinesSeen() = 0;
+        const long interrupted = TimesInterrupted();
         const auto start = std::chrono::steady_clock::now();
         mManager->Collect();
         const double spent = Nanoseconds(std::chrono::steady_clock::now() - start);
-        return LinesSeen() == kBacklog ? spent / kBacklog : -1;
+        return { LinesSeen() == mRecords ? spent / mRecords : -1, TimesInterrupted() != interrupted };
     }
 
 private:
     QuietManager& mManager;
+    int mRecords;
     HSL::CLogManager::OutputCallback mPrevious;
     std::vector<std::unique_ptr<Context>> mContexts;
 };

@@ -64,10 +64,11 @@ Costs callThatLogsNothing(bool enabled)
 template <int contexts> Costs collectedLine()
 {
     QuietManager manager;
-    Backlog backlog(manager, contexts);
+    // Small enough for a pass to end before another program's turn comes.
+    Backlog backlog(manager, contexts, 2048);
     backlog.Fill();
     return smallestCosts(
-        20, [&] { return backlog.TimeCollect(); }, [&] { backlog.Fill(); },
+        kBatches / 3, [&] { return backlog.TimeCollect().mCost; }, [&] { backlog.Fill(); },
         [] { return TimeBatch([](int i) { LineByCLibrary(i); }).mCost; }, [] {});
 }
 

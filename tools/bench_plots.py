@@ -29,6 +29,7 @@ def _save(figure, path):
     # Opaque: readers with a dark background see dark text else.
     figure.savefig(path, metadata={"Date": None}, facecolor="white", bbox_inches="tight")
     pyplot.close(figure)
+    return True
 
 
 def _latency_rows(results):
@@ -55,7 +56,7 @@ def latency(results, path):
     """Distribution over batches: a bar from the 1st to the 99th percentile, thick between the quartiles."""
     rows = _latency_rows(results)
     if not rows:
-        return
+        return False
     figure, axes = pyplot.subplots(figsize=(9, 0.31 * len(rows) + 1))
     for y, (_, name, kind, colour) in enumerate(rows):
         at = {point: results.median(name, f"{kind}_{point}") for point in ("p1", "p25", "p50", "p75", "p99")}
@@ -82,13 +83,13 @@ def latency(results, path):
         "What a log call costs: median as a dot and a number,\n"
         "thick from quartile to quartile, thin from the 1st to the 99th percentile of all batches"
     )
-    _save(figure, path)
+    return _save(figure, path)
 
 
 def collector(results, path):
     costs = results.contexts()
     if not costs:
-        return
+        return False
     figure, (rate, cost) = pyplot.subplots(1, 2, figsize=(11, 4))
     numbers = list(costs)
     medians = [costs[n].median for n in numbers]
@@ -120,13 +121,13 @@ def collector(results, path):
         axes.grid(alpha=0.25)
     cost.legend(loc="upper left", bbox_to_anchor=(1.01, 1), frameon=False)
     figure.tight_layout()
-    _save(figure, path)
+    return _save(figure, path)
 
 
 def converters(results, path):
     who = results.converters()
     if not who:
-        return
+        return False
     figure, panels = pyplot.subplots(2, 2, figsize=(11, 6.5), sharex=True)
     width = 0.8 / len(who)
     for axes, text in zip(panels.flat, TEXTS):
@@ -152,10 +153,17 @@ def converters(results, path):
         axes.set_axisbelow(True)
     panels[0][0].legend(loc="upper left", bbox_to_anchor=(-0.02, 1.32), ncols=len(who), frameon=False)
     figure.tight_layout()
-    _save(figure, path)
+    return _save(figure, path)
 
 
 def draw_all(results, folder):
-    latency(results, folder / "benchmarks-log-call.svg")
-    collector(results, folder / "benchmarks-collector.svg")
-    converters(results, folder / "benchmarks-converters.svg")
+    """Draws what was measured and returns the names of the files."""
+    drawn = set()
+    for draw, name in (
+        (latency, "benchmarks-log-call.svg"),
+        (collector, "benchmarks-collector.svg"),
+        (converters, "benchmarks-converters.svg"),
+    ):
+        if draw(results, folder / name):
+            drawn.add(name)
+    return drawn

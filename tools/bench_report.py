@@ -245,6 +245,13 @@ def fill(template, results, compiler="?", constructors="?"):
     return re.sub(r"@([A-Z_]+)@", lambda match: makers[match.group(1)](results), template)
 
 
+def without_pictures(text, but):
+    """The text without the pictures that this run has not made; `but` holds the names of those that it has."""
+    return re.sub(
+        r"!\[[^]]*\]\(([^)]*)\)\n\n", lambda match: match.group(0) if match.group(1) in but else "", text
+    )
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("results", type=pathlib.Path, help="folder with the programs' JSON files")
@@ -257,10 +264,10 @@ def main():
     results = Results.load(arguments.results)
     arguments.output.mkdir(parents=True, exist_ok=True)
     text = fill(arguments.template.read_text(), results, arguments.compiler, arguments.constructors)
-    (arguments.output / "benchmarks.md").write_text(text)
     import bench_plots  # only here: the tables need no plotting library
 
-    bench_plots.draw_all(results, arguments.output)
+    text = without_pictures(text, but=bench_plots.draw_all(results, arguments.output))
+    (arguments.output / "benchmarks.md").write_text(text)
     for target in targets(results):
         if target.verdict != "not measured":
             print(f"  {target.verdict:8}{target.name}: {target.measured}, wanted {target.wanted}")

@@ -134,6 +134,12 @@ class Report(unittest.TestCase):
         with self.assertRaises(KeyError):
             bench_report.fill("@NO_SUCH_TABLE@", bench_results.Results([sample()]))
 
+    def test_pictures_of_what_was_not_measured_are_left_out(self):
+        text = "One.\n\n![1](1.svg)\n\nTwo.\n\n![2](2.svg)\n\nEnd.\n"
+        self.assertEqual(
+            bench_report.without_pictures(text, but={"2.svg"}), "One.\n\nTwo.\n\n![2](2.svg)\n\nEnd.\n"
+        )
+
     def test_the_template_can_be_filled_from_any_part_of_a_run(self):
         template = (HERE.parents[1] / "docs" / "benchmarks.in.md").read_text()
         for left_out in ("log_call", "collector", "convert", "presence"):
