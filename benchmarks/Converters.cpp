@@ -25,6 +25,7 @@ std::size_t convertAll(const std::vector<Source>& source, std::vector<Target>& t
 
 template <typename Source, typename Target, Routine<Source, Target> routine> bool add()
 {
+    OwnConverter<Source, Target>() = convertAll<Source, Target, routine>;
     return AddConverter<Source, Target>("kxpl", convertAll<Source, Target, routine>);
 }
 

@@ -54,11 +54,8 @@ public:
     Batch TimeCollect()
     {
         LinesSeen() = 0;
-        const long interrupted = TimesInterrupted();
-        const auto start = std::chrono::steady_clock::now();
-        mManager->Collect();
-        const double spent = Nanoseconds(std::chrono::steady_clock::now() - start);
-        return { LinesSeen() == mRecords ? spent / mRecords : -1, TimesInterrupted() != interrupted };
+        const Batch batch = TimeWork(mRecords, [this] { mManager->Collect(); });
+        return LinesSeen() == mRecords ? batch : Batch { -1, batch.mSpent, false };
     }
 
 private:
@@ -82,6 +79,11 @@ inline void LineByCLibrary(int number)
     std::snprintf(line + header, sizeof line - static_cast<std::size_t>(header), IntAndText::kFormat, number,
                   IntAndText::kText);
     CountLine(line);
+}
+
+inline Batch TimeLinesByCLibrary()
+{
+    return TimeBatch(LineByCLibrary);
 }
 
 } // namespace bench

@@ -5,7 +5,6 @@
 namespace bench {
 namespace {
 
-// Batches of the call and of its floor take turns, so that both meet the same neighbours and clock rates.
 template <typename Case> void LogCall(benchmark::State& state)
 {
     QuietManager manager;
@@ -17,15 +16,12 @@ template <typename Case> void LogCall(benchmark::State& state)
     }
     SharedCounter sequence;
     Floor<Case::kRecordBytes> floor(sequence.mValue);
-    Samples floors;
-    MeasureCalls(
-        state, [&](int i) { Case::Call(context, id, i); },
-        [&] {
-            context.Drain();
-            floors.Add(TimeBatch([&](int) { floor(); }));
-            floor.Drain();
-        });
-    Report(state, "floor", floors);
+    const auto time = [&] {
+        const Batch batch = TimeBatch([&](int i) { Case::Call(context, id, i); });
+        context.Drain();
+        return batch;
+    };
+    Measure(state, time, "floor", [&] { return floor.Time(); });
 }
 BENCHMARK_TEMPLATE(LogCall, IntAndText)->Name("log_call/int_and_text")->UseManualTime();
 BENCHMARK_TEMPLATE(LogCall, FormatId)->Name("log_call/format_id")->UseManualTime();
@@ -39,8 +35,11 @@ void FrontDoor(benchmark::State& state)
     QuietManager manager;
     HSL::CLogContext* context = manager->GetTLSContext();
     std::vector<char> scratch(kRingBytes);
-    MeasureCalls(
-        state, [](int i) { HSL::HSLog(HSL::CCat(kCategory), "x=%d", i); }, [&] { Drain(*context, scratch); });
+    Measure(state, [&] {
+        const Batch batch = TimeBatch([](int i) { HSL::HSLog(HSL::CCat(kCategory), "x=%d", i); });
+        Drain(*context, scratch);
+        return batch;
+    });
 }
 BENCHMARK(FrontDoor)->Name("log_call/front_door")->UseManualTime();
 
@@ -50,13 +49,12 @@ void CallThatLogsNothing(benchmark::State& state, bool enabled)
     manager->SetEnable(enabled);
     manager->SetFilterValue(kCategory, false);
     const HSL::CLogContext* context = manager->GetTLSContext();
-    MeasureCalls(
-        state,
-        [](int i) {
+    Measure(state, [] {
+        return TimeBatch([](int i) {
             HSL::HSLog(HSL::CCat(kCategory), "x=%d", i);
             benchmark::ClobberMemory();
-        },
-        [] {});
+        });
+    });
     if (context->mRecordCount != 0) {
         state.SkipWithError("something was logged");
     }

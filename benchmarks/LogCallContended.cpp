@@ -12,7 +12,7 @@ void ignoreLine(const char* line)
     benchmark::DoNotOptimize(line);
 }
 
-// In turns: a batch that nobody disturbs, and one during which another processor collects without a pause.
+// A batch during which another processor collects without a pause, and one that nobody disturbs.
 void WhileDrained(benchmark::State& state)
 {
     if (!HaveTwoProcessors()) {
@@ -23,12 +23,8 @@ void WhileDrained(benchmark::State& state)
     const auto previous = manager->SetOutputCallback(ignoreLine);
     Context context;
     Partner collector(1);
-    Samples quiet;
-    Samples drained;
-    for (auto _ : state) {
-        quiet.Add(TimeBatch([&](int i) { IntAndText::Call(context, 0, i); }));
-        context.Drain();
-
+    const auto log = [&] { return TimeBatch([&](int i) { IntAndText::Call(context, 0, i); }); };
+    const auto drained = [&] {
         std::atomic<int> passes { 0 };
         std::atomic<bool> stop { false };
         collector.Start([&] {
@@ -40,17 +36,20 @@ void WhileDrained(benchmark::State& state)
         while (passes.load(std::memory_order_relaxed) == 0) {
             SpinPause();
         }
-        const Batch cost = TimeBatch([&](int i) { IntAndText::Call(context, 0, i); });
+        const Batch batch = log();
         while (KxLoadAcquire(context.mRecordCount) != 0) {
             SpinPause();
         }
         stop = true;
         collector.Wait();
-        drained.Add(cost);
-        SetBatchTime(state, cost);
-    }
-    Report(state, "call", drained);
-    Report(state, "quiet", quiet);
+        return batch;
+    };
+    const auto quiet = [&] {
+        const Batch batch = log();
+        context.Drain();
+        return batch;
+    };
+    Measure(state, drained, "quiet", quiet);
     manager->SetOutputCallback(previous);
 }
 BENCHMARK(WhileDrained)->Name("log_call_drained/int_and_text")->UseManualTime();
@@ -67,7 +66,7 @@ template <typename Mine, typename Other> Batch TimeTogether(Partner& partner, Mi
     start.Meet();
     const Batch own = TimeBatch(mine);
     partner.Wait();
-    return { (own.mCost + others.mCost) / 2, own.mInterrupted || others.mInterrupted };
+    return { (own.mCost + others.mCost) / 2, own.mSpent, own.mInterrupted || others.mInterrupted };
 }
 
 void TwoThreads(benchmark::State& state)
@@ -83,27 +82,25 @@ void TwoThreads(benchmark::State& state)
     Floor<IntAndText::kRecordBytes> myFloor(sequence.mValue);
     Floor<IntAndText::kRecordBytes> othersFloor(sequence.mValue);
     Partner partner(1);
-    Samples calls;
-    Samples floors;
-    for (auto _ : state) {
-        const Batch cost = TimeTogether(
+    // Each thread drains what it wrote, or the rings would change caches.
+    const auto calls = [&] {
+        const Batch batch = TimeTogether(
             partner, [&](int i) { IntAndText::Call(mine, 0, i); },
             [&](int i) { IntAndText::Call(others, 0, i); });
-        // Each by its own thread, as the floors', or the rings would change caches.
         partner.Start([&] { others.Drain(); });
         mine.Drain();
         partner.Wait();
-        calls.Add(cost);
-        SetBatchTime(state, cost);
-
-        floors.Add(TimeTogether(
-            partner, [&](int) { myFloor(); }, [&](int) { othersFloor(); }));
+        return batch;
+    };
+    const auto floors = [&] {
+        const Batch batch = TimeTogether(
+            partner, [&](int) { myFloor(); }, [&](int) { othersFloor(); });
         partner.Start([&] { othersFloor.Drain(); });
         myFloor.Drain();
         partner.Wait();
-    }
-    Report(state, "call", calls);
-    Report(state, "floor", floors);
+        return batch;
+    };
+    Measure(state, calls, "floor", floors);
 }
 BENCHMARK(TwoThreads)->Name("log_call_two_threads/int_and_text")->UseManualTime();
 

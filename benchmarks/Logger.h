@@ -87,7 +87,13 @@ public:
         KxAtomicAdd32Barrier(1, &mRecords);
     }
 
-    // Reads back what a batch wrote, so that the caches see what Context::Drain makes them see.
+    // A batch. Reads back afterwards what it wrote, so that the caches see what Context::Drain makes them see.
+    Batch Time()
+    {
+        const Batch batch = TimeBatch([this](int) { (*this)(); });
+        Drain();
+        return batch;
+    }
     void Drain()
     {
         const std::size_t bytes = recordBytes * kCallsPerBatch;

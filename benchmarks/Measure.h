@@ -73,11 +73,6 @@ inline void PinThisThread(std::size_t index)
     }
 }
 
-inline double Nanoseconds(std::chrono::steady_clock::duration span)
-{
-    return std::chrono::duration<double, std::nano>(span).count();
-}
-
 // How often the kernel has taken the processor away from the calling thread.
 inline long TimesInterrupted()
 {
@@ -88,25 +83,34 @@ inline long TimesInterrupted()
 
 struct Batch {
     double mCost;      // nanoseconds for a call, the mean
+    double mSpent;     // nanoseconds for all of it
     bool mInterrupted; // another program ran in between, so the cost is not the call's
 };
 
-template <typename Call> Batch TimeBatch(Call&& call)
+// Times work that counts as so many calls.
+template <typename Work> Batch TimeWork(double calls, Work&& work)
 {
     const long interrupted = TimesInterrupted();
     const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < kCallsPerBatch; ++i) {
-        call(i);
-    }
-    const double spent = Nanoseconds(std::chrono::steady_clock::now() - start);
-    return { spent / kCallsPerBatch, TimesInterrupted() != interrupted };
+    work();
+    const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
+    return { spent.count() / calls, spent.count(), TimesInterrupted() != interrupted };
+}
+
+template <typename Call> Batch TimeBatch(Call&& call)
+{
+    return TimeWork(kCallsPerBatch, [&call] {
+        for (int i = 0; i < kCallsPerBatch; ++i) {
+            call(i);
+        }
+    });
 }
 
 // A distribution. At(0) is the smallest value, At(0.5) the median, At(1) the largest. Interrupted batches are
 // set aside and counted; they stand in only where there are no others.
 class Samples {
 public:
-    void Add(double value) { Add(Batch { value, false }); }
+    void Add(double value) { Add(Batch { value, value, false }); }
     void Add(const Batch& batch)
     {
         (batch.mInterrupted ? mSetAside : mValues).push_back(batch.mCost);

@@ -1,6 +1,5 @@
 // fmtlog's front end; its lines are formatted between the batches and thrown away.
-#include "Logger.h"
-#include "Report.h"
+#include "PeerCall.h"
 
 #define FMTLOG_HEADER_ONLY
 #include <fmtlog.h>
@@ -11,7 +10,7 @@ namespace {
 void Fmtlog(benchmark::State& state)
 {
     fmtlog::setLogFile("/dev/null", true);
-    MeasureCalls(
+    MeasurePeer(
         state, [](int i) { logi("x={} y={}", i, IntAndText::kText); }, [] { fmtlog::poll(true); });
 }
 BENCHMARK(Fmtlog)->Name("log_call_peer/fmtlog")->UseManualTime();

@@ -1,6 +1,5 @@
 // glog with a sink that formats whole lines and throws them away.
-#include "Logger.h"
-#include "Report.h"
+#include "PeerCall.h"
 
 #include <glog/logging.h>
 
@@ -31,10 +30,9 @@ void Glog(benchmark::State& state)
         return true;
     }();
     FormattingSink sink;
-    MeasureCalls(
-        state,
-        [&](int i) { LOG_TO_SINK_BUT_NOT_TO_LOGFILE(&sink, INFO) << "x=" << i << " y=" << IntAndText::kText; },
-        [] {});
+    MeasurePeer(state, [&](int i) {
+        LOG_TO_SINK_BUT_NOT_TO_LOGFILE(&sink, INFO) << "x=" << i << " y=" << IntAndText::kText;
+    });
     if (!ready || sink.mLines != state.iterations() * kCallsPerBatch) {
         state.SkipWithError("lines are missing");
     }

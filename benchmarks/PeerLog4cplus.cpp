@@ -1,6 +1,5 @@
 // log4cplus with an appender that formats whole lines and throws them away.
-#include "Logger.h"
-#include "Report.h"
+#include "PeerCall.h"
 
 #include <log4cplus/appender.h>
 #include <log4cplus/helpers/pointer.h>
@@ -42,8 +41,7 @@ void Log4cplus(benchmark::State& state)
     logger.setLogLevel(log4cplus::INFO_LOG_LEVEL);
     const log4cplus::helpers::SharedObjectPtr<FormattingAppender> appender(new FormattingAppender);
     logger.addAppender(log4cplus::SharedAppenderPtr(appender.get()));
-    MeasureCalls(
-        state, [&](int i) { LOG4CPLUS_INFO_FMT(logger, IntAndText::kFormat, i, IntAndText::kText); }, [] {});
+    MeasurePeer(state, [&](int i) { LOG4CPLUS_INFO_FMT(logger, IntAndText::kFormat, i, IntAndText::kText); });
     logger.removeAllAppenders();
     if (appender->mLines != state.iterations() * kCallsPerBatch) {
         state.SkipWithError("lines are missing");

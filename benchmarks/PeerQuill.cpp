@@ -1,6 +1,5 @@
 // quill's front end; its own thread formats into a sink that throws lines away.
-#include "Logger.h"
-#include "Report.h"
+#include "PeerCall.h"
 
 #include <quill/Backend.h>
 #include <quill/Frontend.h>
@@ -20,7 +19,7 @@ void Quill(benchmark::State& state)
         return quill::Frontend::create_or_get_logger(
             "benchmark", quill::Frontend::create_or_get_sink<quill::NullSink>("null"));
     }();
-    MeasureCalls(
+    MeasurePeer(
         state, [&](int i) { LOG_INFO(logger, "x={} y={}", i, IntAndText::kText); },
         [&] { logger->flush_log(); });
 }

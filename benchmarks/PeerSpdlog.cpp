@@ -1,8 +1,7 @@
 // spdlog's front ends, synchronous and asynchronous.
 #include "NullSpdlog.h"
 
-#include "Logger.h"
-#include "Report.h"
+#include "PeerCall.h"
 
 #include <spdlog/async.h>
 
@@ -17,8 +16,7 @@ void Synchronous(benchmark::State& state)
 {
     const auto sink = std::make_shared<FormattingSink>();
     spdlog::logger logger("synchronous", sink);
-    MeasureCalls(
-        state, [&](int i) { logger.info("x={} y={}", i, IntAndText::kText); }, [] {});
+    MeasurePeer(state, [&](int i) { logger.info("x={} y={}", i, IntAndText::kText); });
 }
 BENCHMARK(Synchronous)->Name("log_call_peer/spdlog, synchronous")->UseManualTime();
 
@@ -34,7 +32,7 @@ void Asynchronous(benchmark::State& state)
     const auto logger = std::make_shared<spdlog::async_logger>("asynchronous", sink, pool,
                                                                spdlog::async_overflow_policy::block);
     long long logged = 0;
-    MeasureCalls(
+    MeasurePeer(
         state, [&](int i) { logger->info("x={} y={}", i, IntAndText::kText); },
         [&] {
             logged += kCallsPerBatch;

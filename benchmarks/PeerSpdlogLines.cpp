@@ -1,7 +1,7 @@
 // spdlog making the lines that the collector makes.
 #include "NullSpdlog.h"
 
-#include "Logger.h"
+#include "Lines.h"
 #include "Report.h"
 
 #include <memory>
@@ -13,9 +13,8 @@ void SpdlogLines(benchmark::State& state)
 {
     const auto sink = std::make_shared<FormattingSink>();
     spdlog::logger logger("lines", sink);
-    MeasureCalls(
-        state, [&](int i) { logger.info("x={} y={}", i, IntAndText::kText); }, [] {});
-    state.SetItemsProcessed(state.iterations() * kCallsPerBatch);
+    const auto time = [&] { return TimeBatch([&](int i) { logger.info("x={} y={}", i, IntAndText::kText); }); };
+    Measure(state, time, "yardstick", TimeLinesByCLibrary);
     if (sink->Lines() != state.iterations() * kCallsPerBatch) {
         state.SkipWithError("lines are missing");
     }

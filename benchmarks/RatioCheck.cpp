@@ -18,16 +18,15 @@ struct Costs {
     double Ratio() const { return mCall / mFloor; }
 };
 
-template <typename Call, typename AfterCall, typename Floor, typename AfterFloor>
-Costs smallestCosts(int batches, Call&& call, AfterCall&& afterCall, Floor&& floor, AfterFloor&& afterFloor)
+template <typename Call, typename AfterCall, typename Floor>
+Costs smallestCosts(int batches, Call&& call, AfterCall&& afterCall, Floor&& floor)
 {
     Samples calls;
     Samples floors;
     for (int i = 0; i < batches; ++i) {
-        calls.Add(call());
+        calls.Add(call().mCost);
         afterCall();
-        floors.Add(floor());
-        afterFloor();
+        floors.Add(floor().mCost);
     }
     return { calls.At(0), floors.At(0) };
 }
@@ -40,9 +39,8 @@ template <typename Case> Costs logCall()
     SharedCounter sequence;
     bench::Floor<Case::kRecordBytes> floor(sequence.mValue);
     return smallestCosts(
-        kBatches, [&] { return TimeBatch([&](int i) { Case::Call(context, id, i); }).mCost; },
-        [&] { context.Drain(); }, [&] { return TimeBatch([&](int) { floor(); }).mCost; },
-        [&] { floor.Drain(); });
+        kBatches, [&] { return TimeBatch([&](int i) { Case::Call(context, id, i); }); },
+        [&] { context.Drain(); }, [&] { return floor.Time(); });
 }
 
 Costs callThatLogsNothing(bool enabled)
@@ -57,8 +55,7 @@ Costs callThatLogsNothing(bool enabled)
         Touch(nullptr);
     };
     return smallestCosts(
-        kBatches, [&] { return TimeBatch(call).mCost; }, [] {},
-        [&] { return TimeBatch([&](int) { floor(); }).mCost; }, [&] { floor.Drain(); });
+        kBatches, [&] { return TimeBatch(call); }, [] {}, [&] { return floor.Time(); });
 }
 
 template <int contexts> Costs collectedLine()
@@ -68,8 +65,7 @@ template <int contexts> Costs collectedLine()
     Backlog backlog(manager, contexts, 2048);
     backlog.Fill();
     return smallestCosts(
-        kBatches / 3, [&] { return backlog.TimeCollect().mCost; }, [&] { backlog.Fill(); },
-        [] { return TimeBatch([](int i) { LineByCLibrary(i); }).mCost; }, [] {});
+        kBatches / 3, [&] { return backlog.TimeCollect(); }, [&] { backlog.Fill(); }, TimeLinesByCLibrary);
 }
 
 struct Check {

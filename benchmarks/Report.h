@@ -6,6 +6,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <functional>
 #include <string>
 
 namespace bench {
@@ -24,23 +25,29 @@ inline void Report(benchmark::State& state, const std::string& name, Samples& sa
     state.counters[name + "_set_aside"] = samples.ShareSetAside();
 }
 
-inline void SetBatchTime(benchmark::State& state, const Batch& batch)
+// Measures over and over what `time` returns, and in turns with it what `beside` does: both then meet the same
+// neighbours and clock rates. Google Benchmark sees the time of both together, for its number of iterations.
+template <typename Time>
+void Measure(benchmark::State& state, Time&& time, const char* besideName = nullptr,
+             const std::function<Batch()>& beside = {})
 {
-    state.SetIterationTime(batch.mCost * kCallsPerBatch * 1e-9);
-}
-
-// Measures a call in batches; `settle` runs after each, outside the timing.
-template <typename Call, typename Settle>
-void MeasureCalls(benchmark::State& state, Call&& call, Settle&& settle)
-{
-    Samples calls;
+    Samples samples;
+    Samples samplesBeside;
     for (auto _ : state) {
-        const Batch cost = TimeBatch(call);
-        settle();
-        calls.Add(cost);
-        SetBatchTime(state, cost);
+        const Batch batch = time();
+        samples.Add(batch);
+        double spent = batch.mSpent;
+        if (beside) {
+            const Batch other = beside();
+            samplesBeside.Add(other);
+            spent += other.mSpent;
+        }
+        state.SetIterationTime(spent * 1e-9);
     }
-    Report(state, "call", calls);
+    Report(state, "call", samples);
+    if (beside) {
+        Report(state, besideName, samplesBeside);
+    }
 }
 
 } // namespace bench

@@ -87,30 +87,30 @@ def latency(results, path):
 
 
 def collector(results, path):
-    costs = results.contexts()
+    costs = results.costs_by_contexts()
     if not costs:
         return False
     figure, (rate, cost) = pyplot.subplots(1, 2, figsize=(11, 4))
     numbers = list(costs)
-    medians = [costs[n].median for n in numbers]
-    rate.plot(numbers, [1e3 / value for value in medians], "o-", color=OWN, label="collector")
-    cost.plot(numbers, medians, "o-", color=OWN, label="collector")
-    cost.fill_between(
-        numbers, [costs[n].low for n in numbers], [costs[n].high for n in numbers], color=OWN, alpha=0.15
+    names = list(results.contexts().values())
+    lines = [results.spread(name, "call_p50") for name in names]
+    rate.plot(numbers, [1e3 / line.median for line in lines], "o-", color=OWN, label="collector")
+    rate.fill_between(
+        numbers, [1e3 / line.high for line in lines], [1e3 / line.low for line in lines], color=OWN, alpha=0.15
     )
+    cost.plot(numbers, list(costs.values()), "o-", color=OWN, label="collector")
     if 2 in costs:
         bound = [n for n in numbers if n >= 2]
         cost.plot(
             bound, [logarithmic_bound(costs, n) for n in bound], ":", color=FLOOR, label="c(2) (log2 n + 1) / 2"
         )
     for colour, name in zip(PEERS, results.peers("collector_peer/")):
-        value = results.median(name, "call_p50")
         label = name.split("/", 1)[1]
-        rate.axhline(1e3 / value, color=colour, linestyle="--", label=label)
-        cost.axhline(value, color=colour, linestyle="--", label=label)
+        rate.axhline(1e3 / results.median(name, "call_p50"), color=colour, linestyle="--", label=label)
+        cost.axhline(results.at_one_clock_rate(name), color=colour, linestyle="--", label=label)
     for axes, title, unit in (
         (rate, "Lines from backlog to callback", "million lines/s"),
-        (cost, "Cost of a record", "nanoseconds"),
+        (cost, "Cost of a record", "nanoseconds, at one clock rate"),
     ):
         axes.set_xscale("log", base=2)
         axes.set_xticks(numbers, [str(n) for n in numbers])

@@ -104,47 +104,45 @@ def peers(results):
     names = results.peers("log_call_peer/")
     if own not in results or not names:
         return NOTHING
+    to_floor = {name: results.ratio(name, "call_p50", "floor_p50") for name in [own, *names]}
     rows = [
         [
-            ("fallcatch" if name == own else name.split("/", 1)[1]),
+            "fallcatch" if name == own else name.split("/", 1)[1],
             *_distribution(results, name),
-            times(results.median(name, "call_p50") / results.median(own, "call_p50")),
+            times(to_floor[name]),
+            times(to_floor[name] / to_floor[own]),
         ]
         for name in [own, *names]
     ]
-    return table(["logger", "min", "median", "p99", "max", "set aside", "to fallcatch"], rows)
+    header = ["logger", "min", "median", "p99", "max", "set aside", "to the floor", "to fallcatch"]
+    return table(header, rows)
 
 
 def collector(results):
-    costs = results.contexts()
-    rows = []
-    for contexts, cost in costs.items():
-        bound = nanoseconds(logarithmic_bound(costs, contexts)) if contexts > 2 and 2 in costs else ""
-        rows.append(
-            [
-                f"{contexts} context{'s' if contexts > 1 else ''}",
-                f"{1e3 / cost.median:.2f}",
-                nanoseconds(cost.low),
-                nanoseconds(cost.median),
-                nanoseconds(cost.high),
-                bound,
-            ]
+    costs = results.costs_by_contexts()
+    lines = [
+        (
+            f"{n} context{'s' if n > 1 else ''}",
+            name,
+            logarithmic_bound(costs, n) if n > 2 and 2 in costs else None,
         )
-    for name in results.peers("collector_peer/"):
+        for n, name in results.contexts().items()
+    ]
+    lines += [(name.split("/", 1)[1], name, None) for name in results.peers("collector_peer/")]
+    rows = []
+    for title, name, bound in lines:
         cost = results.spread(name, "call_p50")
         rows.append(
             [
-                name.split("/", 1)[1],
+                title,
                 f"{1e3 / cost.median:.2f}",
-                nanoseconds(cost.low),
-                nanoseconds(cost.median),
-                nanoseconds(cost.high),
-                "",
+                *[nanoseconds(value) for value in (cost.low, cost.median, cost.high)],
+                nanoseconds(results.at_one_clock_rate(name)),
+                nanoseconds(bound) if bound else "",
             ]
         )
-    return table(
-        ["lines made by", "million lines/s", "ns for a line: min", "median", "max", "logarithmic bound"], rows
-    )
+    header = ["lines made by", "million lines/s", "ns for a line: min", "median", "max", "at one clock rate"]
+    return table([*header, "logarithmic bound"], rows)
 
 
 def converters(results):
@@ -157,6 +155,7 @@ def converters(results):
             if own is None:
                 continue
             speeds = [results.gigabytes(direction, text, name) for name in others]
+            ratios = [results.times_as_quick(f"convert/{direction}/{text}/{name}") for name in others]
             rows.append(
                 [
                     text,
@@ -165,7 +164,7 @@ def converters(results):
                     f"{own.median:.2f}",
                     f"{own.high:.2f}",
                     *[f"{speed.median:.2f}" if speed else "" for speed in speeds],
-                    *[times(own.median / speed.median) if speed else "" for speed in speeds],
+                    *[times(ratio) if ratio else "" for ratio in ratios],
                 ]
             )
     return table(
@@ -187,9 +186,10 @@ def ring(results):
                     nanoseconds(spread.low),
                     nanoseconds(spread.median),
                     nanoseconds(spread.high),
+                    "" if name.endswith("/kxpl") else times(1 / results.times_as_quick(name)),
                 ]
             )
-    return table(["what", "queue", "ns: min", "median", "max"], rows, left=2)
+    return table(["what", "queue", "ns: min", "median", "max", "the ring to it"], rows, left=2)
 
 
 def presence(results):

@@ -87,24 +87,37 @@ class Results:
         return sorted(self.names(prefix), key=lambda name: self.median(name, "call_p50"))
 
     def contexts(self):
-        """Nanoseconds for a line, by number of contexts."""
-        found = {
-            int(name.rsplit("/", 1)[1]): self.spread(name, "call_p50")
-            for name in self.names("collector/contexts/")
-        }
+        """The benchmarks of the collector, by number of contexts."""
+        found = {int(name.rsplit("/", 1)[1]): name for name in self.names("collector/contexts/")}
         return dict(sorted(found.items()))
+
+    def at_one_clock_rate(self, name):
+        """Nanoseconds for a line: its cost to that of the lines that took turns with it, times what those cost
+        in the middle of all."""
+        every = self.names("collector/") + self.names("collector_peer/")
+        usual = statistics.median(run["yardstick_p50"] for each in every for run in self.runs[each])
+        return self.ratio(name, "call_p50", "yardstick_p50") * usual
+
+    def costs_by_contexts(self):
+        return {contexts: self.at_one_clock_rate(name) for contexts, name in self.contexts().items()}
 
     def converters(self):
         found = {name.rsplit("/", 1)[1] for name in self.names("convert/")}
-        return sorted(found, key=lambda who: (who != "kxpl", who.lower()))
+        return sorted(found, key=lambda who: (who != "kxpl", who))
 
     def gigabytes(self, direction, text, who):
         """Gigabytes of source a second, or None for what was not measured."""
         name = f"convert/{direction}/{text}/{who}"
         if name not in self:
             return None
-        spread = self.spread(name, "bytes_per_second")
-        return Spread(spread.low / 1e9, spread.median / 1e9, spread.high / 1e9)
+        nanoseconds_for_a_byte = self.spread(name, "call_p50")
+        return Spread(
+            1 / nanoseconds_for_a_byte.high, 1 / nanoseconds_for_a_byte.median, 1 / nanoseconds_for_a_byte.low
+        )
+
+    def times_as_quick(self, name):
+        """How many times as quick as a peer the own converter or queue was that took turns with it, or None."""
+        return self.ratio(name, "call_p50", "own_p50") if name in self else None
 
 
 @dataclass
@@ -117,7 +130,7 @@ class Target:
 
 def logarithmic_bound(costs, contexts):
     """What a record may cost if costs grow from those of two contexts with the depth of a merge."""
-    return costs[2].median * (math.log2(contexts) + 1) / 2
+    return costs[2] * (math.log2(contexts) + 1) / 2
 
 
 def _target(name, wanted, measured, is_met, form="{:.2f}"):
@@ -201,10 +214,10 @@ def _log_call_targets(results):
 
 
 def _collector_targets(results):
-    costs = results.contexts()
     targets = []
+    names = results.contexts()
     for contexts, wanted in ((1, 10), (8, 8)):
-        measured = 1e3 / costs[contexts].median if contexts in costs else None
+        measured = 1e3 / results.median(names[contexts], "call_p50") if contexts in names else None
         targets.append(
             _target(
                 f"collector, {contexts} context{'s' if contexts > 1 else ''}",
@@ -214,10 +227,11 @@ def _collector_targets(results):
                 "{:.2f} M lines/s",
             )
         )
+    costs = results.costs_by_contexts()
     spdlog = "collector_peer/spdlog"
     measured = None
     if 1 in costs and 8 in costs and spdlog in results:
-        measured = results.median(spdlog, "call_p50") / max(costs[1].median, costs[8].median)
+        measured = results.at_one_clock_rate(spdlog) / max(costs[1], costs[8])
     targets.append(
         _target(
             "lines/s of 1 and of 8 contexts: to spdlog's", "more than 1 x", measured, lambda value: value > 1
@@ -225,9 +239,7 @@ def _collector_targets(results):
     )
     measured = None
     if 2 in costs and 256 in costs:
-        measured = max(
-            cost.median / logarithmic_bound(costs, contexts) for contexts, cost in costs.items() if contexts > 2
-        )
+        measured = max(cost / logarithmic_bound(costs, n) for n, cost in costs.items() if n > 2)
     targets.append(
         _target(
             "cost of a record for n contexts, 4 to 256: to c(2) (log2 n + 1) / 2",
@@ -244,11 +256,9 @@ def _least(results, peer, directions, texts):
     least = None
     for direction in directions:
         for text in texts:
-            own = results.gigabytes(direction, text, "kxpl")
-            others = results.gigabytes(direction, text, peer)
-            if own is None or others is None:
+            ratio = results.times_as_quick(f"convert/{direction}/{text}/{peer}")
+            if ratio is None:
                 return None
-            ratio = own.median / others.median
             if least is None or ratio < least[0]:
                 least = (ratio, f"{direction}, {text}")
     return least
@@ -291,11 +301,8 @@ def _converter_targets(results):
 
 
 def _other_targets(results):
-    own = f"{RING}/kxpl"
-    peers = [name for name in results.names(RING) if name != own]
-    measured = None
-    if own in results and peers:
-        measured = results.median(own, "call_p50") / min(results.median(peer, "call_p50") for peer in peers)
+    ratios = [results.times_as_quick(name) for name in results.names(RING) if not name.endswith("/kxpl")]
+    measured = 1 / min(ratios) if ratios else None
     return [
         _target(
             "ring, 48 bytes between threads: cost to that of the quickest queue",

@@ -55,8 +55,11 @@ class Targets(unittest.TestCase):
         self.expect("filtered call", "not met", "5.5 ns")
 
     def test_lines_come_from_the_cost_of_one(self):
-        self.expect("collector, 1 context", "met", "11.11 M lines/s")
-        self.expect("collector, 8 contexts", "not met", "7.69 M lines/s")
+        # 90 and 180 ns, 130 and 260 ns in the two repetitions.
+        self.expect("collector, 1 context", "not met", "7.41 M lines/s")
+        quicker = verdicts(results_with("collector/contexts/8", call_p50=125))
+        self.assertEqual(quicker["collector, 8 contexts"].verdict, "met")
+        self.assertEqual(quicker["collector, 8 contexts"].measured, "8.00 M lines/s")
 
     def test_the_slower_of_two_collectors_is_compared_with_spdlog(self):
         self.expect("lines/s of 1 and of 8 contexts: to spdlog's", "met", "2.00")
@@ -64,7 +67,15 @@ class Targets(unittest.TestCase):
     def test_the_cost_of_a_record_may_grow_with_the_logarithm(self):
         name = "cost of a record for n contexts, 4 to 256: to c(2) (log2 n + 1) / 2"
         self.expect(name, "not met", "1.02")  # 460 to 100 (8 + 1) / 2
-        self.assertEqual(verdicts(results_with("collector/contexts/256", call_p50=440))[name].verdict, "met")
+        self.assertEqual(
+            verdicts(results_with("collector/contexts/256", yardstick_p50=800))[name].verdict, "met"
+        )
+
+    def test_the_ring_is_held_to_the_quickest_queue(self):
+        name = "ring, 48 bytes between threads: cost to that of the quickest queue"
+        self.expect(name, "not met", "1.25")
+        found = verdicts(results_with("ring/48 bytes between threads/boost::lockfree::spsc_queue", own_p50=79))
+        self.assertEqual((found[name].verdict, found[name].measured), ("met", "0.99"))
 
     def test_memory_on_its_limit_is_met(self):
         self.expect("memory for a thread beyond its ring", "met", "1024 bytes")
@@ -83,13 +94,14 @@ class Targets(unittest.TestCase):
         for direction in bench_results.DIRECTIONS:
             for text in bench_results.TEXTS:
                 slow = direction == "UTF-32 to UTF-8" and text == "ill-formed"
-                for who, speed in (("kxpl", 0.9e9 if slow else 8e9), ("ICU", 1e9), ("iconv", 5e8)):
+                for who, cost in (("ICU", 1.0), ("iconv", 2.0)):
+                    own = 1.25 if slow else 0.125
                     document["benchmarks"].append(
-                        {"run_name": f"convert/{direction}/{text}/{who}", "bytes_per_second": speed}
+                        {"run_name": f"convert/{direction}/{text}/{who}", "call_p50": cost, "own_p50": own}
                     )
         found = verdicts(bench_results.Results([document]))
         icu = found["converters, every direction and text: to ICU"]
-        self.assertEqual((icu.verdict, icu.measured), ("not met", "0.90 (UTF-32 to UTF-8, ill-formed)"))
+        self.assertEqual((icu.verdict, icu.measured), ("not met", "0.80 (UTF-32 to UTF-8, ill-formed)"))
         self.assertEqual(found["converters, every direction and text: to iconv"].verdict, "met")
         self.assertEqual(found["converters, ASCII: to ICU"].verdict, "met")
 
@@ -116,6 +128,10 @@ class Report(unittest.TestCase):
         text = bench_report.log_calls(bench_results.Results([sample()]))
         self.assertIn("| int and short text | 42.0 | 69.0 | 90.0 | 220.0 | 1.0 % | 60.0 | 1.15 x |", text)
 
+    def test_converters_show_gigabytes_and_ratios(self):
+        text = bench_report.converters(bench_results.Results([sample()]))
+        self.assertIn("| ASCII | UTF-8 to UTF-16 | 4.00 | 5.33 | 8.00 | 0.67 | 0.33 | 8.00 x | 16.00 x |", text)
+
     def test_verdicts_stand_out_unless_met(self):
         text = bench_report.targets_table(bench_results.Results([sample()]))
         self.assertIn("| disabled call | at most 2 ns | 1.5 ns | met |", text)
@@ -128,7 +144,8 @@ class Report(unittest.TestCase):
         )
         self.assertTrue(text.startswith("Before.\n\n| lines made by |"))
         self.assertTrue(text.endswith("|\n\n<!-- @ after -->\n"))
-        self.assertIn("| 8 contexts | 7.69 | 130.0 | 130.0 | 130.0 | 200.0 |", text)
+        # What takes turns with the lines costs 400 and 800 ns; its middle is the clock rate of the last columns.
+        self.assertIn("| 8 contexts | 5.13 | 130.0 | 195.0 | 260.0 | 195.0 | 300.0 |", text)
 
     def test_an_unknown_table_is_an_error(self):
         with self.assertRaises(KeyError):
