@@ -12,7 +12,7 @@
 
 namespace bench {
 
-constexpr int kBacklog = 16384; // records that a pass finds, over all contexts, unless told otherwise
+constexpr int kBacklog = 4096; // records that a pass finds, over all contexts, unless told otherwise
 
 // Counts what reaches the callback; one for the module, as callbacks are plain functions.
 inline long long& LinesSeen()
