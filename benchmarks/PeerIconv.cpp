@@ -1,0 +1,45 @@
+// The C library's iconv.
+#include "Texts.h"
+
+#include <iconv.h>
+
+#include <cerrno>
+
+namespace bench {
+namespace {
+
+using namespace KXPL;
+
+// In the processor's byte order, which is little-endian here.
+template <typename Unit> const char* nameOf()
+{
+    return sizeof(Unit) == 1 ? "UTF-8" : (sizeof(Unit) == 2 ? "UTF-16LE" : "UTF-32LE");
+}
+
+// iconv stops at what is ill-formed; as with the other converters the caller skips the unit and goes on.
+template <typename Source, typename Target>
+std::size_t convertAll(const std::vector<Source>& source, std::vector<Target>& target)
+{
+    static const iconv_t converter = iconv_open(nameOf<Target>(), nameOf<Source>());
+    char* from = reinterpret_cast<char*>(const_cast<Source*>(source.data()));
+    std::size_t left = source.size() * sizeof(Source);
+    char* to = reinterpret_cast<char*>(target.data());
+    std::size_t room = target.size() * sizeof(Target);
+    iconv(converter, nullptr, nullptr, nullptr, nullptr);
+    while (iconv(converter, &from, &left, &to, &room) == static_cast<std::size_t>(-1) && errno == EILSEQ) {
+        from += sizeof(Source);
+        left -= sizeof(Source);
+    }
+    return target.size() - room / sizeof(Target);
+}
+
+template <typename Source, typename Target> bool add()
+{
+    return AddConverter<Source, Target>("iconv", convertAll<Source, Target>);
+}
+
+[[maybe_unused]] const bool added = add<UTF8, UTF16>() && add<UTF16, UTF8>() && add<UTF8, UTF32>()
+    && add<UTF32, UTF8>() && add<UTF16, UTF32>() && add<UTF32, UTF16>();
+
+} // namespace
+} // namespace bench
