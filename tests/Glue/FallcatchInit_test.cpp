@@ -2,7 +2,31 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+
 namespace {
+
+// Two addresses, hexadecimal, that nothing can be read from: one in the first page, one in the kernel's part,
+// which ends the address space on 32 bits and its upper half on 64.
+const Strings kUnreadable = { "1", sizeof(void*) == 8 ? "ffff800000000001" : "fffff001" };
+
+// Whether the system itself fails to read a byte there. What holds here holds in the probe: it is built for
+// the same processor and runs on the same system.
+bool isUnreadable(const std::string& address)
+{
+    int ends[2];
+    if (pipe(ends) != 0) {
+        return false;
+    }
+    const auto number = static_cast<std::uintptr_t>(std::stoull(address, nullptr, 16));
+    const bool refused = write(ends[1], reinterpret_cast<const void*>(number), 1) == -1 && errno == EFAULT;
+    close(ends[0]);
+    close(ends[1]);
+    return refused;
+}
 
 // The configuration of a host that passes one URL and no parameters.
 Configuration plainConfiguration()
@@ -75,11 +99,14 @@ TEST(FallcatchInit, ReturnsNullWhenBreakpadRefusesTheConfiguration)
 
 TEST(FallcatchInit, FirstAndThirdArgumentAreNeverRead)
 {
+    for (const std::string& address : kUnreadable) {
+        ASSERT_TRUE(isUnreadable(address)) << address;
+    }
     Probe probe;
     probe.Call({ "reporter", kReporter });
     InitCall call;
-    call.unused1 = "1"; // addresses that nothing can be read from
-    call.unused2 = "ffff800000000001";
+    call.unused1 = kUnreadable[0];
+    call.unused2 = kUnreadable[1];
     probe.Init(call);
     const ProbeResult result = probe.Run();
     EXPECT_EQ(result.LatestConfiguration(), plainConfiguration());

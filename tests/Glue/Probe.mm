@@ -24,6 +24,7 @@
 #import <Foundation/NSDictionary.h>
 #import <Foundation/NSProcessInfo.h>
 #import <Foundation/NSString.h>
+#import <objc/runtime.h>
 
 #include <string.h>
 #include <unistd.h>
@@ -143,7 +144,7 @@ void printArguments(const Words&)
     for (NSUInteger i = 0; i < [arguments count]; ++i) {
         NSString* argument = [arguments objectAtIndex:i];
         const char* object = reinterpret_cast<const char*>(argument);
-        const std::string bytes(object, strnlen(object, sizeof(void*)));
+        const std::string bytes(object, strnlen(object, class_getInstanceSize(object_getClass(argument))));
         printEvent({ "argument", addressText(argument), textOf(argument), bytes });
     }
 }

@@ -30,7 +30,9 @@ ProbeResult scanLogged(const Strings& arguments, const std::string& categories =
     return probe.Run();
 }
 
-// A message whose "%s" met the address of an argument's string object: it shows the object's own bytes.
+// A message whose "%s" met the address of an argument's string object: it shows the object's own bytes up to
+// the first zero. On 64 bits that is what the class pointer has below its zero bytes. On 32 bits the class
+// pointer has none, and the text runs on through the fields behind it.
 std::string showingObject(const std::string& text, const ProbeResult& result, std::size_t argument)
 {
     return text + result.Named("argument").at(argument).at(2) + "\\x0a";
