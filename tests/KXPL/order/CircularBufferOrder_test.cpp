@@ -1,0 +1,193 @@
+// One writer and one reader of a ring in every order that the memory model allows.
+#include "CircularBuffer.h"
+
+#include "Explorer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace {
+
+using order::Program;
+using order::Result;
+using order::Weakened;
+
+// A ring that writer and reader share, and what passed through it.
+class Shared {
+public:
+    void Begin(unsigned int size, bool copies)
+    {
+        mMemory.assign(cb_calc_buffer_size(1, size), 0);
+        mRing.mControl = reinterpret_cast<cb_control*>(mMemory.data());
+        cb_initialize_with_buffer(mRing.mControl, 1, size);
+        cb_set_copy_func(mRing.mControl, copies ? CCircularBuffer::CopyFunc : nullptr);
+        // The writer and the reader are past the beginning, so that positions wrap.
+        for (unsigned int i = 0; i < size; ++i) {
+            int count = 1;
+            char byte = 0;
+            cb_write(mRing.mControl, &byte, &count);
+            cb_read(mRing.mControl, &byte, &count);
+        }
+        mWritten.clear();
+        mRead.clear();
+        order::track(mRing.mControl, mMemory.size());
+    }
+
+    ~Shared() { mRing.mControl = nullptr; }
+
+    void Write(const std::string& text)
+    {
+        int count = static_cast<int>(text.size());
+        mRing.Write(text.data(), count);
+        mWritten += text.substr(0, static_cast<std::size_t>(count));
+    }
+
+    void Read(int most)
+    {
+        char bytes[64];
+        int count = most;
+        mRing.Read(bytes, count);
+        mRead.append(bytes, static_cast<std::size_t>(count));
+    }
+
+    void ExpectOrder()
+    {
+        if (mWritten.compare(0, mRead.size(), mRead) != 0) {
+            order::fail("wrote " + mWritten + " and read " + mRead);
+        }
+        mReadings.push_back(mRead);
+    }
+
+    // Distinct texts that were read in all executions.
+    std::size_t Outcomes()
+    {
+        std::sort(mReadings.begin(), mReadings.end());
+        return static_cast<std::size_t>(std::unique(mReadings.begin(), mReadings.end()) - mReadings.begin());
+    }
+
+    CCircularBuffer mRing;
+
+private:
+    std::vector<char> mMemory;
+    std::string mWritten;
+    std::string mRead;
+    std::vector<std::string> mReadings;
+};
+
+// Single bytes across the end of a ring of two.
+Program singleBytes(Shared& shared)
+{
+    return { [&shared] { shared.Begin(2, false); },
+             { [&shared] {
+                  shared.Write("a");
+                  shared.Write("b");
+              },
+               [&shared] {
+                   shared.Read(1);
+                   shared.Read(1);
+               } },
+             [&shared] { shared.ExpectOrder(); } };
+}
+
+// More at once than the ring holds: each side looks at the other's position again for each byte.
+Program severalBytes(Shared& shared)
+{
+    return { [&shared] { shared.Begin(2, false); },
+             { [&shared] { shared.Write("abc"); }, [&shared] { shared.Read(3); } },
+             [&shared] { shared.ExpectOrder(); } };
+}
+
+// A text for the copy function, across the ring's end.
+Program longText(Shared& shared)
+{
+    return { [&shared] { shared.Begin(34, true); },
+             { [&shared] {
+                  shared.Write(std::string(33, 'a'));
+                  shared.Write("b");
+              },
+               [&shared] {
+                   shared.Read(1);
+                   shared.Read(1);
+               } },
+             [&shared] { shared.ExpectOrder(); } };
+}
+
+// The writer asks for the fill level, as a log call does, and writes only where that leaves room: the second
+// byte only into the slot that the reader gave back.
+Program fillLevel(Shared& shared)
+{
+    return { [&shared] { shared.Begin(1, false); },
+             { [&shared] {
+                  for (const char* text : { "a", "b" }) {
+                      if (cb_get_num_elem_used(shared.mRing.mControl) == 0) {
+                          shared.Write(text);
+                      }
+                  }
+                  if (shared.mRing.GetFirstError() != 0) {
+                      order::fail("there was no room where the fill level told of room");
+                  }
+              },
+               [&shared] {
+                   shared.Read(1);
+                   shared.Read(1);
+               } },
+             [&shared] { shared.ExpectOrder(); } };
+}
+
+void expectProven(Program (*make)(Shared&), std::size_t outcomes)
+{
+    Shared shared;
+    const Result result = order::explore(make(shared));
+    EXPECT_EQ(result.failure, "");
+    EXPECT_TRUE(result.complete);
+    // Else the threads hardly met.
+    EXPECT_GE(shared.Outcomes(), outcomes);
+
+    std::printf("%lld executions\n", result.executions);
+}
+
+void expectFailure(Program (*make)(Shared&), Weakened weakened)
+{
+    Shared shared;
+    EXPECT_NE(order::explore(make(shared), weakened).failure, "");
+}
+
+} // namespace
+
+TEST(CircularBufferOrder, SingleBytesArriveInOrder)
+{
+    expectProven(singleBytes, 3);
+}
+
+TEST(CircularBufferOrder, SeveralBytesArriveInOrder)
+{
+    expectProven(severalBytes, 2);
+}
+
+TEST(CircularBufferOrder, LongTextArrivesInOrder)
+{
+    expectProven(longText, 3);
+}
+
+TEST(CircularBufferOrder, FillLevelNeverTellsOfRoomThatIsNotThere)
+{
+    expectProven(fillLevel, 3);
+}
+
+TEST(CircularBufferOrder, WithoutReleasesTheExplorerFindsARace)
+{
+    expectFailure(singleBytes, Weakened::Releases);
+    expectFailure(severalBytes, Weakened::Releases);
+    expectFailure(longText, Weakened::Releases);
+}
+
+TEST(CircularBufferOrder, WithoutAcquiresTheExplorerFindsARace)
+{
+    expectFailure(singleBytes, Weakened::Acquires);
+    expectFailure(severalBytes, Weakened::Acquires);
+    expectFailure(longText, Weakened::Acquires);
+}
