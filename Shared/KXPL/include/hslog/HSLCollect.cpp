@@ -3,7 +3,7 @@
 
 #include "HSLCat.h"
 #include "HSLLogContext.h"
-#include "HSLRecord.h"
+#include "HSLRecordReader.h"
 #include "HSLStringify.h"
 
 #include "../KxTime.h"

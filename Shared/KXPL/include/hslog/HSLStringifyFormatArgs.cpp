@@ -2,6 +2,7 @@
 #include "HSLLogManager.h"
 
 #include "HSLRecord.h"
+#include "HSLRecordReader.h"
 #include "HSLStringify.h"
 #include "HSLValue.h"
 
