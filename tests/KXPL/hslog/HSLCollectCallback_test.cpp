@@ -3,6 +3,7 @@
 
 #include "Interpose.h"
 #include "ManualPass.h"
+#include "WithoutShortcuts.h"
 
 #include <gtest/gtest.h>
 
@@ -130,6 +131,7 @@ TEST(CollectCallback, NoHeaderIsBuiltForTheStructuredOne)
     ManualPass pass;
     switchToStructured(pass);
     numbered(1).PublishIn(pass.Context("Main"));
+    const WithoutShortcuts everyPiece;
     Interposed hooks;
     std::vector<std::string> formats;
     hooks.vsnprintfHook = [&formats](char* output, std::size_t size, const char* format, va_list values) {
@@ -146,6 +148,7 @@ TEST(CollectCallback, NothingIsFormattedForAHiddenRecord)
     ManualPass pass;
     numbered(1).PublishIn(pass.Context("Main"));
     pass.Manager().SetFilterValue(3, false);
+    const WithoutShortcuts everyPiece;
     Interposed hooks;
     int formatted = 0;
     hooks.vsnprintfHook = [&formatted](char*, std::size_t, const char*, va_list) {

@@ -2,30 +2,17 @@
 #ifndef HSLOG_HSL_RECORD_READER_H
 #define HSLOG_HSL_RECORD_READER_H
 
-#include "../CircularBuffer.h"
-
-#include <cstddef>
-#include <cstring>
+#include "../../CircularBufferCursor.h"
 
 namespace HSL {
 
-// Takes `size` bytes. Where the ring holds fewer, the rest of the destination becomes zero.
-inline void ReadBytes(CCircularBuffer& buffer, void* destination, std::size_t size)
-{
-    int count = static_cast<int>(size);
-    if (buffer.Read(destination, count) == CB_ERR_NULL) {
-        count = 0;
-    }
-    const std::size_t taken = static_cast<std::size_t>(count);
-    if (taken < size) {
-        std::memset(static_cast<char*>(destination) + taken, 0, size - taken);
-    }
-}
+using KXPL::RingCursor;
 
-template <typename T> inline T ReadField(CCircularBuffer& buffer)
+// Takes one field. Where the ring holds fewer bytes, the rest of the field is zero.
+template <typename T> inline T ReadField(RingCursor& ring)
 {
     T field;
-    ReadBytes(buffer, &field, sizeof field);
+    ring.Read(&field, sizeof field);
     return field;
 }
 
