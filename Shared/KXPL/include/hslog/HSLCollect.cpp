@@ -36,12 +36,15 @@ struct Workspace {
 
 // The time of the record processed last, from any context and any manager of this module.
 unsigned int sLastSecs = 0;
-unsigned int sLastMicros = 0;
+double sLastTime = 0.0; // the same with its microseconds, in seconds
 
 int getNextSequenceNum(RingCursor& ring)
 {
-    ReadField<unsigned char>(ring); // marker
-    return ReadField<int>(ring);
+    unsigned char fields[5]; // marker and number
+    ring.Read(fields, sizeof fields);
+    int number;
+    std::memcpy(&number, fields + 1, sizeof number);
+    return number;
 }
 
 cb_control* controlOf(const CCircularBuffer* buffer)
@@ -62,13 +65,10 @@ CLogContext* contextOf(const std::vector<CLogContext*>& contexts, const CContext
 // The seconds since the previous record, of which this one takes the place.
 double deltaTo(unsigned int seconds, unsigned int microseconds)
 {
-    double delta = 0.0;
-    if (sLastSecs != 0) {
-        delta = (seconds + microseconds / kMicrosecondsPerSecond)
-            - (sLastSecs + sLastMicros / kMicrosecondsPerSecond);
-    }
+    const double time = seconds + microseconds / kMicrosecondsPerSecond;
+    const double delta = sLastSecs != 0 ? time - sLastTime : 0.0;
     sLastSecs = seconds;
-    sLastMicros = microseconds;
+    sLastTime = time;
     return delta;
 }
 
@@ -84,10 +84,14 @@ void appendIndentation(TextBuffer& line, unsigned char depth)
 void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& ring, int seqNum,
                   Workspace& workspace)
 {
-    const unsigned int seconds = ReadField<unsigned int>(ring);
-    const unsigned int microseconds = ReadField<unsigned int>(ring);
-    const unsigned char depth = ReadField<unsigned char>(ring);
-    const unsigned char claimed = ReadField<unsigned char>(ring);
+    unsigned char fields[10];
+    ring.Read(fields, sizeof fields);
+    unsigned int seconds;
+    unsigned int microseconds;
+    std::memcpy(&seconds, fields, sizeof seconds);
+    std::memcpy(&microseconds, fields + 4, sizeof microseconds);
+    const unsigned char depth = fields[8];
+    const unsigned char claimed = fields[9];
     unsigned char categories[CCat::kMaxCodes] = {};
     const unsigned char kept = claimed < CCat::kMaxCodes ? claimed : CCat::kMaxCodes;
     ring.Read(categories, kept);

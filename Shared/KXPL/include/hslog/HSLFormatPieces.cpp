@@ -1,5 +1,7 @@
 #include "HSLFormatPieces.h"
 
+#include "../../KxShortBytes.h"
+
 #include <cstring>
 
 namespace HSL {
@@ -32,46 +34,43 @@ bool endsConversion(char letter)
     }
 }
 
-} // namespace
-
-Piece FormatPieces::Next()
+// The write to a volatile keeps the compiler from removing the loop.
+[[noreturn]] void searchForEver()
 {
-    const std::size_t lastIndex = mLength - 1;
-    // The write to a volatile keeps the compiler from removing a search that never ends.
     for (volatile unsigned int searches = 0;; searches = searches + 1) {
-        const void* found =
-            AtEnd() ? nullptr : std::memchr(mFormat + mPosition, '%', mLength - mPosition);
-        if (found == nullptr) {
-            return Piece();
-        }
-        const std::size_t percent = static_cast<std::size_t>(static_cast<const char*>(found) - mFormat);
-        if (percent != 0 && mFormat[percent - 1] == '\\') {
-            continue;
-        }
-        if (percent < lastIndex && mFormat[percent + 1] == '%') {
-            continue;
-        }
-        std::size_t letter = percent + 1;
-        while (letter < mLength && !endsConversion(mFormat[letter])) {
-            ++letter;
-        }
-        if (letter >= mLength) {
-            return Piece();
-        }
-        const std::size_t literal = percent - mPosition;
-        Piece piece = Take(letter + 1);
-        piece.percent = literal;
-        return piece;
     }
 }
 
-Piece FormatPieces::Take(std::size_t end)
+} // namespace
+
+bool FormatPieces::Next(Piece& piece)
 {
-    Piece taken;
-    taken.text = mFormat + mPosition;
-    taken.length = end - mPosition;
+    const std::size_t percent = mPosition + KXPL::lengthUpTo(mFormat + mPosition, mLength - mPosition, '%');
+    if (percent == mLength) {
+        return false;
+    }
+    std::size_t letter = percent + 1;
+    const bool looksEscaped =
+        (percent != 0 && mFormat[percent - 1] == '\\') || (letter < mLength && mFormat[letter] == '%');
+    if (looksEscaped) {
+        searchForEver();
+    }
+    while (letter < mLength && !endsConversion(mFormat[letter])) {
+        ++letter;
+    }
+    if (letter == mLength) {
+        return false;
+    }
+    Take(piece, letter + 1, percent - mPosition);
+    return true;
+}
+
+void FormatPieces::Take(Piece& piece, std::size_t end, std::size_t percent)
+{
+    piece.text = mFormat + mPosition;
+    piece.length = end - mPosition;
+    piece.percent = percent;
     mPosition = end;
-    return taken;
 }
 
 TerminatedText::TerminatedText(const char* text, std::size_t length)

@@ -12,8 +12,6 @@ struct Piece {
     const char* text = "";
     std::size_t length = 0;
     std::size_t percent = 0; // where the conversion that ends the piece begins; unused if there is none
-
-    bool IsEmpty() const { return length == 0; }
 };
 
 class FormatPieces {
@@ -25,19 +23,19 @@ public:
     {
     }
 
-    // The text up to and including the next conversion; empty when there is none left.
+    // Sets the piece to the text up to and including the next conversion. False when there is none left.
     //
     // A conversion that looks escaped (a "%" behind a backslash, or a doubled one) sends the search back to
-    // where it began, so it never ends.
-    Piece Next();
+    // where it began, so it never returns.
+    bool Next(Piece& piece);
 
-    // Everything not yet taken.
-    Piece Rest() { return Take(mLength); }
+    // Sets the piece to everything not yet taken.
+    void Rest(Piece& piece) { Take(piece, mLength, 0); }
 
     bool AtEnd() const { return mPosition >= mLength; }
 
 private:
-    Piece Take(std::size_t end);
+    void Take(Piece& piece, std::size_t end, std::size_t percent);
 
     const char* mFormat;
     std::size_t mLength;

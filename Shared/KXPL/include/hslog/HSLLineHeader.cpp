@@ -3,6 +3,8 @@
 #include "HSLDigits.h"
 #include "HSLStringify.h"
 
+#include "../../KxShortBytes.h"
+
 #include <climits>
 #include <cstring>
 
@@ -60,7 +62,7 @@ char* putSequence(char* to, int sequence)
 char* putName(char* to, const char* name, std::size_t length)
 {
     std::memset(to, ' ', kNameColumns);
-    std::memcpy(to, name, length);
+    KXPL::copyShort(to, name, length);
     return to + (length > kNameColumns ? length : kNameColumns);
 }
 

@@ -43,8 +43,7 @@ public:
     // The first one takes part with another number from now on, as if removed and inserted again.
     void ReplaceFirst(int number)
     {
-        mHeap[0].key = NextKey(number);
-        SiftDown(0);
+        SiftDown(0, NextKey(number), mHeap[0].item);
     }
 
 private:
@@ -71,28 +70,29 @@ private:
         return left + (rightIsSmaller ? 1 : 0);
     }
 
-    void SiftDown(std::size_t at)
+    // Puts an entry at a place that is to be filled, or below it.
+    void SiftDown(std::size_t at, std::uint64_t key, Item* item)
     {
-        const Entry moving = mHeap[at];
         while (2 * at + 1 < mHeap.size()) {
             const std::size_t child = SmallerChild(at);
-            if (moving.key < mHeap[child].key) {
+            if (key < mHeap[child].key) {
                 break;
             }
             mHeap[at] = mHeap[child];
             at = child;
         }
-        mHeap[at] = moving;
+        mHeap[at].key = key;
+        mHeap[at].item = item;
     }
 
     // The entry that takes the place comes from the end of the heap. At the front or just below it, nothing
     // that is moved there can have to rise.
     void RemoveAt(std::size_t at)
     {
-        mHeap[at] = mHeap.back();
+        const Entry last = mHeap.back();
         mHeap.pop_back();
         if (at < mHeap.size()) {
-            SiftDown(at);
+            SiftDown(at, last.key, last.item);
         }
     }
 

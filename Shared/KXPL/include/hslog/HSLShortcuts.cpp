@@ -3,7 +3,7 @@
 #include "HSLDigits.h"
 #include "HSLStringify.h"
 
-#include <cstring>
+#include "../../KxShortBytes.h"
 
 namespace HSL {
 namespace {
@@ -84,7 +84,7 @@ bool appendInteger(TextBuffer& text, const Piece& piece, unsigned long long bits
         return false;
     }
     char* begin = text.Room(piece.percent + kLongestNumber);
-    std::memcpy(begin, piece.text, piece.percent);
+    KXPL::copyShort(begin, piece.text, piece.percent);
     char* number = begin + piece.percent;
     const char* end = letter == 'c' && lengthLetters == 0 ? putCharacter(number, bits)
                                                           : putInteger(number, letter, bits, shown);
@@ -100,25 +100,20 @@ bool appendString(TextBuffer& text, const Piece& piece, const char* string, std:
     if (piece.length - piece.percent != 2 || piece.text[piece.length - 1] != 's') {
         return false;
     }
-    const void* zero = length != 0 ? std::memchr(string, 0, length) : nullptr;
-    const std::size_t shown =
-        zero != nullptr ? static_cast<std::size_t>(static_cast<const char*>(zero) - string) : length;
+    const std::size_t shown = KXPL::lengthUpToZero(string, length);
     if (piece.percent > kLongestPiece || shown > kLongestPiece - piece.percent) {
         return false;
     }
     char* room = text.Room(piece.percent + shown);
-    std::memcpy(room, piece.text, piece.percent);
-    std::memcpy(room + piece.percent, string, shown);
+    KXPL::copyShort(room, piece.text, piece.percent);
+    KXPL::copyShort(room + piece.percent, string, shown);
     text.Add(piece.percent + shown);
     return true;
 }
 
 bool appendLiteral(TextBuffer& text, const char* literal, std::size_t length)
 {
-    if (length == 0) {
-        return true;
-    }
-    if (std::memchr(literal, '%', length) != nullptr) {
+    if (KXPL::lengthUpTo(literal, length, '%') != length) {
         return false;
     }
     text.Append(literal, length < kLongestPiece ? length : kLongestPiece);

@@ -7,6 +7,7 @@
 #include "HSLStringify.h"
 #include "HSLValue.h"
 
+#include "../../KxShortBytes.h"
 #include "../KxUnicode.h"
 
 #include <algorithm>
@@ -16,6 +17,9 @@
 
 namespace HSL {
 namespace {
+
+using KXPL::lengthUpTo;
+using KXPL::lengthUpToZero;
 
 constexpr char kUninitializedIdText[] = "<UNINITIALIZED FORMAT STRING ID USED>";
 constexpr char kWideFormatText[] = "<WIDE FORMAT STRING NOT SUPPORTED>";
@@ -31,17 +35,24 @@ KXPL::UTF32 gWCharBuffer[kUnits];
 KXPL::UTF16 gTCharBuffer[kUnits];
 static_assert(sizeof(wchar_t) == sizeof(KXPL::UTF32), "wide strings are UTF-32");
 
+// What a value without a conversion is rendered with. Those of kLong and kPointer show the low 32 bits only.
+constexpr Piece kOwnShort = { "%hd", 3, 0 };
+constexpr Piece kOwnInt = { "%d", 2, 0 };
+constexpr Piece kOwnLongLong = { "%lld", 4, 0 };
+constexpr Piece kOwnUnsignedShort = { "%hu", 3, 0 };
+constexpr Piece kOwnUnsigned = { "%u", 2, 0 };
+constexpr Piece kOwnUnsignedLongLong = { "%llu", 4, 0 };
+constexpr Piece kOwnFloat = { "%f", 2, 0 };
+constexpr Piece kOwnDouble = { "%g", 2, 0 };
+constexpr Piece kOwnPointer = { "0x%x", 4, 2 };
+constexpr Piece kOwnString = { "%s", 2, 0 };
+constexpr Piece kOwnWideString = { "%S", 2, 0 };
+
 // A text where it lies: in the ring, in one of the buffers above or in the table of formats. Not terminated.
 struct TextView {
     const char* text;
     std::size_t length;
 };
-
-std::size_t lengthUpToZero(const char* text, std::size_t length)
-{
-    const void* zero = length != 0 ? std::memchr(text, 0, length) : nullptr;
-    return zero != nullptr ? static_cast<std::size_t>(static_cast<const char*>(zero) - text) : length;
-}
 
 // Takes a 16-bit length and that many bytes. Only where the ring does not hold them in one piece they are
 // copied to the buffer.
@@ -100,8 +111,8 @@ public:
 
     template <std::size_t Size> void Literal(const char (&text)[Size]) { Literal(text, Size - 1); }
 
-    // Takes one value off the ring and renders it with the piece or, if that is empty, its type's own format.
-    void Value(RingCursor& ring, const Piece& piece);
+    // Takes one value off the ring and renders it with the piece or, if that is null, its type's own.
+    void Value(RingCursor& ring, const Piece* piece);
 
 private:
     template <typename Argument> void Integer(const Piece& piece, Argument value)
@@ -137,46 +148,43 @@ void PieceRenderer::String(RingCursor& ring, const Piece& piece)
     Formatted(piece, static_cast<const char*>(gCharBuffer));
 }
 
-// The own formats of kLong and kPointer show the low 32 bits only.
-void PieceRenderer::Value(RingCursor& ring, const Piece& piece)
+void PieceRenderer::Value(RingCursor& ring, const Piece* piece)
 {
-    const auto pieceOr = [&piece](const char* own, std::size_t percent = 0) {
-        return piece.IsEmpty() ? Piece { own, std::strlen(own), percent } : piece;
-    };
+    const auto pieceOr = [piece](const Piece& own) -> const Piece& { return piece != nullptr ? *piece : own; };
     const unsigned char tag = ReadField<unsigned char>(ring);
     switch (tag) {
     case kInt8:
-        return Integer(pieceOr("%hd"), static_cast<int>(ReadField<signed char>(ring)));
+        return Integer(pieceOr(kOwnShort), static_cast<int>(ReadField<signed char>(ring)));
     case kInt16:
-        return Integer(pieceOr("%hd"), static_cast<int>(ReadField<short>(ring)));
+        return Integer(pieceOr(kOwnShort), static_cast<int>(ReadField<short>(ring)));
     case kInt32:
-        return Integer(pieceOr("%d"), ReadField<int>(ring));
+        return Integer(pieceOr(kOwnInt), ReadField<int>(ring));
     case kInt64:
-        return Integer(pieceOr("%lld"), ReadField<long long>(ring));
+        return Integer(pieceOr(kOwnLongLong), ReadField<long long>(ring));
     case kUInt8:
-        return Integer(pieceOr("%hu"), static_cast<int>(ReadField<unsigned char>(ring)));
+        return Integer(pieceOr(kOwnUnsignedShort), static_cast<int>(ReadField<unsigned char>(ring)));
     case kUInt16:
-        return Integer(pieceOr("%hu"), static_cast<int>(ReadField<unsigned short>(ring)));
+        return Integer(pieceOr(kOwnUnsignedShort), static_cast<int>(ReadField<unsigned short>(ring)));
     case kUInt32:
-        return Integer(pieceOr("%u"), ReadField<unsigned int>(ring));
+        return Integer(pieceOr(kOwnUnsigned), ReadField<unsigned int>(ring));
     case kUInt64:
-        return Integer(pieceOr("%llu"), ReadField<unsigned long long>(ring));
+        return Integer(pieceOr(kOwnUnsignedLongLong), ReadField<unsigned long long>(ring));
     case kFloat:
-        return Formatted(pieceOr("%f"), static_cast<double>(ReadField<float>(ring)));
+        return Formatted(pieceOr(kOwnFloat), static_cast<double>(ReadField<float>(ring)));
     case kDouble:
-        return Formatted(pieceOr("%g"), ReadField<double>(ring));
+        return Formatted(pieceOr(kOwnDouble), ReadField<double>(ring));
     case kLong:
-        return Integer(pieceOr("%d"), ReadField<long>(ring));
+        return Integer(pieceOr(kOwnInt), ReadField<long>(ring));
     case kPointer:
-        return Integer(pieceOr("0x%x", 2), ReadField<std::uintptr_t>(ring));
+        return Integer(pieceOr(kOwnPointer), ReadField<std::uintptr_t>(ring));
     case kString:
-        return String(ring, pieceOr("%s"));
+        return String(ring, pieceOr(kOwnString));
     case kWString:
         readText(ring, gWCharBuffer);
-        return Formatted(pieceOr("%S"), wideText());
+        return Formatted(pieceOr(kOwnWideString), wideText());
     case kUTF16String:
         readUTF16AsWide(ring);
-        return Formatted(pieceOr("%S"), wideText());
+        return Formatted(pieceOr(kOwnWideString), wideText());
     default:
         return PieceRenderer(mText, true, mShortcuts).Literal(kBadArgText);
     }
@@ -187,7 +195,7 @@ void PieceRenderer::Value(RingCursor& ring, const Piece& piece)
 void renderLeftover(PieceRenderer& renderer, const Piece& rest)
 {
     const std::size_t length = lengthUpToZero(rest.text, rest.length);
-    if (std::memchr(rest.text, '%', length) == nullptr) {
+    if (lengthUpTo(rest.text, length, '%') == length) {
         return renderer.Literal(rest.text, length);
     }
     std::string defused(rest.text, length);
@@ -239,25 +247,23 @@ void appendMessage(TextBuffer& text, bool render, RingCursor& ring,
     }
 
     FormatPieces pieces(format.text, format.length);
+    Piece piece;
     bool exhausted = false;
     for (int i = 0; i < count; ++i) {
-        Piece piece;
-        if (!exhausted) {
-            piece = pieces.Next();
-            if (piece.IsEmpty()) {
-                const Piece rest = pieces.Rest();
-                renderer.Literal(rest.text, rest.length);
-                renderer.Literal(" (");
-                exhausted = true;
-            }
+        if (!exhausted && !pieces.Next(piece)) {
+            pieces.Rest(piece);
+            renderer.Literal(piece.text, piece.length);
+            renderer.Literal(" (");
+            exhausted = true;
         }
-        renderer.Value(ring, piece);
+        renderer.Value(ring, exhausted ? nullptr : &piece);
         if (exhausted && i < count - 1) {
             renderer.Literal(", ");
         }
     }
     if (!pieces.AtEnd()) {
-        renderLeftover(renderer, pieces.Rest());
+        pieces.Rest(piece);
+        renderLeftover(renderer, piece);
     }
     if (exhausted) {
         renderer.Literal(") ");
