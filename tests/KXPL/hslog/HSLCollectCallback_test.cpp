@@ -273,3 +273,43 @@ TEST(CollectCallback, LogCallsDoNotWaitForThePass)
     ASSERT_EQ(pass.lines.size(), 2u);
     EXPECT_EQ(messageOf(pass.lines[1]), "meanwhile");
 }
+
+TEST(CollectCallback, NameGivenByAPlainCallbackShowsInTheNextLine)
+{
+    ManualPass pass;
+    HSL::CLogContext& context = pass.Context("before");
+    numbered(1).PublishIn(context);
+    numbered(2).PublishIn(context);
+    pass.inCallback = [&context] { context.SetName("a name longer than before"); };
+    pass.Manager().Collect();
+    ASSERT_EQ(pass.lines.size(), 2u);
+    EXPECT_NE(pass.lines[0].find("[before            ]"), std::string::npos) << pass.lines[0];
+    EXPECT_NE(pass.lines[1].find("[a name longer than before]"), std::string::npos) << pass.lines[1];
+}
+
+namespace {
+
+HSL::CLogContext* gRenamed = nullptr;
+std::vector<std::string> gNamesAfterRenaming;
+
+void renameAndLookAgain(const char*, const std::string& name, unsigned char, unsigned char, unsigned char*,
+                        unsigned int, unsigned int)
+{
+    gRenamed->SetName((name + ", renamed").c_str());
+    gNamesAfterRenaming.push_back(name);
+}
+
+} // namespace
+
+TEST(CollectCallback, NameThatAStructuredOneWasGivenOutlivesItsChange)
+{
+    ManualPass pass;
+    HSL::CLogContext& context = pass.Context("context");
+    numbered(1).PublishIn(context);
+    numbered(2).PublishIn(context);
+    gRenamed = &context;
+    gNamesAfterRenaming.clear();
+    pass.Manager().SetStructuredOutputCallback(renameAndLookAgain);
+    pass.Manager().Collect();
+    EXPECT_EQ(gNamesAfterRenaming, (std::vector<std::string> { "context", "context, renamed" }));
+}

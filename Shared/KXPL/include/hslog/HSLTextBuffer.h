@@ -8,9 +8,15 @@
 
 namespace HSL {
 
-// Keeps its memory when it is cleared. Running out of memory raises the standard allocation failure.
+// Allocates only for a text longer than any usual line, and keeps that memory when it is cleared. Running out
+// of memory raises the standard allocation failure.
 class TextBuffer {
 public:
+    TextBuffer() = default;
+
+    TextBuffer(const TextBuffer&) = delete;
+    TextBuffer& operator=(const TextBuffer&) = delete;
+
     void Clear() { mSize = 0; }
 
     std::size_t Size() const { return mSize; }
@@ -19,10 +25,10 @@ public:
     // have been added. Valid until the next call.
     char* Room(std::size_t size)
     {
-        if (size >= mBytes.size() - mSize) {
+        if (size >= mCapacity - mSize) {
             Grow(size);
         }
-        return mBytes.data() + mSize;
+        return mBytes + mSize;
     }
 
     // Makes the first `size` bytes of the room part of the text.
@@ -38,21 +44,19 @@ public:
     const char* CStr()
     {
         *Room(0) = 0;
-        return mBytes.data();
+        return mBytes;
     }
 
 private:
-    static constexpr std::size_t kFirstSize = 4096;
+    static constexpr std::size_t kUsualSize = 1024;
 
-    void Grow(std::size_t size)
-    {
-        const std::size_t doubled = mBytes.empty() ? kFirstSize : 2 * mBytes.size();
-        const std::size_t needed = mSize + size + 1;
-        mBytes.resize(doubled > needed ? doubled : needed);
-    }
+    void Grow(std::size_t size);
 
-    std::vector<char> mBytes;
-    std::size_t mSize = 0; // always less than mBytes.size(), unless that is 0
+    char mUsual[kUsualSize];
+    std::vector<char> mLong;
+    char* mBytes = mUsual; // or the other one's
+    std::size_t mCapacity = kUsualSize;
+    std::size_t mSize = 0; // always less than the capacity
 };
 
 } // namespace HSL
