@@ -60,6 +60,18 @@ public:
         return run;
     }
 
+    // Takes as many bytes as the buffer has, as Read does, and returns where they lie: in the ring itself, untouched
+    // until Publish, or in the buffer.
+    template <std::size_t Size> const unsigned char* Take(unsigned char (&buffer)[Size])
+    {
+        if (Size <= Known()) {
+            mNext += Size;
+            return mNext - Size;
+        }
+        ReadInPieces(buffer, Size);
+        return buffer;
+    }
+
     // Hands what was taken back to the writer.
     void Publish();
 

@@ -151,6 +151,20 @@ TEST(RingCursor, BytesThatAreMissingAreNotTakenInPlace)
     EXPECT_EQ(take(cursor, 3), "abc");
 }
 
+TEST(RingCursor, BytesAreTakenInPlaceOrIntoTheBuffer)
+{
+    Ring ring(1, 8);
+    fillAcrossTheEnd(ring);
+    RingCursor cursor(ring.control());
+    unsigned char two[2];
+    unsigned char three[3];
+    EXPECT_EQ(textAt(cursor.Take(two), 2), "AB");
+    EXPECT_EQ(textAt(cursor.Take(two), 2), "CD");
+    EXPECT_EQ(textAt(cursor.Take(three), 3), std::string("EF\0", 3));
+    cursor.Publish();
+    EXPECT_EQ(ring.used(), 0u);
+}
+
 TEST(RingCursor, NothingCanAlwaysBeTakenInPlaceFromARing)
 {
     Ring ring(1, 8);

@@ -81,8 +81,15 @@ TEST_F(LineHeaderZones, DeltaOfAnyValue)
 TEST_F(LineHeaderZones, NamesOfAnyLength)
 {
     for (std::size_t length : { 0, 1, 7, 8, 15, 16, 17, 18, 19, 33, 127, 128, 65000, 65407, 65408, 65495, 65536, 70000 }) {
-        expectSameWithoutShortcuts({ 1, 0, 0, 0.0, std::string(length, 'n').c_str() });
+        expectSameWithoutShortcuts({ 1, 0, 0, 0.0, std::string(length, 'n') });
     }
+}
+
+TEST_F(LineHeaderZones, NameEndsAtItsFirstZeroByte)
+{
+    EXPECT_EQ(textOf({ 1, 0, 0, 0.0, std::string("ab\0cd", 5) }),
+              "     1  00:00:00.000000  (00.000000) :  [ab                ]\t");
+    expectSameWithoutShortcuts({ 1, 0, 0, 0.0, std::string("a longer name\0 than that", 24) });
 }
 
 TEST_F(LineHeaderZones, TimeThatCannotBeBrokenDownShowsAsZeros)
@@ -115,7 +122,7 @@ TEST_F(LineHeaderZones, RandomHeadersAreAsFormatted)
         const unsigned int microseconds = random() % 100 == 0 ? any : any % 1000000;
         const std::string name(random() % 30, static_cast<char>('a' + random() % 26));
         const double shown = random() % 4 == 0 ? delta(random) / 1e6 : delta(random);
-        expectSameWithoutShortcuts({ sequence, seconds, microseconds, shown, name.c_str() });
+        expectSameWithoutShortcuts({ sequence, seconds, microseconds, shown, name });
     }
 }
 

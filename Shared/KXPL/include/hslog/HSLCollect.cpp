@@ -10,7 +10,6 @@
 #include "HSLTextBuffer.h"
 
 #include <cstddef>
-#include <cstring>
 
 namespace HSL {
 namespace {
@@ -40,11 +39,8 @@ double sLastTime = 0.0; // the same with its microseconds, in seconds
 
 int getNextSequenceNum(RingCursor& ring)
 {
-    unsigned char fields[5]; // marker and number
-    ring.Read(fields, sizeof fields);
-    int number;
-    std::memcpy(&number, fields + 1, sizeof number);
-    return number;
+    unsigned char room[5]; // a marker and the number
+    return fieldAt<int>(ring.Take(room), 1);
 }
 
 cb_control* controlOf(const CCircularBuffer* buffer)
@@ -84,12 +80,10 @@ void appendIndentation(TextBuffer& line, unsigned char depth)
 void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& ring, int seqNum,
                   Workspace& workspace)
 {
-    unsigned char fields[10];
-    ring.Read(fields, sizeof fields);
-    unsigned int seconds;
-    unsigned int microseconds;
-    std::memcpy(&seconds, fields, sizeof seconds);
-    std::memcpy(&microseconds, fields + 4, sizeof microseconds);
+    unsigned char room[10];
+    const unsigned char* fields = ring.Take(room);
+    const unsigned int seconds = fieldAt<unsigned int>(fields, 0);
+    const unsigned int microseconds = fieldAt<unsigned int>(fields, 4);
     const unsigned char depth = fields[8];
     const unsigned char claimed = fields[9];
     unsigned char categories[CCat::kMaxCodes] = {};
@@ -116,7 +110,7 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
         return;
     }
     if (pass) {
-        appendLineHeader(text, { seqNum, seconds, microseconds, delta, context.mName.c_str() },
+        appendLineHeader(text, { seqNum, seconds, microseconds, delta, context.mName },
                          workspace.clock);
         appendIndentation(text, depth);
     }

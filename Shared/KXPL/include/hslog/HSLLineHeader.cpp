@@ -105,7 +105,8 @@ void appendLineHeader(TextBuffer& line, const LineHeader& header, ClockCache& cl
     const int whole = truncated(header.delta);
     const int fraction = truncated((header.delta - whole) * kMicrosecondsPerSecond);
     const char* time = clock.Text(header.seconds);
-    const std::size_t nameLength = std::strlen(header.contextName);
+    const std::string& name = header.contextName;
+    const std::size_t nameLength = KXPL::lengthUpToZero(name.data(), name.size());
     const bool isUsual = gShortcuts && time != nullptr && hasSixDigits(header.microseconds)
         && hasTwoDigits(whole) && fraction >= 0 && hasSixDigits(static_cast<unsigned int>(fraction))
         && nameLength <= kLongestPiece - kLongestFixedPart;
@@ -113,7 +114,7 @@ void appendLineHeader(TextBuffer& line, const LineHeader& header, ClockCache& cl
         const KxTimeOfDay& timeOfDay = clock.TimeOfDay(header.seconds);
         return appendFormatted(line, "%6d  %02d:%02d:%02d.%06d  (%02d.%06d) :  [%-18s]\t", header.sequence,
                                timeOfDay.mHour, timeOfDay.mMinute, timeOfDay.mSecond,
-                               static_cast<int>(header.microseconds), whole, fraction, header.contextName);
+                               static_cast<int>(header.microseconds), whole, fraction, name.c_str());
     }
     char* const begin = line.Room(kLongestFixedPart + nameLength);
     char* to = putSequence(begin, header.sequence);
@@ -127,7 +128,7 @@ void appendLineHeader(TextBuffer& line, const LineHeader& header, ClockCache& cl
     *to++ = '.';
     to = putSixDigits(to, static_cast<unsigned int>(fraction));
     to = put(to, ") :  [");
-    to = putName(to, header.contextName, nameLength);
+    to = putName(to, name.data(), nameLength);
     to = put(to, "]\t");
     line.Add(static_cast<std::size_t>(to - begin));
 }

@@ -7,6 +7,7 @@
 #include "../KxTime.h"
 
 #include <cstddef>
+#include <string>
 
 namespace HSL {
 
@@ -41,7 +42,7 @@ struct LineHeader {
     unsigned int seconds;
     unsigned int microseconds;
     double delta; // in seconds
-    const char* contextName;
+    const std::string& contextName; // shown up to its first zero byte
 };
 
 // Appends everything from the sequence number to the tab, cut at 65,535 characters.

@@ -4,6 +4,9 @@
 
 #include "../../CircularBufferCursor.h"
 
+#include <cstddef>
+#include <cstring>
+
 namespace HSL {
 
 using KXPL::RingCursor;
@@ -13,6 +16,14 @@ template <typename T> inline T ReadField(RingCursor& ring)
 {
     T field;
     ring.Read(&field, sizeof field);
+    return field;
+}
+
+// A field at an offset of bytes that were taken.
+template <typename T> inline T fieldAt(const unsigned char* bytes, std::size_t offset)
+{
+    T field;
+    std::memcpy(&field, bytes + offset, sizeof field);
     return field;
 }
 
