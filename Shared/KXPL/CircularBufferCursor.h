@@ -60,8 +60,8 @@ public:
         return run;
     }
 
-    // Takes as many bytes as the buffer has, as Read does, and returns where they lie: in the ring itself, untouched
-    // until Publish, or in the buffer.
+    // Takes as many bytes as the buffer has, as Read does, and returns where they lie: in the ring itself,
+    // untouched until Publish, or in the buffer.
     template <std::size_t Size> const unsigned char* Take(unsigned char (&buffer)[Size])
     {
         if (Size <= Known()) {
@@ -105,7 +105,7 @@ private:
     void ReadInPieces(void* destination, std::size_t size);
 
     cb_control* mControl = nullptr;
-    const unsigned char* mNext = nullptr;      // the next byte to take; one past the last slot counts as the first
+    const unsigned char* mNext = nullptr; // the next byte to take; one past the last slot counts as the first
     const unsigned char* mKnownEnd = nullptr;  // of the bytes that lie there in one piece and are known of
     const unsigned char* mPublished = nullptr; // where the ring believes the reader to be
     std::size_t mPublishStep = 0;

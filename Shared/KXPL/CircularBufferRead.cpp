@@ -69,8 +69,8 @@ unsigned int cb_read_ex(cb_control* control, unsigned int index, void* destinati
     }
     unsigned char* to = static_cast<unsigned char*>(destination);
     int copied = 0;
-    // Whoever looks at the writer's position only where one piece ends sees the same elements as who looks at it
-    // before each: those of a piece were there already.
+    // Whoever looks at the writer's position only where one piece ends sees the same elements as who looks at
+    // it before each: those of a piece were there already.
     while (copied < *count && position != writeOffset) {
         unsigned int elements = 1;
         if (position < control->start_offset) {

@@ -146,7 +146,8 @@ TEST(CollectPublication, HiddenRecordIsHandedBackAsWell)
 TEST(CollectPublication, ContextWithoutARingOutputsAnEmptyRecord)
 {
     ManualPass pass;
-    HSL::CLogContext broken("broken", 65536, [](int) -> void* { return nullptr; }, HSL::CLogContext::FreeFunc);
+    HSL::CLogContext broken(
+        "broken", 65536, [](int) -> void* { return nullptr; }, HSL::CLogContext::FreeFunc);
     pass.Manager().OutputNextMessage(&broken, 1);
     EXPECT_TRUE(pass.lines.empty());
 }

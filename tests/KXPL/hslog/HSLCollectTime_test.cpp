@@ -71,7 +71,8 @@ bool isLocalTime(const char* text, unsigned int seconds)
     const int fields[] = { local.tm_hour, local.tm_min, local.tm_sec };
     for (int i = 0; i < 3; ++i) {
         const char* field = text + 3 * i;
-        if (field[0] != '0' + fields[i] / 10 || field[1] != '0' + fields[i] % 10 || (i < 2 && field[2] != ':')) {
+        if (field[0] != '0' + fields[i] / 10 || field[1] != '0' + fields[i] % 10
+            || (i < 2 && field[2] != ':')) {
             return false;
         }
     }

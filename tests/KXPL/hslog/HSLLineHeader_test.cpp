@@ -58,7 +58,8 @@ TEST_F(LineHeaderZones, UsualOneIsWrittenWithoutTheFormatter)
 
 TEST_F(LineHeaderZones, SequenceOfEveryWidth)
 {
-    for (int sequence : { 0, 1, 9, 10, 99999, 100000, 999999, 1000000, INT_MAX, -1, -9999, -99999, -100000, INT_MIN }) {
+    for (int sequence :
+         { 0, 1, 9, 10, 99999, 100000, 999999, 1000000, INT_MAX, -1, -9999, -99999, -100000, INT_MIN }) {
         expectSameWithoutShortcuts({ sequence, 0, 0, 0.0, "Main" });
     }
 }
@@ -72,15 +73,16 @@ TEST_F(LineHeaderZones, MicrosecondsOfAnyValue)
 
 TEST_F(LineHeaderZones, DeltaOfAnyValue)
 {
-    for (double delta : { 0.0, 1e-6, 0.999999, 0.9999999, 1.0, 9.5, 99.999999, 100.0, 12345.678901, 4294967296.0, 1e18,
-                          -1e-7, -1e-6, -0.5, -1.0, -1.25, -99.5, -4294967296.0 }) {
+    for (double delta : { 0.0, 1e-6, 0.999999, 0.9999999, 1.0, 9.5, 99.999999, 100.0, 12345.678901,
+                          4294967296.0, 1e18, -1e-7, -1e-6, -0.5, -1.0, -1.25, -99.5, -4294967296.0 }) {
         expectSameWithoutShortcuts({ 1, 0, 0, delta, "Main" });
     }
 }
 
 TEST_F(LineHeaderZones, NamesOfAnyLength)
 {
-    for (std::size_t length : { 0, 1, 7, 8, 15, 16, 17, 18, 19, 33, 127, 128, 65000, 65407, 65408, 65495, 65536, 70000 }) {
+    for (std::size_t length : { 0u, 1u, 7u, 8u, 15u, 16u, 17u, 18u, 19u, 33u, 127u, 128u, 65000u, 65407u,
+                                65408u, 65495u, 65536u, 70000u }) {
         expectSameWithoutShortcuts({ 1, 0, 0, 0.0, std::string(length, 'n') });
     }
 }
@@ -96,7 +98,8 @@ TEST_F(LineHeaderZones, TimeThatCannotBeBrokenDownShowsAsZeros)
 {
     Interposed hooks;
     hooks.localtimeHook = [](const std::time_t*) { return static_cast<std::tm*>(nullptr); };
-    EXPECT_EQ(textOf({ 1, 50587, 0, 0.0, "Main" }), "     1  00:00:00.000000  (00.000000) :  [Main              ]\t");
+    EXPECT_EQ(textOf({ 1, 50587, 0, 0.0, "Main" }),
+              "     1  00:00:00.000000  (00.000000) :  [Main              ]\t");
 }
 
 TEST_F(LineHeaderZones, FieldsThatAreNoTimeOfDayShowAsTheyAre)

@@ -80,9 +80,9 @@ TEST(Shortcuts, ConversionWiderThanItsValueIsRefused)
 TEST(Shortcuts, AnythingElseIsRefusedForAnInteger)
 {
     for (const char* format :
-         { "%5d", "%-d", "%05d", "%.3d", "%+d", "% d", "%#x", "%'d", "%*d", "%1$d", "%zd", "%jd", "%td", "%qd", "%Ld",
-           "%hhhd", "%lhd", "%hld", "%llld", "%lc", "%hc", "%C", "%s", "%S", "%p", "%n", "%e", "%E", "%f", "%g", "%G",
-           "%5%d" }) {
+         { "%5d", "%-d", "%05d", "%.3d", "%+d",   "% d",  "%#x",  "%'d",   "%*d", "%1$d", "%zd",
+           "%jd", "%td", "%qd",  "%Ld",  "%hhhd", "%lhd", "%hld", "%llld", "%lc", "%hc",  "%C",
+           "%s",  "%S",  "%p",   "%n",   "%e",    "%E",   "%f",   "%g",    "%G",  "%5%d" }) {
         EXPECT_EQ(integerText(format, 5, 8), "refused") << format;
     }
 }
@@ -96,7 +96,8 @@ TEST(Shortcuts, StringUnderItsConversion)
 
 TEST(Shortcuts, AnythingElseIsRefusedForAString)
 {
-    for (const char* format : { "%5s", "%-5s", "%.2s", "%ls", "%hs", "%S", "%d", "%c", "%p", "%x", "%n", "%lld" }) {
+    for (const char* format :
+         { "%5s", "%-5s", "%.2s", "%ls", "%hs", "%S", "%d", "%c", "%p", "%x", "%n", "%lld" }) {
         EXPECT_EQ(stringText(format, "text"), "refused") << format;
     }
 }
@@ -190,7 +191,9 @@ Value randomValue(Random& random)
     case 15:
         return integerValue(record.Pointer(static_cast<std::uintptr_t>(bits)), kLong);
     case 16:
-        return { record.WString(std::wstring(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(text.size() / 2))), 0, "S" };
+        return { record.WString(
+                     std::wstring(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(text.size() / 2))),
+                 0, "S" };
     case 17:
         return { record.UTF16String(std::u16string(text.begin(), text.end())), 0, "S" };
     default:
@@ -302,7 +305,8 @@ TEST(ShortcutsModel, RandomMessagesAreTheSameWithAndWithout)
         std::string quick;
         {
             Interposed hooks;
-            hooks.vsnprintfHook = [&formatted](char* output, std::size_t size, const char* format, va_list values) {
+            hooks.vsnprintfHook = [&formatted](char* output, std::size_t size, const char* format,
+                                               va_list values) {
                 ++formatted;
                 return __real_vsnprintf(output, size, format, values);
             };

@@ -55,7 +55,11 @@ CLogContext* contextOf(const std::vector<CLogContext*>& contexts, const CContext
         return nullptr;
     }
     CLogContext* context = contexts[info.mIndex];
-    return context != nullptr && context->mBuffer == info.mBuffer ? context : nullptr;
+    if (context == nullptr || context->mBuffer != info.mBuffer) {
+        return nullptr;
+    }
+    const cb_control* known = info.mRing.Control();
+    return known == nullptr || known == controlOf(info.mBuffer) ? context : nullptr;
 }
 
 // The seconds since the previous record, of which this one takes the place.
@@ -110,8 +114,7 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
         return;
     }
     if (pass) {
-        appendLineHeader(text, { seqNum, seconds, microseconds, delta, context.mName },
-                         workspace.clock);
+        appendLineHeader(text, { seqNum, seconds, microseconds, delta, context.mName }, workspace.clock);
         appendIndentation(text, depth);
     }
     appendMessage(text, pass, ring, manager.mFormatStrings);

@@ -37,8 +37,7 @@ bool endsConversion(char letter)
 // The write to a volatile keeps the compiler from removing the loop.
 [[noreturn]] void searchForEver()
 {
-    for (volatile unsigned int searches = 0;; searches = searches + 1) {
-    }
+    for (volatile unsigned int searches = 0;; searches = searches + 1) { }
 }
 
 } // namespace

@@ -41,7 +41,7 @@ struct LineHeader {
     int sequence;
     unsigned int seconds;
     unsigned int microseconds;
-    double delta; // in seconds
+    double delta;                   // in seconds
     const std::string& contextName; // shown up to its first zero byte
 };
 

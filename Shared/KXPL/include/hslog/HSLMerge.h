@@ -41,10 +41,7 @@ public:
     void RemoveFirst() { RemoveAt(0); }
 
     // The first one takes part with another number from now on, as if removed and inserted again.
-    void ReplaceFirst(int number)
-    {
-        SiftDown(0, NextKey(number), mHeap[0].item);
-    }
+    void ReplaceFirst(int number) { SiftDown(0, NextKey(number), mHeap[0].item); }
 
 private:
     // The number, made unsigned without changing the order, and below it the order of insertion. That order

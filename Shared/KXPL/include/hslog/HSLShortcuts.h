@@ -17,9 +17,8 @@ namespace HSL {
 //
 //   value                     conversions
 //   an int (size 4)           d i u x X o, all with h or hh as well; c
-//   64 bits (size 8)          the same, which show the low 32 bits, and with ll; with l where a long has 64 bits
-//   a long (size of a long)   those of an int, and with l; with ll where a long has 64 bits
-//   a string                  s
+//   64 bits (size 8)          the same, which show the low 32 bits, and with ll; with l where a long has 64
+//   bits a long (size of a long)   those of an int, and with l; with ll where a long has 64 bits a string s
 //
 // A conversion wider than its value reads something that nobody passed, so it is left to the C library, and so
 // is one that takes an integer for an address or a number for text.
