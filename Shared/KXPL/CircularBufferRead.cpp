@@ -3,6 +3,7 @@
 
 #include "CircularBufferPositions.h"
 #include "KxAtomic.h"
+#include "KxShortBytes.h"
 
 #include <cstdint>
 
@@ -29,21 +30,23 @@ bool findReadStart(const cb_control* control, unsigned int index, unsigned int r
     return true;
 }
 
-// Copies one slot. Bytes of the control block are loaded one by one as atomics, because a reflected start
-// makes them part of the "data" while a writer may be storing its position there.
-void copySlot(cb_control* control, unsigned int offset, unsigned char* to)
+// Copies one slot in front of the ring's first. Its bytes, parts of the control block, are loaded one by one as
+// atomics, because a reflected start makes them part of the "data" while a writer may be storing its position
+// there.
+void copyHeaderSlot(cb_control* control, unsigned int offset, unsigned char* to)
 {
     const unsigned char* from = slotAt(control, offset);
-    const unsigned int elemSize = control->elem_size;
-    if (offset >= control->start_offset) {
-        for (unsigned int i = 0; i < elemSize; ++i) {
-            to[i] = from[i];
-        }
-        return;
-    }
-    for (unsigned int i = 0; i < elemSize; ++i) {
+    for (unsigned int i = 0; i < control->elem_size; ++i) {
         to[i] = KxLoadRelaxed(from[i]);
     }
+}
+
+// How many elements lie in one piece from the position to the writer's, or to the end of the ring.
+unsigned int elementsInOnePiece(const cb_control* control, unsigned int position, unsigned int writeOffset)
+{
+    const unsigned int elemSize = control->elem_size;
+    const unsigned int end = writeOffset > position ? writeOffset : control->end_offset + elemSize;
+    return elemSize == 1 ? end - position : (end - position) / elemSize;
 }
 
 } // namespace
@@ -66,15 +69,28 @@ unsigned int cb_read_ex(cb_control* control, unsigned int index, void* destinati
     }
     unsigned char* to = static_cast<unsigned char*>(destination);
     int copied = 0;
+    // Whoever looks at the writer's position only where one piece ends sees the same elements as who looks at
+    // it before each: those of a piece were there already.
     while (copied < *count && position != writeOffset) {
-        copySlot(control, position, to);
-        to += control->elem_size;
-        position += control->elem_size;
+        unsigned int elements = 1;
+        if (position < control->start_offset) {
+            copyHeaderSlot(control, position, to);
+        } else {
+            const unsigned int wanted = static_cast<unsigned int>(*count - copied);
+            const unsigned int inOnePiece = elementsInOnePiece(control, position, writeOffset);
+            elements = wanted < inOnePiece ? wanted : inOnePiece;
+            copyShort(to, slotAt(control, position), elements * control->elem_size);
+        }
+        const unsigned int bytes = elements * control->elem_size;
+        to += bytes;
+        position += bytes;
         if (position > control->end_offset) {
             position = control->start_offset;
         }
-        ++copied;
-        writeOffset = writerPosition(control);
+        copied += static_cast<int>(elements);
+        if (copied < *count) {
+            writeOffset = writerPosition(control);
+        }
     }
     if ((options & CB_READ_CONSUME) != 0) {
         // Hands the slots that were copied or skipped back to the writer. Partner: readerPosition.

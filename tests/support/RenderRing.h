@@ -4,6 +4,7 @@
 
 #include "HandMadeRecord.h"
 #include "Interpose.h"
+#include "WithoutShortcuts.h"
 
 #include <string>
 #include <vector>
@@ -38,11 +39,13 @@ inline HandMadeRecord inlineRecord(const std::string& format, int count)
     return HandMadeRecord().Inline(format).Count(count);
 }
 
-// The formats handed to the C library's formatter while a record is rendered; nothing is really formatted.
+// The formats of a record's pieces, as the C library's formatter gets them when none is rendered without it.
+// Nothing is really formatted.
 inline std::vector<std::string> formatsUsedFor(RenderRing& ring, const HandMadeRecord& record,
                                                bool render = true)
 {
     std::vector<std::string> formats;
+    const WithoutShortcuts everyPiece;
     Interposed hooks;
     hooks.vsnprintfHook = [&formats](char* output, std::size_t size, const char* format, va_list) {
         formats.push_back(format);

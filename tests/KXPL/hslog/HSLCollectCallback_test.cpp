@@ -3,6 +3,7 @@
 
 #include "Interpose.h"
 #include "ManualPass.h"
+#include "WithoutShortcuts.h"
 
 #include <gtest/gtest.h>
 
@@ -130,6 +131,7 @@ TEST(CollectCallback, NoHeaderIsBuiltForTheStructuredOne)
     ManualPass pass;
     switchToStructured(pass);
     numbered(1).PublishIn(pass.Context("Main"));
+    const WithoutShortcuts everyPiece;
     Interposed hooks;
     std::vector<std::string> formats;
     hooks.vsnprintfHook = [&formats](char* output, std::size_t size, const char* format, va_list values) {
@@ -146,6 +148,7 @@ TEST(CollectCallback, NothingIsFormattedForAHiddenRecord)
     ManualPass pass;
     numbered(1).PublishIn(pass.Context("Main"));
     pass.Manager().SetFilterValue(3, false);
+    const WithoutShortcuts everyPiece;
     Interposed hooks;
     int formatted = 0;
     hooks.vsnprintfHook = [&formatted](char*, std::size_t, const char*, va_list) {
@@ -269,4 +272,44 @@ TEST(CollectCallback, LogCallsDoNotWaitForThePass)
     pass.Manager().Collect();
     ASSERT_EQ(pass.lines.size(), 2u);
     EXPECT_EQ(messageOf(pass.lines[1]), "meanwhile");
+}
+
+TEST(CollectCallback, NameGivenByAPlainCallbackShowsInTheNextLine)
+{
+    ManualPass pass;
+    HSL::CLogContext& context = pass.Context("before");
+    numbered(1).PublishIn(context);
+    numbered(2).PublishIn(context);
+    pass.inCallback = [&context] { context.SetName("a name longer than before"); };
+    pass.Manager().Collect();
+    ASSERT_EQ(pass.lines.size(), 2u);
+    EXPECT_NE(pass.lines[0].find("[before            ]"), std::string::npos) << pass.lines[0];
+    EXPECT_NE(pass.lines[1].find("[a name longer than before]"), std::string::npos) << pass.lines[1];
+}
+
+namespace {
+
+HSL::CLogContext* gRenamed = nullptr;
+std::vector<std::string> gNamesAfterRenaming;
+
+void renameAndLookAgain(const char*, const std::string& name, unsigned char, unsigned char, unsigned char*,
+                        unsigned int, unsigned int)
+{
+    gRenamed->SetName((name + ", renamed").c_str());
+    gNamesAfterRenaming.push_back(name);
+}
+
+} // namespace
+
+TEST(CollectCallback, NameThatAStructuredOneWasGivenOutlivesItsChange)
+{
+    ManualPass pass;
+    HSL::CLogContext& context = pass.Context("context");
+    numbered(1).PublishIn(context);
+    numbered(2).PublishIn(context);
+    gRenamed = &context;
+    gNamesAfterRenaming.clear();
+    pass.Manager().SetStructuredOutputCallback(renameAndLookAgain);
+    pass.Manager().Collect();
+    EXPECT_EQ(gNamesAfterRenaming, (std::vector<std::string> { "context", "context, renamed" }));
 }

@@ -2,15 +2,14 @@
 #include "HSLLogManager.h"
 
 #include "HSLCat.h"
+#include "HSLLineHeader.h"
 #include "HSLLogContext.h"
-#include "HSLRecord.h"
-#include "HSLStringify.h"
+#include "HSLMerge.h"
+#include "HSLMessage.h"
+#include "HSLRecordReader.h"
+#include "HSLTextBuffer.h"
 
-#include "../KxTime.h"
-
-#include <climits>
 #include <cstddef>
-#include <set>
 
 namespace HSL {
 namespace {
@@ -19,25 +18,34 @@ constexpr double kMicrosecondsPerSecond = 1000000.0;
 
 // One registered context during one pass.
 struct CContextInfo {
-    int mSeqNum = 0;         // of the next unread record
     unsigned int mIndex = 0; // in the manager's list at the start of the pass
     int mSnapshot = 0;       // complete records when the pass began
     int mRemaining = 0;      // of those, not yet output
+    int mSeqNum = 0;         // of the next unread record
     CCircularBuffer* mBuffer = nullptr;
-
-    // Signed: past 2,147,483,647 the numbers turn negative and the newest records come first within a pass.
-    struct Less {
-        bool operator()(const CContextInfo* a, const CContextInfo* b) const { return a->mSeqNum < b->mSeqNum; }
-    };
+    RingCursor mRing;
 };
 
-// A set: of two entries with the same number only one is kept. Numbers are unique unless a ring was misread.
-using MergeSet = std::set<CContextInfo*, CContextInfo::Less>;
+// What a pass uses again for each record.
+struct Workspace {
+    TextBuffer text;
+    ClockCache clock;
+    std::string contextName; // the structured callback's copy
+};
 
-int getNextSequenceNum(CCircularBuffer* buffer)
+// The time of the record processed last, from any context and any manager of this module.
+unsigned int sLastSecs = 0;
+double sLastTime = 0.0; // the same with its microseconds, in seconds
+
+int getNextSequenceNum(RingCursor& ring)
 {
-    ReadField<unsigned char>(*buffer); // marker
-    return ReadField<int>(*buffer);
+    unsigned char room[5]; // a marker and the number
+    return fieldAt<int>(ring.Take(room), 1);
+}
+
+cb_control* controlOf(const CCircularBuffer* buffer)
+{
+    return buffer != nullptr ? buffer->mControl : nullptr;
 }
 
 // A callback that adds or removes contexts breaks its contract; the pass then must not follow stale entries.
@@ -47,28 +55,73 @@ CLogContext* contextOf(const std::vector<CLogContext*>& contexts, const CContext
         return nullptr;
     }
     CLogContext* context = contexts[info.mIndex];
-    return context != nullptr && context->mBuffer == info.mBuffer ? context : nullptr;
-}
-
-// Truncates toward zero; a value outside the range of int, from a misread record, goes to the nearest end.
-int truncated(double value)
-{
-    if (value <= INT_MIN) {
-        return INT_MIN;
+    if (context == nullptr || context->mBuffer != info.mBuffer) {
+        return nullptr;
     }
-    return value >= INT_MAX ? INT_MAX : static_cast<int>(value);
+    const cb_control* known = info.mRing.Control();
+    return known == nullptr || known == controlOf(info.mBuffer) ? context : nullptr;
 }
 
-std::string lineHeader(bool pass, int seqNum, unsigned int seconds, unsigned int microseconds, double delta,
-                       const std::string& contextName)
+// The seconds since the previous record, of which this one takes the place.
+double deltaTo(unsigned int seconds, unsigned int microseconds)
 {
-    KxTimeOfDay timeOfDay;
-    KxClockTime::GetTime(timeOfDay, seconds);
-    const int whole = truncated(delta);
-    const int fraction = truncated((delta - whole) * kMicrosecondsPerSecond);
-    return stringify(pass, "%6d  %02d:%02d:%02d.%06d  (%02d.%06d) :  [%-18s]\t", seqNum, timeOfDay.mHour,
-                     timeOfDay.mMinute, timeOfDay.mSecond, static_cast<int>(microseconds), whole, fraction,
-                     contextName.c_str());
+    const double time = seconds + microseconds / kMicrosecondsPerSecond;
+    const double delta = sLastSecs != 0 ? time - sLastTime : 0.0;
+    sLastSecs = seconds;
+    sLastTime = time;
+    return delta;
+}
+
+void appendIndentation(TextBuffer& line, unsigned char depth)
+{
+    for (; depth > 0; --depth) {
+        line.Append("|  ", 3);
+    }
+}
+
+// Outputs the record behind the sequence number. Everything that the callback could change is read anew for
+// each record.
+void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& ring, int seqNum,
+                  Workspace& workspace)
+{
+    unsigned char room[10];
+    const unsigned char* fields = ring.Take(room);
+    const unsigned int seconds = fieldAt<unsigned int>(fields, 0);
+    const unsigned int microseconds = fieldAt<unsigned int>(fields, 4);
+    const unsigned char depth = fields[8];
+    const unsigned char claimed = fields[9];
+    unsigned char categories[CCat::kMaxCodes] = {};
+    const unsigned char kept = claimed < CCat::kMaxCodes ? claimed : CCat::kMaxCodes;
+    ring.Read(categories, kept);
+    for (int skipped = kept; skipped < claimed; ++skipped) {
+        ReadField<unsigned char>(ring);
+    }
+    const bool pass = manager.PassesFilter(kept, categories);
+    const double delta = deltaTo(seconds, microseconds);
+
+    TextBuffer& text = workspace.text;
+    text.Clear();
+    if (manager.GetOutputCallbackType() == CLogManager::kStructuredCallback) {
+        appendMessage(text, pass, ring, manager.mFormatStrings);
+        if (pass) {
+            // A copy, because the callback may rename the context and still look at what it was given.
+            if (workspace.contextName != context.mName) {
+                workspace.contextName = context.mName;
+            }
+            manager.GetStructuredOutputCallback()(text.CStr(), workspace.contextName, depth, kept, categories,
+                                                  seconds, microseconds);
+        }
+        return;
+    }
+    if (pass) {
+        appendLineHeader(text, { seqNum, seconds, microseconds, delta, context.mName }, workspace.clock);
+        appendIndentation(text, depth);
+    }
+    appendMessage(text, pass, ring, manager.mFormatStrings);
+    if (pass) {
+        text.Append("\n", 1);
+        manager.GetOutputCallback()(text.CStr());
+    }
 }
 
 } // namespace
@@ -77,7 +130,7 @@ bool CLogManager::Collect()
 {
     const KxLockGuard guard(mLock);
     std::vector<CContextInfo> infos(mContexts.size());
-    MergeSet merge;
+    Merge<CContextInfo> merge;
     long long total = 0;
     for (std::size_t i = 0; i < infos.size(); ++i) {
         CContextInfo& info = infos[i];
@@ -91,30 +144,40 @@ bool CLogManager::Collect()
         info.mSnapshot = KxLoadAcquire(context->mRecordCount);
         info.mRemaining = info.mSnapshot;
         if (info.mSnapshot > 0) {
-            info.mSeqNum = getNextSequenceNum(info.mBuffer);
-            merge.insert(&info);
+            info.mRing = RingCursor(controlOf(info.mBuffer));
+            info.mSeqNum = getNextSequenceNum(info.mRing);
+            merge.Reserve(infos.size());
+            merge.Insert(info.mSeqNum, &info);
         }
         total += info.mSnapshot;
     }
 
-    for (long long output = 0; output < total && !merge.empty(); ++output) {
-        CContextInfo* next = *merge.begin();
-        merge.erase(merge.begin());
-        CLogContext* context = contextOf(mContexts, *next);
+    Workspace workspace;
+    for (long long output = 0; output < total && !merge.IsEmpty(); ++output) {
+        CContextInfo& next = *merge.First();
+        CLogContext* context = contextOf(mContexts, next);
         if (context == nullptr) {
+            merge.RemoveFirst();
             continue;
         }
-        OutputNextMessage(context, next->mSeqNum);
-        --next->mRemaining;
-        if (next->mRemaining > 0 && contextOf(mContexts, *next) == context) {
-            next->mSeqNum = getNextSequenceNum(next->mBuffer);
-            merge.insert(next);
+        outputRecord(*this, *context, next.mRing, next.mSeqNum, workspace);
+        --next.mRemaining;
+        if (contextOf(mContexts, next) != context) {
+            merge.RemoveFirst();
+        } else if (next.mRemaining > 0) {
+            next.mRing.PublishIfDue();
+            next.mSeqNum = getNextSequenceNum(next.mRing);
+            merge.ReplaceFirst(next.mSeqNum);
+        } else {
+            next.mRing.Publish();
+            merge.RemoveFirst();
         }
     }
 
-    for (const CContextInfo& info : infos) {
+    for (CContextInfo& info : infos) {
         CLogContext* context = contextOf(mContexts, info);
         if (context != nullptr && info.mSnapshot > 0) {
+            info.mRing.Publish();
             // Not zero: records completed during the pass stay for the next one.
             KxAtomicAdd32Barrier(-info.mSnapshot, &context->mRecordCount);
         }
@@ -124,49 +187,10 @@ bool CLogManager::Collect()
 
 void CLogManager::OutputNextMessage(CLogContext* context, int seqNum)
 {
-    // The time of the record processed last, from any context and any manager of this module.
-    static unsigned int sLastSecs = 0;
-    static unsigned int sLastMicros = 0;
-
-    const std::string contextName = context->mName;
-    CCircularBuffer& buffer = *context->mBuffer;
-    const unsigned int seconds = ReadField<unsigned int>(buffer);
-    const unsigned int microseconds = ReadField<unsigned int>(buffer);
-    const unsigned char depth = ReadField<unsigned char>(buffer);
-    const unsigned char claimed = ReadField<unsigned char>(buffer);
-    unsigned char categories[CCat::kMaxCodes] = {};
-    const unsigned char kept = claimed < CCat::kMaxCodes ? claimed : CCat::kMaxCodes;
-    ReadBytes(buffer, categories, kept);
-    for (int skipped = kept; skipped < claimed; ++skipped) {
-        ReadField<unsigned char>(buffer);
-    }
-    const bool pass = PassesFilter(kept, categories);
-
-    double delta = 0.0;
-    if (sLastSecs != 0) {
-        delta = (seconds + microseconds / kMicrosecondsPerSecond)
-            - (sLastSecs + sLastMicros / kMicrosecondsPerSecond);
-    }
-    sLastSecs = seconds;
-    sLastMicros = microseconds;
-
-    if (GetOutputCallbackType() == kStructuredCallback) {
-        const std::string text = StringifyFormatArgs(pass, buffer);
-        if (pass) {
-            GetStructuredOutputCallback()(text.c_str(), contextName, depth, kept, categories, seconds,
-                                          microseconds);
-        }
-        return;
-    }
-    std::string line = lineHeader(pass, seqNum, seconds, microseconds, delta, contextName);
-    for (unsigned char i = 0; i < depth; ++i) {
-        line += stringify(pass, "|  ");
-    }
-    line += StringifyFormatArgs(pass, buffer);
-    line += "\n";
-    if (pass) {
-        GetOutputCallback()(line.c_str());
-    }
+    RingCursor ring(controlOf(context->mBuffer));
+    Workspace workspace;
+    outputRecord(*this, *context, ring, seqNum, workspace);
+    ring.Publish();
 }
 
 } // namespace HSL

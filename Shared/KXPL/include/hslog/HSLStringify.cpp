@@ -2,24 +2,26 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 namespace HSL {
 namespace {
 
-char gOutputBuffer[65536];
+char gOutputBuffer[kLongestPiece + 1];
 
 } // namespace
 
-std::string stringify(bool enabled, const char* format, ...)
+bool gShortcuts = true;
+
+void appendFormatted(TextBuffer& text, const char* format, ...)
 {
-    if (!enabled) {
-        return std::string();
-    }
     va_list values;
     va_start(values, format);
     const int length = std::vsnprintf(gOutputBuffer, sizeof gOutputBuffer, format, values);
     va_end(values);
-    return length < 0 ? std::string() : std::string(gOutputBuffer);
+    if (length >= 0) {
+        text.Append(gOutputBuffer, std::strlen(gOutputBuffer));
+    }
 }
 
 } // namespace HSL

@@ -2,14 +2,23 @@
 #ifndef HSLOG_HSL_STRINGIFY_H
 #define HSLOG_HSL_STRINGIFY_H
 
-#include <string>
+#include "HSLTextBuffer.h"
+
+#include <cstddef>
 
 namespace HSL {
 
-// Without `enabled` an empty text. Otherwise what vsnprintf makes of the format and the values, up to its first
-// zero byte and at most 65,535 bytes; an empty text where vsnprintf fails. Only during a collection pass,
-// under the manager's lock: the buffer behind it is shared by the whole module.
-std::string stringify(bool enabled, const char* format, ...);
+// Pieces are cut at this length.
+constexpr std::size_t kLongestPiece = 65535;
+
+// Appends what vsnprintf makes of the format and the values, up to its first zero byte and at most 65,535
+// bytes; nothing where vsnprintf fails. Only during a collection pass, under the manager's lock: the buffer
+// behind it is shared by the whole module.
+void appendFormatted(TextBuffer& text, const char* format, ...);
+
+// Whether pieces that are simple enough are written without the C library. The texts are the same either way;
+// the tests, which compare the two, turn it off.
+extern bool gShortcuts;
 
 } // namespace HSL
 

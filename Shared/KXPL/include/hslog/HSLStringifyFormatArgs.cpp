@@ -1,24 +1,30 @@
 // The renderer: takes a record's format and values off the ring and makes the message's text.
-#include "HSLLogManager.h"
+#include "HSLMessage.h"
 
+#include "HSLFormatPieces.h"
 #include "HSLRecord.h"
+#include "HSLShortcuts.h"
 #include "HSLStringify.h"
 #include "HSLValue.h"
 
+#include "../../KxShortBytes.h"
 #include "../KxUnicode.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace HSL {
 namespace {
+
+using KXPL::lengthUpTo;
+using KXPL::lengthUpToZero;
 
 constexpr char kUninitializedIdText[] = "<UNINITIALIZED FORMAT STRING ID USED>";
 constexpr char kWideFormatText[] = "<WIDE FORMAT STRING NOT SUPPORTED>";
 constexpr char kBadFormatText[] = "<BAD FORMAT STRING>";
 constexpr char kBadArgText[] = "<BAD ARG> I'm horribly confused";
-constexpr char kConversionLetters[] = "cCdiouxXeEfgGnpsS";
 
 // Each holds the longest text that a 16-bit length can announce, and a terminator.
 constexpr std::size_t kUnits = 65536;
@@ -29,11 +35,43 @@ KXPL::UTF32 gWCharBuffer[kUnits];
 KXPL::UTF16 gTCharBuffer[kUnits];
 static_assert(sizeof(wchar_t) == sizeof(KXPL::UTF32), "wide strings are UTF-32");
 
-// Takes a 16-bit length and that many units, and terminates them. Returns the length.
-template <typename Unit> std::size_t readText(CCircularBuffer& buffer, Unit* text)
+// What a value without a conversion is rendered with. Those of kLong and kPointer show the low 32 bits only.
+constexpr Piece kOwnShort = { "%hd", 3, 0 };
+constexpr Piece kOwnInt = { "%d", 2, 0 };
+constexpr Piece kOwnLongLong = { "%lld", 4, 0 };
+constexpr Piece kOwnUnsignedShort = { "%hu", 3, 0 };
+constexpr Piece kOwnUnsigned = { "%u", 2, 0 };
+constexpr Piece kOwnUnsignedLongLong = { "%llu", 4, 0 };
+constexpr Piece kOwnFloat = { "%f", 2, 0 };
+constexpr Piece kOwnDouble = { "%g", 2, 0 };
+constexpr Piece kOwnPointer = { "0x%x", 4, 2 };
+constexpr Piece kOwnString = { "%s", 2, 0 };
+constexpr Piece kOwnWideString = { "%S", 2, 0 };
+
+// A text where it lies: in the ring, in one of the buffers above or in the table of formats. Not terminated.
+struct TextView {
+    const char* text;
+    std::size_t length;
+};
+
+// Takes a 16-bit length and that many bytes. Only where the ring does not hold them in one piece they are
+// copied to the buffer.
+TextView takeText(RingCursor& ring, char* buffer)
 {
-    const std::size_t length = ReadField<unsigned short>(buffer);
-    ReadBytes(buffer, text, length * sizeof(Unit));
+    const std::size_t length = ReadField<unsigned short>(ring);
+    const unsigned char* inRing = ring.TakeInPlace(length);
+    if (inRing != nullptr) {
+        return { reinterpret_cast<const char*>(inRing), length };
+    }
+    ring.Read(buffer, length);
+    return { buffer, length };
+}
+
+// Takes a 16-bit length and that many units, and terminates them. Returns the length.
+template <typename Unit> std::size_t readText(RingCursor& ring, Unit* text)
+{
+    const std::size_t length = ReadField<unsigned short>(ring);
+    ring.Read(text, length * sizeof(Unit));
     text[length] = 0;
     return length;
 }
@@ -43,9 +81,9 @@ const wchar_t* wideText()
     return reinterpret_cast<const wchar_t*>(gWCharBuffer);
 }
 
-void readUTF16AsWide(CCircularBuffer& buffer)
+void readUTF16AsWide(RingCursor& ring)
 {
-    const std::size_t length = readText(buffer, gTCharBuffer);
+    const std::size_t length = readText(ring, gTCharBuffer);
     const KXPL::UTF16* source = gTCharBuffer;
     KXPL::UTF32* target = gWCharBuffer;
     KXPL::ConvertUTF16toUTF32(&source, gTCharBuffer + length, &target, gWCharBuffer + kUnits - 1,
@@ -53,173 +91,192 @@ void readUTF16AsWide(CCircularBuffer& buffer)
     *target = 0;
 }
 
-// Cuts a format into pieces of one conversion each.
-class FormatPieces {
+// Renders the pieces of one message. Without `render` it appends nothing but the marker of an unknown tag.
+class PieceRenderer {
 public:
-    explicit FormatPieces(const std::string& format)
-        : mFormat(format)
+    PieceRenderer(TextBuffer& text, bool render, bool shortcuts)
+        : mText(text)
+        , mRender(render)
+        , mShortcuts(shortcuts)
     {
     }
 
-    // The text up to and including the next conversion; empty when there is none left.
-    //
-    // A conversion that looks escaped (a "%" behind a backslash, or a doubled one) sends the search back to
-    // where it began, so it never ends. The write to a volatile keeps the compiler from removing the loop.
-    std::string Next()
+    // A text without values, which is a format all the same.
+    void Literal(const char* text, std::size_t length)
     {
-        const std::size_t lastIndex = mFormat.size() - 1;
-        for (volatile unsigned int searches = 0;; searches = searches + 1) {
-            const std::size_t percent = mFormat.find('%', mPosition);
-            if (percent == std::string::npos) {
-                return std::string();
-            }
-            if (percent != 0 && mFormat[percent - 1] == '\\') {
-                continue;
-            }
-            if (percent < lastIndex && mFormat[percent + 1] == '%') {
-                continue;
-            }
-            const std::size_t letter = mFormat.find_first_of(kConversionLetters, percent);
-            if (letter == std::string::npos) {
-                return std::string();
-            }
-            return Take(letter + 1);
+        if (mRender && !(mShortcuts && appendLiteral(mText, text, length))) {
+            appendFormatted(mText, TerminatedText(text, length).Get());
         }
     }
 
-    // Everything not yet taken.
-    std::string Rest() { return Take(mFormat.size()); }
+    template <std::size_t Size> void Literal(const char (&text)[Size]) { Literal(text, Size - 1); }
 
-    bool AtEnd() const { return mPosition >= mFormat.size(); }
+    // Takes one value off the ring and renders it with the piece or, if that is null, its type's own.
+    void Value(RingCursor& ring, const Piece* piece);
 
 private:
-    std::string Take(std::size_t end)
+    template <typename Argument> void Integer(const Piece& piece, Argument value)
     {
-        const std::string taken = mFormat.substr(mPosition, end - mPosition);
-        mPosition = end;
-        return taken;
+        const unsigned long long bits = static_cast<unsigned long long>(value);
+        if (mRender && !(mShortcuts && appendInteger(mText, piece, bits, sizeof value))) {
+            Formatted(piece, value);
+        }
     }
 
-    const std::string& mFormat;
-    std::size_t mPosition = 0;
+    void String(RingCursor& ring, const Piece& piece);
+
+    template <typename Argument> void Formatted(const Piece& piece, Argument value)
+    {
+        if (mRender) {
+            appendFormatted(mText, TerminatedText(piece.text, piece.length).Get(), value);
+        }
+    }
+
+    TextBuffer& mText;
+    bool mRender;
+    bool mShortcuts;
 };
 
-// Takes one value off the ring and renders it with the piece or, if that is empty, its type's own format. The
-// formats of kLong and kPointer show the low 32 bits only.
-std::string renderValue(bool render, CCircularBuffer& buffer, const std::string& piece)
+void PieceRenderer::String(RingCursor& ring, const Piece& piece)
 {
-    const auto formatOr = [&piece](const char* own) { return piece.empty() ? own : piece.c_str(); };
-    const unsigned char tag = ReadField<unsigned char>(buffer);
+    const TextView string = takeText(ring, gCharBuffer);
+    if (!mRender || (mShortcuts && appendString(mText, piece, string.text, string.length))) {
+        return;
+    }
+    std::memmove(gCharBuffer, string.text, string.length);
+    gCharBuffer[string.length] = 0;
+    Formatted(piece, static_cast<const char*>(gCharBuffer));
+}
+
+void PieceRenderer::Value(RingCursor& ring, const Piece* piece)
+{
+    const auto pieceOr = [piece](const Piece& own) -> const Piece& { return piece != nullptr ? *piece : own; };
+    const unsigned char tag = ReadField<unsigned char>(ring);
     switch (tag) {
     case kInt8:
-        return stringify(render, formatOr("%hd"), static_cast<int>(ReadField<signed char>(buffer)));
+        return Integer(pieceOr(kOwnShort), static_cast<int>(ReadField<signed char>(ring)));
     case kInt16:
-        return stringify(render, formatOr("%hd"), static_cast<int>(ReadField<short>(buffer)));
+        return Integer(pieceOr(kOwnShort), static_cast<int>(ReadField<short>(ring)));
     case kInt32:
-        return stringify(render, formatOr("%d"), ReadField<int>(buffer));
+        return Integer(pieceOr(kOwnInt), ReadField<int>(ring));
     case kInt64:
-        return stringify(render, formatOr("%lld"), ReadField<long long>(buffer));
+        return Integer(pieceOr(kOwnLongLong), ReadField<long long>(ring));
     case kUInt8:
-        return stringify(render, formatOr("%hu"), static_cast<int>(ReadField<unsigned char>(buffer)));
+        return Integer(pieceOr(kOwnUnsignedShort), static_cast<int>(ReadField<unsigned char>(ring)));
     case kUInt16:
-        return stringify(render, formatOr("%hu"), static_cast<int>(ReadField<unsigned short>(buffer)));
+        return Integer(pieceOr(kOwnUnsignedShort), static_cast<int>(ReadField<unsigned short>(ring)));
     case kUInt32:
-        return stringify(render, formatOr("%u"), ReadField<unsigned int>(buffer));
+        return Integer(pieceOr(kOwnUnsigned), ReadField<unsigned int>(ring));
     case kUInt64:
-        return stringify(render, formatOr("%llu"), ReadField<unsigned long long>(buffer));
+        return Integer(pieceOr(kOwnUnsignedLongLong), ReadField<unsigned long long>(ring));
     case kFloat:
-        return stringify(render, formatOr("%f"), static_cast<double>(ReadField<float>(buffer)));
+        return Formatted(pieceOr(kOwnFloat), static_cast<double>(ReadField<float>(ring)));
     case kDouble:
-        return stringify(render, formatOr("%g"), ReadField<double>(buffer));
+        return Formatted(pieceOr(kOwnDouble), ReadField<double>(ring));
     case kLong:
-        return stringify(render, formatOr("%d"), ReadField<long>(buffer));
+        return Integer(pieceOr(kOwnInt), ReadField<long>(ring));
     case kPointer:
-        return stringify(render, formatOr("0x%x"), ReadField<std::uintptr_t>(buffer));
+        return Integer(pieceOr(kOwnPointer), ReadField<std::uintptr_t>(ring));
     case kString:
-        readText(buffer, gCharBuffer);
-        return stringify(render, formatOr("%s"), gCharBuffer);
+        return String(ring, pieceOr(kOwnString));
     case kWString:
-        readText(buffer, gWCharBuffer);
-        return stringify(render, formatOr("%S"), wideText());
+        readText(ring, gWCharBuffer);
+        return Formatted(pieceOr(kOwnWideString), wideText());
     case kUTF16String:
-        readUTF16AsWide(buffer);
-        return stringify(render, formatOr("%S"), wideText());
+        readUTF16AsWide(ring);
+        return Formatted(pieceOr(kOwnWideString), wideText());
     default:
-        return stringify(true, kBadArgText);
+        return PieceRenderer(mText, true, mShortcuts).Literal(kBadArgText);
     }
 }
 
 // What is left of a format behind its last value, up to a zero byte. Conversions without a value are made
 // harmless.
-std::string leftover(const std::string& format)
+void renderLeftover(PieceRenderer& renderer, const Piece& rest)
 {
-    const std::string rest = format.c_str();
-    if (rest.find('%') == std::string::npos) {
-        return rest;
+    const std::size_t length = lengthUpToZero(rest.text, rest.length);
+    if (lengthUpTo(rest.text, length, '%') == length) {
+        return renderer.Literal(rest.text, length);
     }
-    std::string defused = rest;
+    std::string defused(rest.text, length);
     std::replace(defused.begin(), defused.end(), '%', '_');
-    return "[extra format arguments: " + defused + " ]";
+    const std::string report = "[extra format arguments: " + defused + " ]";
+    renderer.Literal(report.data(), report.size());
 }
 
-std::string readFormat(CCircularBuffer& buffer, const std::vector<CLogManager::CFormatStringEntry>& entries)
+template <std::size_t Size> TextView view(const char (&text)[Size])
 {
-    const unsigned char kind = ReadField<unsigned char>(buffer);
+    return { text, Size - 1 };
+}
+
+TextView readFormat(RingCursor& ring, const std::vector<CLogManager::CFormatStringEntry>& formats)
+{
+    const unsigned char kind = ReadField<unsigned char>(ring);
     if (kind == kFormatInline) {
-        readText(buffer, gFormatBuffer);
-        return gFormatBuffer;
+        const TextView announced = takeText(ring, gFormatBuffer);
+        return { announced.text, lengthUpToZero(announced.text, announced.length) };
     }
     if (kind != kFormatId) {
-        return kBadFormatText;
+        return view(kBadFormatText);
     }
-    const short id = ReadField<short>(buffer);
+    const short id = ReadField<short>(ring);
     if (id == kUninitializedFormatId) {
-        return kUninitializedIdText;
+        return view(kUninitializedIdText);
     }
     // An id outside the table is a caller's mistake that nothing reports: it acts as an empty format.
     const std::size_t index = static_cast<std::size_t>(id);
-    if (index >= entries.size()) {
-        return std::string();
+    if (index >= formats.size()) {
+        return view("");
     }
-    const CLogManager::CFormatStringEntry& entry = entries[index];
-    return entry.mNarrow ? entry.mString : kWideFormatText;
+    const CLogManager::CFormatStringEntry& entry = formats[index];
+    return entry.mNarrow ? TextView { entry.mString.data(), entry.mString.size() } : view(kWideFormatText);
 }
 
 } // namespace
 
-std::string CLogManager::StringifyFormatArgs(bool render, CCircularBuffer& buffer)
+void appendMessage(TextBuffer& text, bool render, RingCursor& ring,
+                   const std::vector<CLogManager::CFormatStringEntry>& formats)
 {
-    const std::string format = readFormat(buffer, mFormatStrings);
-    const int count = ReadField<signed char>(buffer);
+    const TextView format = readFormat(ring, formats);
+    const int count = ReadField<signed char>(ring);
+    // Only an entry of the table can hold a zero byte; the C library then ends the piece there.
+    const bool shortcuts = gShortcuts && lengthUpToZero(format.text, format.length) == format.length;
+    PieceRenderer renderer(text, render, shortcuts);
     if (count <= 0) {
-        return stringify(render, format.c_str());
+        return renderer.Literal(format.text, format.length);
     }
 
-    FormatPieces pieces(format);
+    FormatPieces pieces(format.text, format.length);
+    Piece piece;
     bool exhausted = false;
-    std::string result;
     for (int i = 0; i < count; ++i) {
-        std::string piece;
-        if (!exhausted) {
-            piece = pieces.Next();
-            if (piece.empty()) {
-                result += stringify(render, pieces.Rest().c_str());
-                result += stringify(render, " (");
-                exhausted = true;
-            }
+        if (!exhausted && !pieces.Next(piece)) {
+            pieces.Rest(piece);
+            renderer.Literal(piece.text, piece.length);
+            renderer.Literal(" (");
+            exhausted = true;
         }
-        result += renderValue(render, buffer, piece);
+        renderer.Value(ring, exhausted ? nullptr : &piece);
         if (exhausted && i < count - 1) {
-            result += stringify(render, ", ");
+            renderer.Literal(", ");
         }
     }
     if (!pieces.AtEnd()) {
-        result += stringify(render, leftover(pieces.Rest()).c_str());
+        pieces.Rest(piece);
+        renderLeftover(renderer, piece);
     }
     if (exhausted) {
-        result += stringify(render, ") ");
+        renderer.Literal(") ");
     }
-    return result;
+}
+
+std::string CLogManager::StringifyFormatArgs(bool render, CCircularBuffer& buffer)
+{
+    RingCursor ring(buffer.mControl);
+    TextBuffer text;
+    appendMessage(text, render, ring, mFormatStrings);
+    ring.Publish();
+    return std::string(text.CStr(), text.Size());
 }
 
 } // namespace HSL

@@ -1,0 +1,19 @@
+// The renderer behind CLogManager::StringifyFormatArgs, for a pass that keeps its place in the ring.
+#ifndef HSLOG_HSL_MESSAGE_H
+#define HSLOG_HSL_MESSAGE_H
+
+#include "HSLLogManager.h"
+#include "HSLRecordReader.h"
+#include "HSLTextBuffer.h"
+
+namespace HSL {
+
+// Takes a record's format and values off the ring and appends the message's text. Without `render` it takes the
+// same bytes and appends nothing but the marker of an unknown tag. Under the manager's lock only: its buffers
+// are shared by the whole module.
+void appendMessage(TextBuffer& text, bool render, RingCursor& ring,
+                   const std::vector<CLogManager::CFormatStringEntry>& formats);
+
+} // namespace HSL
+
+#endif
