@@ -21,7 +21,7 @@ function(fallcatch_same_arithmetic target)
     endif()
 endfunction()
 
-option(FALLCATCH_HARDENING "Harden release builds of the libraries on Linux: fortified C library, guarded stacks" ON)
+option(FALLCATCH_HARDENING "Harden release builds on Linux: fortified C library, guarded stacks" ON)
 
 # A sanitizer brings its own copies of what would be fortified, and a distribution or a compiler may fortify by
 # itself, at a level of its own, which stays.

@@ -193,7 +193,7 @@ def header(record, name, last):
 
 
 class Pending(gdb.Command):
-    """Prints the log records that no collection pass has taken yet. With "all" also those that the filter hides."""
+    """Prints the log records that no collection pass has taken yet; with "all" also those that the filter hides."""
 
     def __init__(self):
         super().__init__("fallcatch-pending", gdb.COMMAND_DATA)
