@@ -2,7 +2,7 @@
 
 usage: pending_records_test.py GDB HOST SCRIPT live|core|callback|endless
 
-Ends with 77, to be skipped, where no process may be looked at or gdb has no Python.
+Ends with 77, to be skipped, where there is no gdb, it has no Python, or no process may be looked at.
 """
 
 import os
@@ -61,6 +61,8 @@ def compare(shown, output):
     check(len(shown) == len(output), f"{len(shown)} lines from the script, {len(output)} from the pass")
 
 
+if not os.path.exists(gdb):
+    skip("there is no gdb")
 os.environ["LC_ALL"] = "C.UTF-8"
 arguments = [host, mode if mode in ("callback", "endless") else "locked"]
 with tempfile.TemporaryDirectory() as folder, subprocess.Popen(
