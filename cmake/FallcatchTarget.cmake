@@ -20,3 +20,51 @@ function(fallcatch_same_arithmetic target)
         target_compile_options(${target} PRIVATE -msse2 -mfpmath=sse)
     endif()
 endfunction()
+
+option(FALLCATCH_HARDENING "Harden release builds on Linux: fortified C library, guarded stacks" ON)
+
+# A sanitizer brings its own copies of what would be fortified, and a distribution or a compiler may fortify by
+# itself, at a level of its own, which stays.
+set(fallcatch_fortify "")
+if(FALLCATCH_HARDENING AND CMAKE_SYSTEM_NAME STREQUAL "Linux"
+        AND NOT "${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_RELEASE}" MATCHES "-fsanitize")
+    include(CheckCXXSourceCompiles)
+    set(CMAKE_REQUIRED_FLAGS "${CMAKE_CXX_FLAGS_RELEASE}")
+    check_cxx_source_compiles("
+        #ifdef _FORTIFY_SOURCE
+        #error fortified already
+        #endif
+        int main() { return 0; }" FALLCATCH_NOT_FORTIFIED_YET)
+    unset(CMAKE_REQUIRED_FLAGS)
+    if(FALLCATCH_NOT_FORTIFIED_YET)
+        set(fallcatch_fortify $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)
+    endif()
+    set(fallcatch_hardened TRUE)
+else()
+    set(fallcatch_hardened FALSE)
+endif()
+
+# For what is handed to hosts. Formats that only the run knows are refused in every kind of build; see
+# fallcatch_runtime_formats for the exception. The rest is for release builds: what fortifies needs
+# optimisation.
+function(fallcatch_product target)
+    fallcatch_target(${target})
+    set_target_properties(${target} PROPERTIES EXPORT_COMPILE_COMMANDS ON)
+    target_compile_options(${target} PRIVATE -Wformat=2 -Werror=format-security -Werror=format-nonliteral)
+    if(fallcatch_hardened)
+        target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-fstack-protector-strong> ${fallcatch_fortify})
+        get_target_property(type ${target} TYPE)
+        if(type MATCHES "SHARED_LIBRARY|EXECUTABLE")
+            target_link_options(${target} PRIVATE
+                $<$<CONFIG:Release>:LINKER:-z,relro> $<$<CONFIG:Release>:LINKER:-z,now>)
+        endif()
+    endif()
+endfunction()
+
+# For the one source whose purpose is to hand formats to the C library that only the run knows. It is not
+# fortified either: the fortified formatter ends the process at a "%n" in such a format, where the plain one
+# writes, and what a "%n" does is the host's to know.
+function(fallcatch_runtime_formats source)
+    set_source_files_properties(${source} PROPERTIES
+        COMPILE_OPTIONS "-Wno-format-nonliteral;-U_FORTIFY_SOURCE")
+endfunction()

@@ -55,7 +55,8 @@ function(expect_files)
     set(expected
         kxpl/CircularBuffer.h kxpl/KxAtomic.h kxpl/KxLock.h kxpl/KxMutex.h kxpl/KxThread.h kxpl/KxThreadLocal.h
         kxpl/KxTime.h kxpl/KxUnicode.h kxpl/hslog/HSL.h kxpl/hslog/HSLCat.h kxpl/hslog/HSLCollectionThread.h
-        kxpl/hslog/HSLLogContext.h kxpl/hslog/HSLLogManager.h kxpl/hslog/HSLRecordPlace.h kxpl/hslog/HSLValue.h)
+        kxpl/hslog/HSLFormatCheck.h kxpl/hslog/HSLFormatRules.h kxpl/hslog/HSLLogContext.h
+        kxpl/hslog/HSLLogManager.h kxpl/hslog/HSLRecordPlace.h kxpl/hslog/HSLValue.h)
     if(GLUE)
         list(APPEND expected fallcatch/fallcatch.h)
     endif()

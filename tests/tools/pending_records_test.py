@@ -1,0 +1,100 @@
+"""Looks at a host's pending records from outside, then lets the host output them, and compares.
+
+usage: pending_records_test.py GDB HOST SCRIPT live|core|callback|endless
+
+Ends with 77, to be skipped, where there is no gdb, it has no Python, or no process may be looked at.
+"""
+
+import os
+import re
+import subprocess
+import sys
+import tempfile
+
+SKIPPED = 77
+gdb, host, script, mode = sys.argv[1:]
+
+
+def skip(reason):
+    print(f"skipped: {reason}")
+    sys.exit(SKIPPED)
+
+
+def run_gdb(*arguments):
+    command = [gdb, "-nx", "-batch", "-ex", "set debuginfod enabled off", *arguments]
+    result = subprocess.run(command, capture_output=True, timeout=100, check=False)
+    errors = result.stderr.decode("utf-8", "replace")
+    if "ptrace: Operation not permitted" in errors:
+        skip("this system lets no process look into another")
+    if "Scripting in the" in errors and "not supported" in errors:
+        skip(f"{gdb} was built without Python")
+    return result.stdout.decode("utf-8"), errors
+
+
+def pending(process, folder):
+    """The lines that the script prints, and its last one."""
+    ask = ["-x", script, "-ex", "fallcatch-pending"]
+    if mode == "core":
+        core = os.path.join(folder, "core")
+        _, errors = run_gdb("-p", str(process.pid), "-ex", f"gcore {core}")
+        if not os.path.exists(core):
+            sys.exit(f"no core was made: {errors}")
+        output, errors = run_gdb(*ask, host, core)
+    else:
+        output, errors = run_gdb(*ask, "-p", str(process.pid))
+    lines = output.split("\n")
+    first = [i for i, line in enumerate(lines) if ") :  [" in line]
+    last = [i for i, line in enumerate(lines) if line.startswith("-- ")]
+    if not first or not last:
+        sys.exit(f"gdb printed no records:\n{output}\n{errors}")
+    return lines[first[0]:last[0]], lines[last[0]]
+
+
+def check(condition, text):
+    if not condition:
+        sys.exit(text)
+
+
+def compare(shown, output):
+    for i, (one, other) in enumerate(zip(shown, output)):
+        check(one == other, f"line {i + 1}:\nthe script: {one!r}\nthe pass:   {other!r}")
+    check(len(shown) == len(output), f"{len(shown)} lines from the script, {len(output)} from the pass")
+
+
+if not os.path.exists(gdb):
+    skip("there is no gdb")
+os.environ["LC_ALL"] = "C.UTF-8"
+arguments = [host, mode if mode in ("callback", "endless") else "locked"]
+with tempfile.TemporaryDirectory() as folder, subprocess.Popen(
+        arguments, stdin=subprocess.PIPE, stdout=subprocess.PIPE) as process:
+    try:
+        before = b""
+        while not before.endswith(b"ready\n"):
+            line = process.stdout.readline()
+            check(line, f"the host ended early: {before!r}")
+            before += line
+        shown, summary = pending(process, folder)
+        output, _ = process.communicate(b"\n", timeout=60)
+    finally:
+        process.kill()
+check(process.returncode == 0, f"the host ended with {process.returncode}")
+
+if mode == "endless":
+    endless = [line for line in shown if line.endswith('\t<NEVER RETURNS> 100%% of %s ("all")')]
+    check(len(endless) == 1 and endless[0] == shown[-1], f"the endless record is not told: {shown[-1]!r}")
+    check(len(shown) == 451 and summary == "-- 451 pending; 0 more that the filter hides", summary)
+else:
+    lines = output.decode("utf-8").rstrip("\n").split("\n")
+    if mode == "callback":
+        # The pass may have left in the rings what it has output; those come first.
+        output_already = before.decode("utf-8").split("\n")[:2] + lines[:1]
+        lines = lines[1:]
+        again = len(shown) - len(lines)
+        check(0 <= again <= 3, f"{len(shown)} lines from the script, {len(lines)} from the pass")
+        if again > 0:
+            lines = output_already[3 - again:] + lines
+            lines[0], shown[0] = (re.sub(r"  \(.*?\) :", "", line) for line in (lines[0], shown[0]))
+    compare(shown, lines)
+    check(len(shown) > 300, f"only {len(shown)} lines")
+    check(summary.startswith(f"-- {len(shown)} pending; "), summary)
+    check(int(summary.split()[3]) > 20, f"the filter hid too little: {summary}")
