@@ -87,6 +87,8 @@ public:
 private:
     static constexpr unsigned int kSharesOfRing = 8;
     static constexpr unsigned int kLargestPublishStep = 4096;
+    // Where a cursor of no ring stands: no bytes, but not null, from which not even none may be copied.
+    static constexpr unsigned char kNothing[1] = {};
 
     std::size_t Known() const { return static_cast<std::size_t>(mKnownEnd - mNext); }
 
@@ -105,9 +107,9 @@ private:
     void ReadInPieces(void* destination, std::size_t size);
 
     cb_control* mControl = nullptr;
-    const unsigned char* mNext = nullptr; // the next byte to take; one past the last slot counts as the first
-    const unsigned char* mKnownEnd = nullptr;  // of the bytes that lie there in one piece and are known of
-    const unsigned char* mPublished = nullptr; // where the ring believes the reader to be
+    const unsigned char* mNext = kNothing; // the next byte to take; one past the last slot counts as the first
+    const unsigned char* mKnownEnd = kNothing;  // of the bytes that lie there in one piece and are known of
+    const unsigned char* mPublished = kNothing; // where the ring believes the reader to be
     std::size_t mPublishStep = 0;
 };
 

@@ -49,6 +49,24 @@ unsigned int elementsInOnePiece(const cb_control* control, unsigned int position
     return elemSize == 1 ? end - position : (end - position) / elemSize;
 }
 
+// Copies elements from the reader's position on, and consumes them, where they are all there and lie in one
+// piece. False, with nothing done, where they are not. It does what the loop in cb_read_ex would do.
+bool readOnePiece(cb_control* control, unsigned int readOffset, unsigned int writeOffset, void* destination,
+                  int count)
+{
+    const unsigned int elemSize = control->elem_size;
+    const std::uint64_t bytes = static_cast<std::uint64_t>(count) * elemSize;
+    const unsigned int end = writeOffset > readOffset ? writeOffset : control->end_offset + elemSize;
+    if (count <= 0 || readOffset < control->start_offset || bytes > end - readOffset) {
+        return false;
+    }
+    copyShort(destination, slotAt(control, readOffset), static_cast<std::size_t>(bytes));
+    const unsigned int position = readOffset + static_cast<unsigned int>(bytes);
+    // Hands the slots that were copied back to the writer. Partner: readerPosition.
+    KxStoreRelease(control->read_offset, position > control->end_offset ? control->start_offset : position);
+    return true;
+}
+
 } // namespace
 
 unsigned int cb_read_ex(cb_control* control, unsigned int index, void* destination, int* count, int options)
@@ -60,6 +78,10 @@ unsigned int cb_read_ex(cb_control* control, unsigned int index, void* destinati
     unsigned int writeOffset = writerPosition(control);
     if (readOffset == writeOffset) {
         *count = 0;
+        return lastError(control);
+    }
+    if (index == 0 && (options & CB_READ_CONSUME) != 0
+        && readOnePiece(control, readOffset, writeOffset, destination, *count)) {
         return lastError(control);
     }
     unsigned int position = readOffset;

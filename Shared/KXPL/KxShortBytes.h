@@ -8,15 +8,21 @@
 
 namespace KXPL {
 
-// memcpy for sizes that are rarely above 16. The areas must not overlap.
+// memcpy for sizes that are rarely above 64. The areas must not overlap.
 inline void copyShort(void* destination, const void* source, std::size_t size)
 {
     unsigned char* to = static_cast<unsigned char*>(destination);
     const unsigned char* from = static_cast<const unsigned char*>(source);
-    if (size > 16) {
+    // Pieces of fixed sizes, which may overlap each other.
+    if (size > 64) {
         std::memcpy(to, from, size);
+    } else if (size > 32) {
+        std::memcpy(to, from, 32);
+        std::memcpy(to + size - 32, from + size - 32, 32);
+    } else if (size >= 16) {
+        std::memcpy(to, from, 16);
+        std::memcpy(to + size - 16, from + size - 16, 16);
     } else if (size >= 8) {
-        // Two pieces that may overlap each other.
         std::memcpy(to, from, 8);
         std::memcpy(to + size - 8, from + size - 8, 8);
     } else if (size >= 4) {

@@ -216,6 +216,7 @@ TEST(RingCursor, OfNoRingReadsAsEmpty)
 {
     RingCursor cursor(nullptr);
     EXPECT_EQ(take(cursor, 3), std::string(3, '\0'));
+    EXPECT_EQ(take(cursor, 0), "");
     EXPECT_EQ(cursor.TakeInPlace(3), nullptr);
     cursor.Publish();
     cursor.PublishIfDue();
