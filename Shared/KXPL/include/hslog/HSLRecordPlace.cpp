@@ -1,5 +1,7 @@
 #include "HSLRecordPlace.h"
 
+#include "../../KxShortBytes.h"
+
 #include <cstddef>
 #include <cwchar>
 
@@ -11,33 +13,6 @@ namespace {
 constexpr wchar_t kNullWideText[] = L"<NULL>";
 constexpr std::size_t kLongestUTF16Text = 65535;
 constexpr unsigned int kLargestPlainCopy = 32;
-
-// Two copies of N bytes that may overlap make any size from N to 2 N; each is one load and one store.
-template <std::size_t N> void copyBothEnds(unsigned char* to, const unsigned char* from, std::size_t size)
-{
-    unsigned char first[N];
-    unsigned char last[N];
-    std::memcpy(first, from, N);
-    std::memcpy(last, from + size - N, N);
-    std::memcpy(to, first, N);
-    std::memcpy(to + size - N, last, N);
-}
-
-// Most strings are short, and for those a call of memcpy costs more than the copy.
-void copyShortText(unsigned char* to, const unsigned char* from, std::size_t size)
-{
-    if (size >= 16) {
-        copyBothEnds<16>(to, from, size);
-    } else if (size >= 8) {
-        copyBothEnds<8>(to, from, size);
-    } else if (size >= 4) {
-        copyBothEnds<4>(to, from, size);
-    } else if (size >= 2) {
-        copyBothEnds<2>(to, from, size);
-    } else if (size == 1) {
-        *to = *from;
-    }
-}
 
 } // namespace
 
@@ -66,10 +41,8 @@ void CopyText(const cb_control* control, unsigned char* to, const void* text, un
 {
     if (size > kLargestPlainCopy && control->copy_func != nullptr) {
         control->copy_func(to, text, size);
-    } else if (size > kLargestPlainCopy) {
-        std::memcpy(to, text, size);
     } else {
-        copyShortText(to, static_cast<const unsigned char*>(text), size);
+        KXPL::copyShort(to, text, size);
     }
 }
 

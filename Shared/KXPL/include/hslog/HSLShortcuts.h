@@ -15,10 +15,10 @@ namespace HSL {
 //
 // Known are pieces of any literal text and one conversion without flags, width and precision:
 //
-//   value                     conversions
-//   an int (size 4)           d i u x X o, all with h or hh as well; c
-//   64 bits (size 8)          the same, which show the low 32 bits, and with ll; with l where a long has 64
-//   bits a long (size of a long)   those of an int, and with l; with ll where a long has 64 bits a string s
+//  - of an int (4 bytes): d i u x X o, as they are and with h or hh, and c;
+//  - of a 64-bit value: the same, which show its low 32 bits, and with ll; with l where a long has 64 bits;
+//  - of a long: those of an int, and with l; with ll where a long has 64 bits;
+//  - of a string: s.
 //
 // A conversion wider than its value reads something that nobody passed, so it is left to the C library, and so
 // is one that takes an integer for an address or a number for text.
