@@ -121,6 +121,8 @@ class LoggingSystem(System):
             f"Z{STRING}6appendEPKc": self._append,
             f"Z{STRING}6appendEPKcm": self._append_counted,
             f"Z{STRING}6assignEPKc": self._assign,
+            f"Z{STRING}6assignEPKcm": self._assign_counted,
+            f"Z{STRING}aSERKS5_": self._assign_other,
             f"Z{STRING}6insertEmPKc": self._insert,
             "ZNSt3__19to_stringEm": self._to_string,
             "ZNSt3__1plIcNS_11char_traitsIcEENS_9allocatorIcEEEENS_12basic_stringIT_T0_T1_EEPKS6_RKS9_":
@@ -143,6 +145,14 @@ class LoggingSystem(System):
     def _assign(self, machine):
         place, text = machine.arguments(2)
         return self._change(machine, place, lambda _old: machine.bytes_until_zero(text))
+
+    def _assign_counted(self, machine):
+        place, text, count = machine.arguments(3)
+        return self._change(machine, place, lambda _old: bytes(machine.uc.mem_read(text, count)))
+
+    def _assign_other(self, machine):
+        place, other = machine.arguments(2)
+        return self._change(machine, place, lambda _old: StringLayout(machine).get(other))
 
     def _insert(self, machine):
         place, at, text = machine.arguments(3)

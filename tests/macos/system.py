@@ -66,6 +66,29 @@ class System(Imports):
 
     memmove = memcpy
 
+    def memset(self, machine):
+        target, value, size = machine.arguments(3)
+        machine.uc.mem_write(target, bytes([value & 0xff]) * size)
+        return target
+
+    def memchr(self, machine):
+        text, wanted, size = machine.arguments(3)
+        found = bytes(machine.uc.mem_read(text, size)).find(bytes([wanted & 0xff]))
+        return text + found if found >= 0 else 0
+
+    def memcmp(self, machine):
+        one, other, size = machine.arguments(3)
+        left, right = (bytes(machine.uc.mem_read(place, size)) for place in (one, other))
+        return (left > right) - (left < right)
+
+    def udivdi3(self, machine):
+        """The same as below without signs."""
+        words = machine.arguments(4)
+        dividend, divisor = struct.unpack("<2Q", struct.pack("<4I", *words))
+        quotient = dividend // divisor
+        machine.uc.reg_write(UC_X86_REG_EDX, quotient >> 32 & 0xFFFFFFFF)
+        return quotient & 0xFFFFFFFF
+
     def divdi3(self, machine):
         """64-bit division on 32-bit x86: two words in for each number, two out."""
         words = machine.arguments(4)

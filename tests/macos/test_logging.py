@@ -51,9 +51,8 @@ class Logger:
         machine = self.library.machine
         category = machine.store(bytes([1, INFO]) + bytes(9))
         value = machine.store(bytes([tag]).ljust(self.library.width, b"\0") + payload.ljust(8, b"\0"))
-        context = self.library.call(MANAGER + "13GetTLSContextEv", self.manager())
         self.library.call(
-            "__ZN3HSL11CLogContext3LogERKNS_4CCatEPKcRKNS_6CValueE", context, category,
+            "__ZN3HSL5HSLogERKNS_4CCatEPKcRKNS_6CValueE", category,
             machine.store(text_format.encode() + b"\0"), value)
 
     def pointer(self, data):

@@ -17,26 +17,13 @@
 namespace HSL {
 
 // The module's manager; null before CLogManager::Initialize.
-inline CLogManager* LogManager()
-{
-    return CLogManager::Instance();
-}
+CLogManager* LogManager();
 
 // Logs to the calling thread's context; returns at once while there is no manager or it is switched off. More
-// values, and format ids, are for CLogContext::Log on LogManager()->GetTLSContext().
-[[gnu::always_inline]] inline void HSLog(const CCat& cat, const char* format)
-{
-    if (CLogManager::IsEnabled()) {
-        LogManager()->GetTLSContext()->Log(cat, format);
-    }
-}
-
-[[gnu::always_inline]] inline void HSLog(const CCat& cat, const char* format, const CValue& value)
-{
-    if (CLogManager::IsEnabled()) {
-        LogManager()->GetTLSContext()->Log(cat, format, value);
-    }
-}
+// values, and format ids, are for CLogContext::Log on LogManager()->GetTLSContext(). That is also faster: it
+// becomes part of the calling code, which knows the types of the values, while these two are functions.
+void HSLog(const CCat& cat, const char* format);
+void HSLog(const CCat& cat, const char* format, const CValue& value);
 
 } // namespace HSL
 

@@ -15,6 +15,7 @@ namespace {
 
 constexpr double kLowWaterShare = 0.75;
 constexpr unsigned char kMarker = 0;
+constexpr int kMostValues = 10;
 
 void writeValues(CCircularBuffer& buffer, const CRecordValue* values, int count)
 {
@@ -96,6 +97,49 @@ void CLogContext::WriteHeader(const CCat& cat, int sequence)
     const unsigned char depth = clampedDepth(mDepth);
     WriteField(*mBuffer, depth);
     cat.Serialize(mBuffer);
+}
+
+// RecordMeasured for values of any types.
+template <typename Format>
+void CLogContext::RecordAnyMeasured(const CCat& cat, int sequence, Format format, const CValue* values,
+                                    int count)
+{
+    CRecordValue measured[kMostValues];
+    unsigned int size = kRecordHeaderSize + format.Size() + 1;
+    for (int i = 0; i < count; ++i) {
+        measured[i] = MeasureValue(values[i]);
+        size += measured[i].Size();
+    }
+    CRecordPublisher publisher = Begin(cat, sequence, size);
+    if (publisher.mOffset <= kPieceByPiece) {
+        if (publisher.mOffset == kPieceByPiece) {
+            RecordByWrites(cat, sequence, format, measured, count);
+        }
+        return;
+    }
+    unsigned char* at = publisher.At(kRecordHeaderSize - kBeforeTime);
+    at = StoreFormat(publisher.mControl, at, format);
+    at = StoreField(at, static_cast<unsigned char>(count));
+    for (int i = 0; i < count; ++i) {
+        at = StoreValue(publisher.mControl, at, measured[i]);
+    }
+    publisher = PublishHeader(publisher);
+    PublishFormat(publisher, format);
+    publisher.Pass(1);
+    for (int i = 0; i < count; ++i) {
+        PublishValue(publisher, measured[i]);
+    }
+    LogPost();
+}
+
+void CLogContext::RecordAny(const CCat& cat, int sequence, const char* format, const CValue* values, int count)
+{
+    RecordAnyMeasured(cat, sequence, MeasureFormat(format), values, count);
+}
+
+void CLogContext::RecordAny(const CCat& cat, int sequence, short formatId, const CValue* values, int count)
+{
+    RecordAnyMeasured(cat, sequence, MeasureFormat(formatId), values, count);
 }
 
 // Begins a record of `size` bytes, if it may be written and there is a place for it in one piece: stores the

@@ -61,56 +61,53 @@ public:
     // Nothing checks that a conversion suits its value: "%s" with anything but a const char* reads memory at
     // that value, and so does a "%s" without any value; "%n" writes. Text that a user or a file supplies must
     // never be the format: pass it as a value under "%s".
-    [[gnu::always_inline]] void Log(const CCat& cat, const char* format) { Record(cat, format); }
-    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1)
-    {
-        Record(cat, format, v1);
-    }
-    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2)
+    HSL_AT_CALL void Log(const CCat& cat, const char* format) { Record(cat, format); }
+    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1) { Record(cat, format, v1); }
+    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2)
     {
         Record(cat, format, v1, v2);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                                    const CValue& v3)
+    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                         const CValue& v3)
     {
         Record(cat, format, v1, v2, v3);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4)
+    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                         const CValue& v3, const CValue& v4)
     {
         Record(cat, format, v1, v2, v3, v4);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4, const CValue& v5)
+    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                         const CValue& v3, const CValue& v4, const CValue& v5)
     {
         Record(cat, format, v1, v2, v3, v4, v5);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6)
+    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                         const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6)
     {
         Record(cat, format, v1, v2, v3, v4, v5, v6);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
-                                    const CValue& v7)
+    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                         const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
+                         const CValue& v7)
     {
         Record(cat, format, v1, v2, v3, v4, v5, v6, v7);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
-                                    const CValue& v7, const CValue& v8)
+    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                         const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
+                         const CValue& v7, const CValue& v8)
     {
         Record(cat, format, v1, v2, v3, v4, v5, v6, v7, v8);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
-                                    const CValue& v7, const CValue& v8, const CValue& v9)
+    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                         const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
+                         const CValue& v7, const CValue& v8, const CValue& v9)
     {
         Record(cat, format, v1, v2, v3, v4, v5, v6, v7, v8, v9);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
-                                    const CValue& v7, const CValue& v8, const CValue& v9, const CValue& v10)
+    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
+                         const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
+                         const CValue& v7, const CValue& v8, const CValue& v9, const CValue& v10)
     {
         Record(cat, format, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
     }
@@ -118,56 +115,51 @@ public:
     // The same with an id from CLogManager::AddFormatString, cut to 16 bits: ids 0 to 32767 can be used. -1
     // shows as an error text. Any other id outside the manager's table is not noticed and acts as an empty
     // format.
-    [[gnu::always_inline]] void Log(const CCat& cat, short formatId) { Record(cat, formatId); }
-    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1)
-    {
-        Record(cat, formatId, v1);
-    }
-    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2)
+    HSL_AT_CALL void Log(const CCat& cat, short formatId) { Record(cat, formatId); }
+    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1) { Record(cat, formatId, v1); }
+    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2)
     {
         Record(cat, formatId, v1, v2);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
-                                    const CValue& v3)
+    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3)
     {
         Record(cat, formatId, v1, v2, v3);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4)
+    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+                         const CValue& v4)
     {
         Record(cat, formatId, v1, v2, v3, v4);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4, const CValue& v5)
+    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+                         const CValue& v4, const CValue& v5)
     {
         Record(cat, formatId, v1, v2, v3, v4, v5);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6)
+    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+                         const CValue& v4, const CValue& v5, const CValue& v6)
     {
         Record(cat, formatId, v1, v2, v3, v4, v5, v6);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
-                                    const CValue& v7)
+    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+                         const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7)
     {
         Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
-                                    const CValue& v7, const CValue& v8)
+    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+                         const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7,
+                         const CValue& v8)
     {
         Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
-                                    const CValue& v7, const CValue& v8, const CValue& v9)
+    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+                         const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7,
+                         const CValue& v8, const CValue& v9)
     {
         Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9);
     }
-    [[gnu::always_inline]] void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2,
-                                    const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
-                                    const CValue& v7, const CValue& v8, const CValue& v9, const CValue& v10)
+    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
+                         const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7,
+                         const CValue& v8, const CValue& v9, const CValue& v10)
     {
         Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
     }
@@ -188,9 +180,13 @@ private:
     static constexpr unsigned int kPieceByPiece = 1;
 
     template <typename Format, typename... Values>
-    [[gnu::always_inline]] void Record(const CCat& cat, Format format, const Values&... values);
+    HSL_AT_CALL void Record(const CCat& cat, Format format, const Values&... values);
     template <typename Format, typename... Values>
-    [[gnu::always_inline]] void RecordMeasured(const CCat& cat, int sequence, Format format, Values... values);
+    HSL_AT_CALL void RecordMeasured(const CCat& cat, int sequence, Format format, Values... values);
+    void RecordAny(const CCat& cat, int sequence, const char* format, const CValue* values, int count);
+    void RecordAny(const CCat& cat, int sequence, short formatId, const CValue* values, int count);
+    template <typename Format>
+    void RecordAnyMeasured(const CCat& cat, int sequence, Format format, const CValue* values, int count);
 
     CRecordPublisher Begin(const CCat& cat, int sequence, unsigned int size);
     CRecordPublisher BeginByWrites(const CCat& cat, int sequence);
@@ -212,7 +208,12 @@ inline void CLogContext::Record(const CCat& cat, Format format, const Values&...
         // Whether it is written, replaced or discarded, a message that passes takes one number. Taking it at
         // once lets the processor look at the ring while it waits for the shared counter.
         const int sequence = KxAtomicAdd32Barrier(1, &manager->mSequence);
-        RecordMeasured(cat, sequence, MeasureFormat(format), MeasureValue(values)...);
+        if ((true && ... && __builtin_constant_p(values.mType))) {
+            RecordMeasured(cat, sequence, MeasureFormat(format), MeasureValue(values)...);
+        } else {
+            const CValue all[] = { values..., CValue(0) };
+            RecordAny(cat, sequence, format, all, sizeof...(values));
+        }
     }
 }
 

@@ -46,20 +46,4 @@ void CopyText(const cb_control* control, unsigned char* to, const void* text, un
     }
 }
 
-CRecordValue MeasureAnyValue(CValue value)
-{
-    return MeasureKnownValue(value);
-}
-
-unsigned char* StoreAnyValue(const cb_control* control, unsigned char* at, CRecordValue value)
-{
-    return StoreKnownValue(control, at, value);
-}
-
-CRecordPublisher PublishAnyValue(CRecordPublisher publisher, CRecordValue value)
-{
-    PublishKnownValue(publisher, value);
-    return publisher;
-}
-
 } // namespace HSL

@@ -2,8 +2,8 @@
 //
 // A field takes three steps: it is measured, its bytes are stored behind the write position, where no reader
 // looks, and then the write position is moved past it, field by field, as a Write of each field would. What
-// a value or a format is decides the steps' code; where the compiler knows the value's type, and it does at
-// nearly every log call, the steps become plain stores at the call.
+// a value or a format is decides the steps' code. Where the compiler knows the types of all values, and it does
+// at nearly every log call, the steps become plain stores at the call; else they are taken out of line.
 #ifndef HSLOG_HSL_RECORD_PLACE_H
 #define HSLOG_HSL_RECORD_PLACE_H
 
@@ -13,6 +13,13 @@
 #include "../KxAtomic.h"
 
 #include <cstring>
+
+// Inlined at the log call, where it becomes a few stores. A build without optimisation would only swell by it.
+#ifdef __OPTIMIZE__
+#define HSL_AT_CALL [[gnu::always_inline]]
+#else
+#define HSL_AT_CALL
+#endif
 
 namespace HSL {
 
@@ -35,7 +42,7 @@ struct CRecordText {
 };
 
 // A text is cut to its length modulo 65,536 units.
-[[gnu::always_inline]] inline CRecordText MeasureText(const char* text)
+HSL_AT_CALL inline CRecordText MeasureText(const char* text)
 {
     const char* shown = text != nullptr ? text : kNullText;
     const unsigned short length = static_cast<unsigned short>(__builtin_strlen(shown));
@@ -83,31 +90,28 @@ struct CRecordValue {
     unsigned long long mBits; // of a number
     CRecordText mText;        // of a text
 
-    [[gnu::always_inline]] unsigned int Size() const
-    {
-        return 1 + (IsText(mType) ? 2 + mText.mSize : NumberSize(mType));
-    }
+    HSL_AT_CALL unsigned int Size() const { return 1 + (IsText(mType) ? 2 + mText.mSize : NumberSize(mType)); }
 };
 
 // A format as it will lie in the record: kind, length and text, or kind and id.
 struct CRecordFormatText {
     CRecordText mText;
 
-    [[gnu::always_inline]] unsigned int Size() const { return 3 + mText.mSize; }
+    HSL_AT_CALL unsigned int Size() const { return 3 + mText.mSize; }
 };
 
 struct CRecordFormatId {
     short mId;
 
-    [[gnu::always_inline]] unsigned int Size() const { return 3; }
+    HSL_AT_CALL unsigned int Size() const { return 3; }
 };
 
-[[gnu::always_inline]] inline CRecordFormatText MeasureFormat(const char* format)
+HSL_AT_CALL inline CRecordFormatText MeasureFormat(const char* format)
 {
     return { MeasureText(format) };
 }
 
-[[gnu::always_inline]] inline CRecordFormatId MeasureFormat(short formatId)
+HSL_AT_CALL inline CRecordFormatId MeasureFormat(short formatId)
 {
     return { formatId };
 }
@@ -123,7 +127,7 @@ struct CRecordPublisher {
         return reinterpret_cast<unsigned char*>(mControl) + mOffset + distance;
     }
 
-    [[gnu::always_inline]] void Pass(unsigned int size)
+    HSL_AT_CALL void Pass(unsigned int size)
     {
         mOffset += size;
         // Publishes the field's bytes. Partner: the reader's acquire of the write position.
@@ -131,7 +135,7 @@ struct CRecordPublisher {
     }
 
     // A text without bytes is no field.
-    [[gnu::always_inline]] void PassText(CRecordText text)
+    HSL_AT_CALL void PassText(CRecordText text)
     {
         Pass(2);
         if (text.mSize != 0) {
@@ -143,14 +147,13 @@ struct CRecordPublisher {
 // Copies as the ring's own writes do: more than 32 bytes by its copy function, if it has one.
 void CopyText(const cb_control* control, unsigned char* to, const void* text, unsigned int size);
 
-template <typename T> [[gnu::always_inline]] inline unsigned char* StoreField(unsigned char* at, T field)
+template <typename T> HSL_AT_CALL inline unsigned char* StoreField(unsigned char* at, T field)
 {
     std::memcpy(at, &field, sizeof field);
     return at + sizeof field;
 }
 
-[[gnu::always_inline]] inline unsigned char* StoreText(const cb_control* control, unsigned char* at,
-                                                       CRecordText text)
+HSL_AT_CALL inline unsigned char* StoreText(const cb_control* control, unsigned char* at, CRecordText text)
 {
     at = StoreField(at, text.mLength);
     if (__builtin_constant_p(text.mSize) && text.mSize <= 32) {
@@ -161,31 +164,30 @@ template <typename T> [[gnu::always_inline]] inline unsigned char* StoreField(un
     return at + text.mSize;
 }
 
-[[gnu::always_inline]] inline unsigned char* StoreFormat(const cb_control* control, unsigned char* at,
-                                                         CRecordFormatText format)
+HSL_AT_CALL inline unsigned char* StoreFormat(const cb_control* control, unsigned char* at,
+                                              CRecordFormatText format)
 {
     return StoreText(control, StoreField(at, kFormatInline), format.mText);
 }
 
-[[gnu::always_inline]] inline unsigned char* StoreFormat(const cb_control*, unsigned char* at,
-                                                         CRecordFormatId format)
+HSL_AT_CALL inline unsigned char* StoreFormat(const cb_control*, unsigned char* at, CRecordFormatId format)
 {
     return StoreField(StoreField(at, kFormatId), format.mId);
 }
 
-[[gnu::always_inline]] inline void PublishFormat(CRecordPublisher& publisher, CRecordFormatText format)
+HSL_AT_CALL inline void PublishFormat(CRecordPublisher& publisher, CRecordFormatText format)
 {
     publisher.Pass(1);
     publisher.PassText(format.mText);
 }
 
-[[gnu::always_inline]] inline void PublishFormat(CRecordPublisher& publisher, CRecordFormatId)
+HSL_AT_CALL inline void PublishFormat(CRecordPublisher& publisher, CRecordFormatId)
 {
     publisher.Pass(1);
     publisher.Pass(2);
 }
 
-template <typename T> [[gnu::always_inline]] inline unsigned long long BitsOf(T number)
+template <typename T> HSL_AT_CALL inline unsigned long long BitsOf(T number)
 {
     unsigned int bits;
     static_assert(sizeof number == sizeof bits, "for float");
@@ -193,7 +195,7 @@ template <typename T> [[gnu::always_inline]] inline unsigned long long BitsOf(T 
     return bits;
 }
 
-template <> [[gnu::always_inline]] inline unsigned long long BitsOf(double number)
+template <> HSL_AT_CALL inline unsigned long long BitsOf(double number)
 {
     unsigned long long bits;
     std::memcpy(&bits, &number, sizeof bits);
@@ -201,7 +203,7 @@ template <> [[gnu::always_inline]] inline unsigned long long BitsOf(double numbe
 }
 
 // The number's bytes, in the low end.
-[[gnu::always_inline]] inline unsigned long long NumberBits(const CValue& value)
+HSL_AT_CALL inline unsigned long long NumberBits(const CValue& value)
 {
     switch (value.mType) {
     case kInt8:
@@ -233,8 +235,7 @@ template <> [[gnu::always_inline]] inline unsigned long long BitsOf(double numbe
     }
 }
 
-[[gnu::always_inline]] inline unsigned char* StoreNumber(unsigned char* at, unsigned int size,
-                                                         unsigned long long bits)
+HSL_AT_CALL inline unsigned char* StoreNumber(unsigned char* at, unsigned int size, unsigned long long bits)
 {
     switch (size) {
     case 1:
@@ -250,8 +251,7 @@ template <> [[gnu::always_inline]] inline unsigned long long BitsOf(double numbe
     }
 }
 
-// The three steps of a value, made for code that knows its type ...
-[[gnu::always_inline]] inline CRecordValue MeasureKnownValue(const CValue& value)
+HSL_AT_CALL inline CRecordValue MeasureValue(const CValue& value)
 {
     switch (value.mType) {
     case kString:
@@ -265,47 +265,20 @@ template <> [[gnu::always_inline]] inline unsigned long long BitsOf(double numbe
     }
 }
 
-[[gnu::always_inline]] inline unsigned char* StoreKnownValue(const cb_control* control, unsigned char* at,
-                                                             CRecordValue value)
+HSL_AT_CALL inline unsigned char* StoreValue(const cb_control* control, unsigned char* at, CRecordValue value)
 {
     at = StoreField(at, value.mType);
     return IsText(value.mType) ? StoreText(control, at, value.mText)
                                : StoreNumber(at, NumberSize(value.mType), value.mBits);
 }
 
-[[gnu::always_inline]] inline void PublishKnownValue(CRecordPublisher& publisher, CRecordValue value)
+HSL_AT_CALL inline void PublishValue(CRecordPublisher& publisher, CRecordValue value)
 {
     publisher.Pass(1);
     if (IsText(value.mType)) {
         publisher.PassText(value.mText);
     } else if (NumberSize(value.mType) != 0) {
         publisher.Pass(NumberSize(value.mType));
-    }
-}
-
-// ... and for any value, out of line.
-CRecordValue MeasureAnyValue(CValue value);
-unsigned char* StoreAnyValue(const cb_control* control, unsigned char* at, CRecordValue value);
-CRecordPublisher PublishAnyValue(CRecordPublisher publisher, CRecordValue value);
-
-[[gnu::always_inline]] inline CRecordValue MeasureValue(const CValue& value)
-{
-    return __builtin_constant_p(value.mType) ? MeasureKnownValue(value) : MeasureAnyValue(value);
-}
-
-[[gnu::always_inline]] inline unsigned char* StoreValue(const cb_control* control, unsigned char* at,
-                                                        CRecordValue value)
-{
-    return __builtin_constant_p(value.mType) ? StoreKnownValue(control, at, value)
-                                             : StoreAnyValue(control, at, value);
-}
-
-[[gnu::always_inline]] inline void PublishValue(CRecordPublisher& publisher, CRecordValue value)
-{
-    if (__builtin_constant_p(value.mType)) {
-        PublishKnownValue(publisher, value);
-    } else {
-        publisher = PublishAnyValue(publisher, value);
     }
 }
 

@@ -6,7 +6,7 @@ namespace HSL {
 
 int CValue::Serialize(CCircularBuffer* buffer) const
 {
-    WriteValue(*buffer, MeasureAnyValue(*this));
+    WriteValue(*buffer, MeasureValue(*this));
     return 0;
 }
 
