@@ -135,9 +135,9 @@ void addParameter(Entries& entries, const HostText& parameter)
     Text key = text.substr(0, equals);
     const Text value = text.substr(equals + 1, text.find(U'=', equals + 1) - equals - 1);
     if (key == U"ver") {
-        key = U"BreakpadVersion";
+        key = Text(U"BreakpadVersion");
     } else if (key == U"prod") {
-        key = U"BreakpadProduct";
+        key = Text(U"BreakpadProduct");
     }
     entries[key] = value;
 }
@@ -163,8 +163,8 @@ void init(FuzzInput& input, unsigned int kind)
     const std::string builtIn = FALLCATCH_DEFAULT_URL;
     const Text otherwise = urlCounts ? url.Value() : Text(builtIn.begin(), builtIn.end());
     expected[U"BreakpadURL"] = hasServer ? server.Value() : otherwise;
-    expected[U"BreakpadServerType"] = U"socorro";
-    expected[U"BreakpadReportInterval"] = U"0";
+    expected[U"BreakpadServerType"] = Text(U"socorro");
+    expected[U"BreakpadReportInterval"] = Text(U"0");
 
     int count = input.SignedByte();
     std::vector<HostText> parameters;
