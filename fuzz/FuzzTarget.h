@@ -56,7 +56,7 @@ public:
         mLeft -= taken;
         return bytes;
     }
-    std::string Rest() { return Bytes(mLeft); }
+    std::string Rest() { return Bytes(SIZE_MAX); }
 
 private:
     const std::uint8_t* mNext;

@@ -1,7 +1,8 @@
 // Any bytes in the rings, through the renderer alone or through two whole collection passes, compared with a model.
 //
 // Input, one byte each where nothing is said:
-//     kind: bit 0 the structured callback, bit 1 a UTF-8 locale, bit 2 the renderer alone, bit 3 it only consumes
+//     kind: bit 0 the structured callback, bit 1 a UTF-8 locale, bit 2 the renderer alone, bit 3 it only consumes,
+//         bit 4 the bytes of rings are recipes for records, and a claim of 0 to 63 stands for as many as there are
 //     categories let through: bit c for all those that are c modulo 8
 //     number of registered formats, modulo 4; each a length, modulo 64, bit 7 for a wide one, and its text
 //     number of contexts less one, modulo 3; for each one:
@@ -9,12 +10,13 @@
 //         how far its ring has been used before (2 bytes), bytes that it is larger than needed, modulo 8
 //         records that it claims to have in the first pass and in the second (signed)
 //         length of its bytes for each pass (2 bytes both), and those; the last one gets all that is left
-// In bytes for the second pass and in formats a "%" that must not be tried becomes "_" before anything is run.
+// In formats, wherever they lie, a "%" that must not be tried becomes "_" before anything is run.
 #include "hslog/HSL.h"
 
 #include "CircularBuffer.h"
 #include "FuzzTarget.h"
 #include "RecordModel.h"
+#include "RecordRecipe.h"
 
 #include <clocale>
 #include <ctime>
@@ -29,6 +31,7 @@ struct Scenario {
     bool onlyRender = false;
     bool render = true;
     bool utf8 = false;
+    bool assembled = false;
     RecordModel model; // as it is before anything is read
     std::vector<ModelContext> contexts;
     struct Ring {
@@ -39,6 +42,19 @@ struct Scenario {
     };
     std::vector<Ring> rings;
 };
+
+// Takes the bytes of one pass.
+void readBytes(FuzzInput& input, std::size_t size, const Scenario& scenario, int& claimed, std::string& bytes)
+{
+    const std::string taken = input.Bytes(size);
+    if (!scenario.assembled) {
+        bytes += taken;
+        return;
+    }
+    const AssembledRecords records = assembledRecords(taken, !scenario.onlyRender);
+    bytes += records.bytes;
+    claimed = claimed >= 0 && claimed < 64 ? records.count : claimed;
+}
 
 void readContext(FuzzInput& input, bool last, Scenario& scenario)
 {
@@ -52,9 +68,9 @@ void readContext(FuzzInput& input, bool last, Scenario& scenario)
     }
     const std::size_t first = input.Two();
     const std::size_t second = input.Two();
-    context.ring.bytes = input.Bytes(first);
+    readBytes(input, first, scenario, ring.counts[0], context.ring.bytes);
     ring.sizes[0] = context.ring.bytes.size();
-    context.ring.bytes += last ? input.Rest() : input.Bytes(second);
+    readBytes(input, last ? SIZE_MAX : second, scenario, ring.counts[1], context.ring.bytes);
     ring.sizes[1] = context.ring.bytes.size() - ring.sizes[0];
     scenario.contexts.push_back(context);
     scenario.rings.push_back(ring);
@@ -68,6 +84,7 @@ Scenario readScenario(FuzzInput& input)
     scenario.utf8 = (kind & 2) != 0;
     scenario.onlyRender = (kind & 4) != 0;
     scenario.render = (kind & 8) == 0;
+    scenario.assembled = (kind & 16) != 0;
     const unsigned int filter = input.Byte();
     for (unsigned int category = 0; category < 256; ++category) {
         scenario.model.mFilter[category] = (filter >> category % 8 & 1) != 0;
