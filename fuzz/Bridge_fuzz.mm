@@ -1,9 +1,11 @@
 // The bridge on any host texts and any command line, compared with models of what each call has to do.
 //
 // Input: bit 0 of the first byte chooses the call.
-//     FallcatchInit: bit 1 the user default "serverName", a text, is set; bit 2 the list is null; the URL, a text; the
+//     FallcatchInit: bit 1 the user default "serverName", a text, is set; bit 2 the list is null; the URL, a
+//     text; the
 //         count (signed, never more than the list has); then parameters, texts, to the end.
-//     GetTestCommandsList: words to the end, each its number in the list of known ones or, from there on, a text.
+//     GetTestCommandsList: words to the end, each its number in the list of known ones or, from there on, a
+//     text.
 // A text: its length in units, modulo 64; bit 6 for units of 4 bytes instead of one; 255 for a null text.
 #include "fallcatch.h"
 
@@ -65,8 +67,8 @@ HostText takeText(FuzzInput& input)
     return text;
 }
 
-// Foundation takes a character and the marks combined with it for one, so that a "=" with a mark does not separate
-// and "ver" with one is another key. Where the marks begin and end is its own business.
+// Foundation takes a character and the marks combined with it for one, so that a "=" with a mark does not
+// separate and "ver" with one is another key. Where the marks begin and end is its own business.
 bool hasMarks(const Text& text)
 {
     NSCharacterSet* marks = [NSCharacterSet nonBaseCharacterSet];
@@ -91,7 +93,8 @@ Text textOf32(NSString* string)
     Text text;
     for (NSUInteger i = 0; i < [string length]; ++i) {
         const char32_t unit = [string characterAtIndex:i];
-        if (unit >= 0xDC00 && unit <= 0xDFFF && !text.empty() && text.back() >= 0xD800 && text.back() <= 0xDBFF) {
+        if (unit >= 0xDC00 && unit <= 0xDFFF && !text.empty() && text.back() >= 0xD800
+            && text.back() <= 0xDBFF) {
             text.back() = 0x10000 + (text.back() - 0xD800) * 0x400 + (unit - 0xDC00);
         } else {
             text += unit;
@@ -147,7 +150,8 @@ void setServerName(const HostText* text)
     NSUserDefaults* defaults = [NSUserDefaults standardUserDefaults];
     [defaults removeVolatileDomainForName:NSArgumentDomain];
     if (text != nullptr) {
-        [defaults setVolatileDomain:[NSDictionary dictionaryWithObject:stringOf(text->Value()) forKey:@"serverName"]
+        [defaults setVolatileDomain:[NSDictionary dictionaryWithObject:stringOf(text->Value())
+                                                                forKey:@"serverName"]
                             forName:NSArgumentDomain];
     }
 }
@@ -187,11 +191,13 @@ void init(FuzzInput& input, unsigned int kind)
     int reporter = 0;
     setReporterToReturn(&reporter);
     void* unread = reinterpret_cast<void*>(1);
-    fuzzRequire(FallcatchInit(unread, url.Pointer(), unread, noList ? nullptr : list.data(), count) == &reporter,
+    fuzzRequire(FallcatchInit(unread, url.Pointer(), unread, noList ? nullptr : list.data(), count)
+                    == &reporter,
                 "another reporter");
     NSMutableDictionary* configuration = lastConfiguration();
     const Entries real = entriesOf(configuration);
-    fuzzRequire(marks || real == expected, "the configuration\n" + shown(real) + "instead of\n" + shown(expected));
+    fuzzRequire(marks || real == expected,
+                "the configuration\n" + shown(real) + "instead of\n" + shown(expected));
     [configuration release]; // the recorder's
     [configuration release]; // the bridge's own, which it never lets go
 }
@@ -208,14 +214,14 @@ void replaceArguments()
     using AnyFunction = void (*)();
     Class info = [[NSProcessInfo processInfo] class];
     const SEL selector = @selector(arguments);
-    class_replaceMethod(info, selector,
-                        reinterpret_cast<IMP>(reinterpret_cast<AnyFunction>(fuzzedArguments)),
+    class_replaceMethod(info, selector, reinterpret_cast<IMP>(reinterpret_cast<AnyFunction>(fuzzedArguments)),
                         method_getTypeEncoding(class_getInstanceMethod(info, selector)));
 }
 
-const std::vector<Text> kWords = { U"TC_AR",    U"TC_GC",          U"TC_DIV0",
-                                   U"TC_DER0",  U"TC_PUREV",       U"TC_RECOVERABLE",
-                                   U"TC_NONRECOVERABLE", U"TC_CONSTRUCTWITHNULL", U"-tcmt", U"-tcwt" };
+const std::vector<Text> kWords
+    = { U"TC_AR",    U"TC_GC",          U"TC_DIV0",           U"TC_DER0",
+        U"TC_PUREV", U"TC_RECOVERABLE", U"TC_NONRECOVERABLE", U"TC_CONSTRUCTWITHNULL",
+        U"-tcmt",    U"-tcwt" };
 constexpr std::size_t kCrashTypes = 8;
 
 // The words behind the first switch do not matter but for the next one.

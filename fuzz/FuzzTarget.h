@@ -1,7 +1,7 @@
 // What a fuzz target is made of: its one function, a reader of the input, and a check.
 //
-// An own reader rather than the one that comes with clang: corpora are replayed in builds by other compilers too,
-// and one that takes every field from the front lets seeds be written and read by hand.
+// An own reader rather than the one that comes with clang: corpora are replayed in builds by other compilers
+// too, and one that takes every field from the front lets seeds be written and read by hand.
 #ifndef FALLCATCH_FUZZ_TARGET_H
 #define FALLCATCH_FUZZ_TARGET_H
 

@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <string>
 
-// One, two or four bytes a unit, the lowest first. Where the fourth byte is below F0 only 21 bits count, else hardly
-// a unit of UTF-32 would be a character.
+// One, two or four bytes a unit, the lowest first. Where the fourth byte is below F0 only 21 bits count, else
+// hardly a unit of UTF-32 would be a character.
 inline UnicodeUnits fuzzUnits(const std::string& bytes, UnicodeForm form)
 {
     const std::size_t width = form == UnicodeForm::utf8 ? 1 : (form == UnicodeForm::utf16 ? 2 : 4);

@@ -7,7 +7,7 @@
 namespace {
 
 constexpr std::size_t kNone = std::string::npos;
-constexpr unsigned long kWidest = 70000; // above what a piece can hold
+constexpr unsigned long kWidest = 70000;    // above what a piece can hold
 constexpr unsigned long kMostDigits = 2000; // of a real number, where each one costs time
 constexpr char kFlags[] = "-+ #0'I";
 // Neither flags nor digits, and no letters: those of one C library or another mean something.
@@ -102,9 +102,16 @@ private:
         const struct {
             const char* length;
             std::size_t size;
-        } kSizes[] = { { "hh", 1 }, { "h", 2 }, { "", sizeof(int) }, { "l", sizeof(long) }, { "ll", 8 },
-                       { "q", 8 }, { "j", sizeof(std::intmax_t) }, { "z", sizeof(std::size_t) },
-                       { "Z", sizeof(std::size_t) }, { "t", sizeof(std::ptrdiff_t) } };
+        } kSizes[] = { { "hh", 1 },
+                       { "h", 2 },
+                       { "", sizeof(int) },
+                       { "l", sizeof(long) },
+                       { "ll", 8 },
+                       { "q", 8 },
+                       { "j", sizeof(std::intmax_t) },
+                       { "z", sizeof(std::size_t) },
+                       { "Z", sizeof(std::size_t) },
+                       { "t", sizeof(std::ptrdiff_t) } };
         for (const auto& known : kSizes) {
             if (mLength == known.length) {
                 return known.size;

@@ -1,5 +1,5 @@
-// Which formats may be tried: the renderer trusts the host's formats, so a fuzzer has to keep away from those that
-// never come to an end and from those that the C library itself must not be given.
+// Which formats may be tried: the renderer trusts the host's formats, so a fuzzer has to keep away from those
+// that never come to an end and from those that the C library itself must not be given.
 #ifndef FALLCATCH_FUZZ_RECORD_FORMATS_H
 #define FALLCATCH_FUZZ_RECORD_FORMATS_H
 
@@ -25,11 +25,12 @@ struct FormattedValue {
 // A search for a conversion that begins at `position` and never ends.
 std::size_t endlessSearch(const std::string& format, std::size_t position);
 
-// Text that the C library must not be given with that one value, because it would take another type's value or one
-// more, write to memory, or make more text than is sensible.
+// Text that the C library must not be given with that one value, because it would take another type's value or
+// one more, write to memory, or make more text than is sensible.
 //
 // Let through although the C standard does not define it, because glibc does: a lone "%" at the text's end (an
-// error), a conversion of a sign that it does not know (printed as it stands), and a number taken narrower than it is.
+// error), a conversion of a sign that it does not know (printed as it stands), and a number taken narrower than
+// it is.
 std::size_t undefinedConversion(const std::string& text, FormattedValue value);
 
 #endif

@@ -67,8 +67,8 @@ std::vector<wchar_t> takeUTF16AsWide(ModelRing& ring)
     // What follows the first zero is never shown, and does not change what comes before.
     auto end = std::find(units.begin(), units.end() - 1, 0);
     end += end == units.end() - 1 ? 0 : 1;
-    const UnicodeOutcome outcome = modelConversion(UnicodeForm::utf16, UnicodeForm::utf32,
-                                                   UnicodeUnits(units.begin(), end), 65535, false);
+    const UnicodeOutcome outcome =
+        modelConversion(UnicodeForm::utf16, UnicodeForm::utf32, UnicodeUnits(units.begin(), end), 65535, false);
     std::vector<wchar_t> wide;
     for (const std::uint32_t unit : outcome.written) {
         wide.push_back(static_cast<wchar_t>(unit));
@@ -318,9 +318,9 @@ void RecordModel::Pass(std::vector<ModelContext>& contexts)
         }
     }
     for (long long output = 0; output < total && !waiting.empty(); ++output) {
-        const auto smallest = std::min_element(waiting.begin(), waiting.end(), [](const Entry& a, const Entry& b) {
-            return a.sequence < b.sequence;
-        });
+        const auto smallest =
+            std::min_element(waiting.begin(), waiting.end(),
+                             [](const Entry& a, const Entry& b) { return a.sequence < b.sequence; });
         Entry entry = *smallest;
         waiting.erase(smallest);
         Record(*entry.context, entry.sequence);

@@ -1,5 +1,5 @@
-// A slow model of a collection pass and of the renderer, for any bytes in the rings, and at once the place where
-// formats that must not be tried are made harmless.
+// A slow model of a collection pass and of the renderer, for any bytes in the rings, and at once the place
+// where formats that must not be tried are made harmless.
 #ifndef FALLCATCH_FUZZ_RECORD_MODEL_H
 #define FALLCATCH_FUZZ_RECORD_MODEL_H
 
@@ -49,8 +49,8 @@ public:
     bool mStructured = false;
 
     std::vector<std::string> mOutput;
-    // A "%" of a registered format has been replaced by "_": what came before may have been rendered by the format
-    // as it was.
+    // A "%" of a registered format has been replaced by "_": what came before may have been rendered by the
+    // format as it was.
     bool mFormatChanged = false;
 
 private:

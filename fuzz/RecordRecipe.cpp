@@ -10,23 +10,65 @@ namespace {
 
 constexpr int kMostRecords = 20;
 
-constexpr unsigned int kSteps[] = { 0, 1, 9, 10, 59, 60, 99, 100, 101, 3600, 86399, 86400, 1u << 31, 0u - 1, 0u - 100 };
-constexpr unsigned int kMicroseconds[]
-    = { 0, 1, 9, 99999, 100000, 250000, 500000, 999999, 1000000, 1000001, 9999999, 1u << 31, 0u - 1 };
-constexpr int kSequences[] = { 1, 9, 99999, 100000, 999999, 1000000, 2147483640, -1, -99999, -100000, -2147483647 };
+constexpr unsigned int kSteps[] = { 0,   1,    9,     10,    59,       60,     99,      100,
+                                    101, 3600, 86399, 86400, 1u << 31, 0u - 1, 0u - 100 };
+constexpr unsigned int kMicroseconds[] = { 0,      1,       9,       99999,   100000,   250000, 500000,
+                                           999999, 1000000, 1000001, 9999999, 1u << 31, 0u - 1 };
+constexpr int kSequences[] = { 1,          9,  99999,  100000,  999999,     1000000,
+                               2147483640, -1, -99999, -100000, -2147483647 };
 constexpr unsigned char kDepths[] = { 0, 0, 0, 1, 2, 17, 255 };
-constexpr long long kIntegers[]
-    = { 0, 1, -1, 7, 9, 10, 99, 100, 127, 128, -128, -129, 255, 256, 32767, 32768, -32768, 65535, 65536, 99999999,
-        100000000, 999999999, 2147483647, -2147483648LL, 4294967295LL, 4294967296LL, 9999999999999999LL,
-        10000000000000000LL, std::numeric_limits<long long>::max(), std::numeric_limits<long long>::min() };
-constexpr double kReals[] = { 0.0, -0.0, 0.5, 1.5, -2.5, 0.05, 99999.5, 999999.5, 1e-5, 1e21, 1e300, -1e-310,
-                              std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
+constexpr long long kIntegers[] = { 0,
+                                    1,
+                                    -1,
+                                    7,
+                                    9,
+                                    10,
+                                    99,
+                                    100,
+                                    127,
+                                    128,
+                                    -128,
+                                    -129,
+                                    255,
+                                    256,
+                                    32767,
+                                    32768,
+                                    -32768,
+                                    65535,
+                                    65536,
+                                    99999999,
+                                    100000000,
+                                    999999999,
+                                    2147483647,
+                                    -2147483648LL,
+                                    4294967295LL,
+                                    4294967296LL,
+                                    9999999999999999LL,
+                                    10000000000000000LL,
+                                    std::numeric_limits<long long>::max(),
+                                    std::numeric_limits<long long>::min() };
+constexpr double kReals[] = { 0.0,
+                              -0.0,
+                              0.5,
+                              1.5,
+                              -2.5,
+                              0.05,
+                              99999.5,
+                              999999.5,
+                              1e-5,
+                              1e21,
+                              1e300,
+                              -1e-310,
+                              std::numeric_limits<double>::infinity(),
+                              -std::numeric_limits<double>::infinity(),
                               std::numeric_limits<double>::quiet_NaN() };
-constexpr const char* kConversions[]
-    = { "%d", "%i", "%u", "%x", "%X", "%o", "%c", "%s", "%S", "%f", "%g", "%e", "%p", "%hd", "%hu", "%hhd", "%hhu",
-        "%hhx", "%ld", "%lu", "%lx", "%lld", "%llu", "%llX", "%zu", "%jd", "%ls", "%5d", "%-5d|", "%05d", "%+d", "% d",
-        "%.3d", "%.0d", "%#x", "%#o", "%3c", "%10s", "%-10s", "%.2s", "%.0s", "%.2f", "%.0f", "%10.3f", "%G", "%#g",
-        "%'d", "%1$d", "%Lf", "%lf", "%%", "\\%d", "%", "%!", "%5", "%lc", "%C", "%65534d", "%65535d", "%65536s" };
+constexpr const char* kConversions[] = {
+    "%d",  "%i",   "%u",    "%x",   "%X",    "%o",   "%c",   "%s",     "%S",   "%f",      "%g",      "%e",
+    "%p",  "%hd",  "%hu",   "%hhd", "%hhu",  "%hhx", "%ld",  "%lu",    "%lx",  "%lld",    "%llu",    "%llX",
+    "%zu", "%jd",  "%ls",   "%5d",  "%-5d|", "%05d", "%+d",  "% d",    "%.3d", "%.0d",    "%#x",     "%#o",
+    "%3c", "%10s", "%-10s", "%.2s", "%.0s",  "%.2f", "%.0f", "%10.3f", "%G",   "%#g",     "%'d",     "%1$d",
+    "%Lf", "%lf",  "%%",    "\\%d", "%",     "%!",   "%5",   "%lc",    "%C",   "%65534d", "%65535d", "%65536s"
+};
 constexpr unsigned int kLengths[] = { 0, 1, 2, 7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 65, 500 };
 
 template <typename Table> auto pick(FuzzInput& input, const Table& table)
@@ -116,7 +158,8 @@ void addFormat(RecordBytes& record, FuzzInput& input)
 {
     const unsigned int kind = input.Byte();
     if (kind >= 224) {
-        record.Add(static_cast<unsigned char>(kind % 5)).Add(static_cast<short>(static_cast<int>(kind % 8) - 2));
+        record.Add(static_cast<unsigned char>(kind % 5))
+            .Add(static_cast<short>(static_cast<int>(kind % 8) - 2));
         return;
     }
     std::string format;
@@ -140,7 +183,8 @@ AssembledRecords assembledRecords(const std::string& recipe, bool headers)
             seconds += pick(input, kSteps);
             const unsigned int microseconds = pick(input, kMicroseconds);
             const unsigned char depth = pick(input, kDepths);
-            records.Header(static_cast<int>(sequence), seconds, microseconds, depth, { static_cast<int>(input.Byte()) });
+            records.Header(static_cast<int>(sequence), seconds, microseconds, depth,
+                           { static_cast<int>(input.Byte()) });
             sequence += 1 + input.Byte() % 2;
         }
         addFormat(records, input);

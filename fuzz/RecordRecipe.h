@@ -1,5 +1,5 @@
-// Records put together after a recipe, so that a fuzzer need not find the layout of a record to come to those values
-// at which texts change their form.
+// Records put together after a recipe, so that a fuzzer need not find the layout of a record to come to those
+// values at which texts change their form.
 #ifndef FALLCATCH_FUZZ_RECORD_RECIPE_H
 #define FALLCATCH_FUZZ_RECORD_RECIPE_H
 

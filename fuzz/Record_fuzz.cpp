@@ -1,8 +1,11 @@
-// Any bytes in the rings, through the renderer alone or through two whole collection passes, compared with a model.
+// Any bytes in the rings, through the renderer alone or through two whole collection passes, compared with a
+// model.
 //
 // Input, one byte each where nothing is said:
-//     kind: bit 0 the structured callback, bit 1 a UTF-8 locale, bit 2 the renderer alone, bit 3 it only consumes,
-//         bit 4 the bytes of rings are recipes for records, and a claim of 0 to 63 stands for as many as there are
+//     kind: bit 0 the structured callback, bit 1 a UTF-8 locale, bit 2 the renderer alone, bit 3 it only
+//     consumes,
+//         bit 4 the bytes of rings are recipes for records, and a claim of 0 to 63 stands for as many as there
+//         are
 //     categories let through: bit c for all those that are c modulo 8
 //     number of registered formats, modulo 4; each a length, modulo 64, bit 7 for a wide one, and its text
 //     number of contexts less one, modulo 3; for each one:
@@ -140,8 +143,8 @@ void takeLine(const char* line)
 void takeMessage(const char* text, const std::string& context, unsigned char depth, unsigned char count,
                  unsigned char* categories, unsigned int seconds, unsigned int microseconds)
 {
-    gOutput.push_back(structuredOutput(text, context, depth, std::string(categories, categories + count), seconds,
-                                       microseconds));
+    gOutput.push_back(structuredOutput(text, context, depth, std::string(categories, categories + count),
+                                       seconds, microseconds));
 }
 
 // Without a collection thread, and never destroyed.
@@ -227,10 +230,9 @@ void collectAll(const Scenario& scenario)
     std::vector<std::unique_ptr<HSL::CLogContext>> contexts;
     std::vector<std::size_t> written;
     for (std::size_t i = 0; i < scenario.contexts.size(); ++i) {
-        contexts.push_back(std::make_unique<HSL::CLogContext>(scenario.contexts[i].name.c_str(),
-                                                              sizeFor(scenario, i),
-                                                              HSL::CLogContext::MallocFunc,
-                                                              HSL::CLogContext::FreeFunc));
+        contexts.push_back(
+            std::make_unique<HSL::CLogContext>(scenario.contexts[i].name.c_str(), sizeFor(scenario, i),
+                                               HSL::CLogContext::MallocFunc, HSL::CLogContext::FreeFunc));
         use(*contexts[i]->mBuffer, scenario.rings[i].used);
         written.push_back(0);
     }

@@ -118,9 +118,9 @@ private:
             byte = static_cast<char>(++mNextByte);
         }
         const RingModel::Result expected = mModel.write(std::string(offer.begin(), offer.end()), count);
-        const unsigned int code =
-            byClass ? ByClass([&](CCircularBuffer& ring) { return ring.Write(offer.data(), count); })
-                    : cb_write(Control(), offer.data(), &count);
+        const unsigned int code = byClass
+            ? ByClass([&](CCircularBuffer& ring) { return ring.Write(offer.data(), count); })
+            : cb_write(Control(), offer.data(), &count);
         RequireResult(code, count, expected);
     }
 

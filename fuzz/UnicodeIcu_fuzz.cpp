@@ -1,7 +1,7 @@
 // The six converters, strict, against ICU.
 //
-// Both agree on which texts are well-formed and on what becomes of them, but for one thing: behind the lead bytes ED
-// and F4 these converters let a second byte below 80 pass.
+// Both agree on which texts are well-formed and on what becomes of them, but for one thing: behind the lead
+// bytes ED and F4 these converters let a second byte below 80 pass.
 //
 // Input: converter, then the source's bytes.
 #include "FuzzTarget.h"
@@ -30,7 +30,8 @@ template <typename Unit> std::vector<Unit> narrowed(const UnicodeUnits& units)
     return result;
 }
 
-// ICU converts by way of UTF-16. One unit of UTF-16 never comes from less than one source unit, and UTF-32 gives two.
+// ICU converts by way of UTF-16. One unit of UTF-16 never comes from less than one source unit, and UTF-32
+// gives two.
 IcuText toUTF16(UnicodeForm from, const UnicodeUnits& source)
 {
     if (from == UnicodeForm::utf16) {
@@ -46,7 +47,8 @@ IcuText toUTF16(UnicodeForm from, const UnicodeUnits& source)
     } else {
         u_strFromUTF32(target.data(), room, &length, narrowed<UChar32>(source).data(), size, &error);
     }
-    return { U_SUCCESS(error) != 0, UnicodeUnits(target.data(), target.data() + (U_SUCCESS(error) ? length : 0)) };
+    return { U_SUCCESS(error) != 0,
+             UnicodeUnits(target.data(), target.data() + (U_SUCCESS(error) ? length : 0)) };
 }
 
 IcuText fromUTF16(UnicodeForm to, const UnicodeUnits& source)
@@ -59,8 +61,8 @@ IcuText fromUTF16(UnicodeForm to, const UnicodeUnits& source)
     if (to == UnicodeForm::utf8) {
         std::vector<char> target(3 * source.size() + 1);
         u_strToUTF8(target.data(), static_cast<int32_t>(target.size()), &length, units.data(), size, &error);
-        std::transform(target.begin(), target.begin() + (U_SUCCESS(error) ? length : 0), std::back_inserter(result),
-                       [](char byte) { return static_cast<unsigned char>(byte); });
+        std::transform(target.begin(), target.begin() + (U_SUCCESS(error) ? length : 0),
+                       std::back_inserter(result), [](char byte) { return static_cast<unsigned char>(byte); });
     } else {
         std::vector<UChar32> target(source.size() + 1);
         u_strToUTF32(target.data(), static_cast<int32_t>(target.size()), &length, units.data(), size, &error);

@@ -1,6 +1,7 @@
 // The six converters against the slow model, on any units.
 //
-// Input: converter, flags, room in the target (2 bytes), offset of both texts in memory, then the source's bytes.
+// Input: converter, flags, room in the target (2 bytes), offset of both texts in memory, then the source's
+// bytes.
 #include "KxUnicode.h"
 
 #include "FuzzTarget.h"
