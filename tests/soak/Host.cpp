@@ -82,7 +82,7 @@ void Host::RunPeriod(unsigned int milliseconds)
     }
     CLogManager* manager = HSL::LogManager();
     // From the smallest ring in which dropping ends below the level at which it starts.
-    manager->mDefaultContextSize = 16384u << mRandom.Below(5);
+    manager->mDefaultContextSize = 16384u << mRandom.Below(6);
     mFilterMoved = false;
     mLedger.Begin(mNextThread, KxLoadRelaxed(manager->mSequence));
     mThreadsAtOnce = 2 + (mRandom.Below(3) == 0 ? mRandom.Below(kMostThreads - 1) : mRandom.Below(15));

@@ -3,7 +3,8 @@
 
 #include "Allocations.h"
 #include "BareManager.h"
-#include "hslog/HSLLogContext.h"
+#include "Interpose.h"
+#include "hslog/HSL.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,7 @@
 #include <new>
 #include <string>
 #include <thread>
+#include <vector>
 
 using HSL::CLogContext;
 using HSL::CLogManager;
@@ -154,4 +156,91 @@ TEST_F(CLogManagerAllocation, ManagerThatCannotBeMadeLeavesNothingBehind)
     CLogManager* made = nullptr;
     EXPECT_GE(FailEveryAllocation([&] { made = new CLogManager; }, [] { return true; }), 3);
     delete made;
+}
+
+// A failure anywhere in a pass is the end of that pass only.
+TEST_F(CLogManagerAllocation, PassThatRunsOutOfMemoryAnywhereLeavesTheLockFreeAndLaterOnesGoOn)
+{
+    SavedCallbacks saved;
+    static std::vector<std::string>* lines;
+    std::vector<std::string> seen;
+    lines = &seen;
+    mManager->SetFilterValue(3, true);
+    CLogContext* first = mManager->GetTLSContext();
+    CLogContext second("second", 65536, CLogContext::MallocFunc, CLogContext::FreeFunc);
+    int failures = 0;
+    for (; failures < kMoreThanAnyOperationNeeds; ++failures) {
+        // Nothing is kept of what the callback is given, so that only the pass allocates.
+        mManager->SetOutputCallback([](const char*) {});
+        first->Log(HSL::CCat(3), "%s and %s", mLong.c_str(), mLong.c_str());
+        second.Log(HSL::CCat(3), mLong.c_str());
+        const Allocations::Watch watch;
+        bool failed = false;
+        Allocations::FailNewAfter(failures);
+        try {
+            mManager->Collect();
+        } catch (const std::bad_alloc&) {
+            failed = true;
+        }
+        Allocations::CancelFailure();
+        EXPECT_EQ(LockCountOf(*mManager), 0);
+        EXPECT_EQ(watch.Kept(), 0) << "allocation " << failures;
+        // What the failed pass left behind comes out or is skipped; then everything is as before.
+        mManager->Collect();
+        mManager->SetOutputCallback([](const char* line) { lines->push_back(line); });
+        first->Log(HSL::CCat(3), "next %d", failures);
+        mManager->Collect();
+        ASSERT_EQ(seen.size(), static_cast<std::size_t>(failures) + 1) << "allocation " << failures;
+        EXPECT_NE(seen.back().find("next " + std::to_string(failures) + "\n"), std::string::npos) << seen.back();
+        if (!failed) {
+            break;
+        }
+    }
+    EXPECT_GE(failures, 1);
+    EXPECT_LT(failures, kMoreThanAnyOperationNeeds);
+    EXPECT_TRUE(IsLockFree());
+}
+
+// Whatever Initialize had no memory for, the module either has no manager or one that works.
+TEST(CLogManagerInitializeAllocation, FailureLeavesNoManagerOrOneThatCanBeUsedAndCleanedUp)
+{
+    CleanModule clean;
+    SavedCallbacks saved;
+    static int lines;
+    lines = 0;
+    int without = 0;
+    int with = 0;
+    for (int successes = 0; successes < kMoreThanAnyOperationNeeds; ++successes) {
+        Interposed hooks;
+        HeldCollectionThread held(hooks);
+        const Allocations::Watch watch;
+        bool failed = false;
+        Allocations::FailNewAfter(successes);
+        try {
+            CLogManager::Initialize();
+        } catch (const std::bad_alloc&) {
+            failed = true;
+        }
+        Allocations::CancelFailure();
+        if (!failed) {
+            CLogManager::Cleanup();
+            break;
+        }
+        if (!CLogManager::IsInitialized()) {
+            ++without;
+            EXPECT_EQ(watch.Kept(), 0) << "allocation " << successes;
+            EXPECT_EQ(held.mCreated, 0);
+            continue;
+        }
+        ++with;
+        EXPECT_EQ(held.mCreated, 1);
+        HSL::LogManager()->SetOutputCallback([](const char*) { ++lines; });
+        HSL::LogManager()->SetEnable(true);
+        HSL::LogManager()->SetFilterValue(3, true);
+        HSL::HSLog(HSL::CCat(3), "message");
+        CLogManager::Cleanup();
+        EXPECT_EQ(lines, with);
+    }
+    EXPECT_GE(without, 3);
+    EXPECT_GE(with, 4);
 }

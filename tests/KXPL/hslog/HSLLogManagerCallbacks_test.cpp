@@ -2,9 +2,13 @@
 #include "hslog/HSLLogManager.h"
 
 #include "BareManager.h"
+#include "SingleStep.h"
 #include "hslog/HSLLogContext.h"
 
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -86,6 +90,24 @@ TEST_F(CLogManagerCallbacks, LinesGoToStandardErrorAtFirst)
     EXPECT_EQ(line.substr(line.find('\t') + 1), "message\n");
 }
 
+TEST_F(CLogManagerCallbacks, FullDiskBehindStandardErrorLosesItsLinesOnly)
+{
+    const int full = open("/dev/full", O_WRONLY);
+    const int saved = dup(STDERR_FILENO);
+    ASSERT_GE(full, 0);
+    ASSERT_GE(saved, 0);
+    ASSERT_GE(dup2(full, STDERR_FILENO), 0);
+    OutputOneRecord();
+    dup2(saved, STDERR_FILENO);
+    close(full);
+    close(saved);
+    testing::internal::CaptureStderr();
+    OutputOneRecord();
+    const std::string line = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(line.find("     2"), 0u) << line;
+    EXPECT_EQ(line.substr(line.find('\t') + 1), "message\n");
+}
+
 TEST_F(CLogManagerCallbacks, PlainSetterStoresAndReturnsThePreviousPlainOne)
 {
     mManager->SetOutputCallback(countPlain);
@@ -121,6 +143,24 @@ TEST_F(CLogManagerCallbacks, StructuredSetterTakesThePlainCallbackOutOfForce)
     EXPECT_EQ(gPlainLines, 0);
     EXPECT_EQ(gStructuredLines, 1);
     EXPECT_EQ(mManager->GetOutputCallback(), countPlain);
+}
+
+TEST_F(CLogManagerCallbacks, StructuredKindComesIntoForceBeforeItsCallback)
+{
+    int looks = 0;
+    bool early = false;
+    {
+        const SingleStep step([&] {
+            ++looks;
+            early = early
+                || (mManager->GetOutputCallbackType() == CLogManager::kStructuredCallback
+                    && mManager->GetStructuredOutputCallback() == nullptr);
+        });
+        mManager->SetStructuredOutputCallback(countStructured);
+    }
+    EXPECT_GT(looks, 3);
+    EXPECT_TRUE(early);
+    EXPECT_EQ(mManager->GetOutputCallbackType(), CLogManager::kStructuredCallback);
 }
 
 TEST_F(CLogManagerCallbacks, StructuredSetterCalledAgainBringsItBackIntoForce)

@@ -126,6 +126,10 @@ public:
     // Sets the callback, makes its kind the one in force and returns the one of the same kind before. The
     // other kind's callback stays stored. Callbacks are shared by all managers of a module and survive
     // Cleanup. At first lines go to the standard error stream.
+    //
+    // The kind comes into force before the callback is stored. Until a host has set its first structured
+    // callback none is there, so a pass that runs at that moment may call null: set the first one before
+    // anything is logged.
     OutputCallback SetOutputCallback(OutputCallback callback);
     OutputCallback GetOutputCallback() const;
     StructuredOutputCallback SetStructuredOutputCallback(StructuredOutputCallback callback);
