@@ -25,8 +25,8 @@ void takeLine(const char* line)
     gLedger->TakeLine(line);
 }
 
-void takeMessage(const char* text, const std::string& context, unsigned char depth, unsigned char, unsigned char*,
-                 unsigned int, unsigned int)
+void takeMessage(const char* text, const std::string& context, unsigned char depth, unsigned char,
+                 unsigned char*, unsigned int, unsigned int)
 {
     gLedger->Take(0, context, depth, text);
 }
@@ -57,7 +57,8 @@ void Host::MakeManager()
     manager->SetFilterValue(kSteadyCategory, true);
     for (unsigned int i = 0; i < kSwitchedCategories; ++i) {
         manager->SetFilterValue(static_cast<unsigned char>(kFirstSwitchedCategory + i), true);
-        manager->SetCategoryName(static_cast<unsigned char>(kFirstSwitchedCategory + i), "switched by the host");
+        manager->SetCategoryName(static_cast<unsigned char>(kFirstSwitchedCategory + i),
+                                 "switched by the host");
     }
     manager->SetEnable(true);
     mRegistered = 0;
@@ -89,7 +90,8 @@ void Host::RunPeriod(unsigned int milliseconds)
     for (unsigned int i = 0; i < mThreadsAtOnce; ++i) {
         StartWorker();
     }
-    for (const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds); Clock::now() < end;) {
+    for (const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
+         Clock::now() < end;) {
         Change();
         ReplaceEnded();
         std::this_thread::sleep_for(std::chrono::microseconds(mRandom.Below(4000)));

@@ -1,4 +1,5 @@
-// The soak's host: starts threads, changes everything that a host may change while they log, and settles the books.
+// The soak's host: starts threads, changes everything that a host may change while they log, and settles the
+// books.
 #ifndef FALLCATCH_TESTS_SOAK_HOST_H
 #define FALLCATCH_TESTS_SOAK_HOST_H
 
@@ -44,7 +45,7 @@ private:
     std::vector<std::unique_ptr<Worker>> mWorkers; // of this period, ended ones too
     unsigned int mNextThread = 1;
     unsigned int mThreadsAtOnce = 0;
-    unsigned int mRegistered = 0; // format strings of this manager
+    unsigned int mRegistered = 0;   // format strings of this manager
     unsigned int mPlainThreads = 0; // of this manager, whose contexts stay
     bool mFilterMoved = false;
 };

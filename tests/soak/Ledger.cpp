@@ -28,8 +28,8 @@ std::string difference(const std::string& expected, const std::string& seen)
         ++at;
     }
     const std::size_t from = at < 20 ? 0 : at - 20;
-    return " at byte " + std::to_string(at) + "\n  expected ..." + expected.substr(from, 60) + "\n  seen     ..."
-        + seen.substr(from, 60);
+    return " at byte " + std::to_string(at) + "\n  expected ..." + expected.substr(from, 60)
+        + "\n  seen     ..." + seen.substr(from, 60);
 }
 
 } // namespace
@@ -195,7 +195,8 @@ unsigned long long Ledger::SettleLife(const Life& life, bool filterMoved)
         }
     }
     if (next != seen.size()) {
-        Report("thread " + std::to_string(life.thread) + ": a line too many behind its " + std::to_string(next));
+        Report("thread " + std::to_string(life.thread) + ": a line too many behind its "
+               + std::to_string(next));
     }
     return taken;
 }

@@ -2,8 +2,8 @@
 //
 //     soak [--seconds N] [--seed N]
 //
-// Fails when a line was changed, came twice, came out of its thread's order, or is missing without a reason, and
-// when memory grows.
+// Fails when a line was changed, came twice, came out of its thread's order, or is missing without a reason,
+// and when memory grows.
 #include "Host.h"
 
 #include <chrono>
@@ -78,10 +78,10 @@ bool readOptions(int argc, char** argv, Options& options)
 void printSummary(const soak::Totals& sums, double seconds)
 {
     std::printf("%.0f s, %llu threads, %llu calls\n", seconds, sums.threads, sums.calls);
-    std::printf("%llu lines (%llu of them structured, %llu markers), %.1f MB of text\n", sums.lines, sums.structured,
-                sums.markers, megabytes(static_cast<long long>(sums.bytes)));
-    std::printf("%llu discarded, %llu hidden at output, %llu lost with their thread's context\n", sums.discarded,
-                sums.hidden, sums.lost);
+    std::printf("%llu lines (%llu of them structured, %llu markers), %.1f MB of text\n", sums.lines,
+                sums.structured, sums.markers, megabytes(static_cast<long long>(sums.bytes)));
+    std::printf("%llu discarded, %llu hidden at output, %llu lost with their thread's context\n",
+                sums.discarded, sums.hidden, sums.lost);
 }
 
 } // namespace

@@ -13,11 +13,21 @@ constexpr unsigned int kTextBytesPerMessage = 3400;
 const std::vector<const char*>& conversionsOf(unsigned char type)
 {
     static const std::vector<const char*> conversions[] = {
-        { "%hd", "%d", "%4hd" },    { "%hd", "%6d" },          { "%d", "%i", "%08d", "%-7d" },
-        { "%lld", "%20lld" },       { "%hu", "%u", "%#x" },    { "%hu", "%o" },
-        { "%u", "%x", "%08X" },     { "%llu", "%llx" },        { "%f", "%.3f", "%e" },
-        { "%g", "%.17g", "%12.4f" }, { "%ld", "%lx" },          { "%p" },
-        { "%s", "%30s", "%-12s" },  { "%S" },                  { "%S" },
+        { "%hd", "%d", "%4hd" },
+        { "%hd", "%6d" },
+        { "%d", "%i", "%08d", "%-7d" },
+        { "%lld", "%20lld" },
+        { "%hu", "%u", "%#x" },
+        { "%hu", "%o" },
+        { "%u", "%x", "%08X" },
+        { "%llu", "%llx" },
+        { "%f", "%.3f", "%e" },
+        { "%g", "%.17g", "%12.4f" },
+        { "%ld", "%lx" },
+        { "%p" },
+        { "%s", "%30s", "%-12s" },
+        { "%S" },
+        { "%S" },
     };
     return conversions[type - HSL::kInt8];
 }
@@ -121,7 +131,10 @@ void Message::Make(unsigned int thread, unsigned int serial)
     mDepth = static_cast<int>(random.Below(8) == 0 ? random.Below(40) : random.Below(3));
     mText = std::to_string(thread) + "/" + std::to_string(serial);
     const unsigned int kind = random.Below(16);
-    mWay = kind < 2 ? Way::kTextAlone : kind < 4 ? Way::kOneString : kind < 7 ? Way::kKnownTypes : Way::kAnyTypes;
+    mWay = kind < 2 ? Way::kTextAlone
+        : kind < 4  ? Way::kOneString
+        : kind < 7  ? Way::kKnownTypes
+                    : Way::kAnyTypes;
     if (mWay == Way::kTextAlone || mWay == Way::kOneString) {
         mText += literalOf(random);
         if (mWay == Way::kOneString) {
@@ -153,7 +166,8 @@ void Message::AddValue(Random& random, const Shape::Piece& piece)
 {
     // Small numbers as often as large ones, of either sign.
     const unsigned long long bits = random.Next() >> random.Below(64);
-    const long long number = random.Below(2) == 0 ? static_cast<long long>(bits) : -static_cast<long long>(bits >> 1);
+    const long long number =
+        random.Below(2) == 0 ? static_cast<long long>(bits) : -static_cast<long long>(bits >> 1);
     const auto add = [&](auto value) {
         mValues.emplace_back(value);
         Append(piece.conversion, value);

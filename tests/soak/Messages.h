@@ -1,5 +1,5 @@
-// What the soak's threads log: a function of the run's seed, the thread's number and the message's own number, so
-// that whoever sees a line can tell every byte of it.
+// What the soak's threads log: a function of the run's seed, the thread's number and the message's own number,
+// so that whoever sees a line can tell every byte of it.
 #ifndef FALLCATCH_TESTS_SOAK_MESSAGES_H
 #define FALLCATCH_TESTS_SOAK_MESSAGES_H
 

@@ -32,11 +32,11 @@ void logAny(CLogContext& context, const CCat& cat, Format format, const Values& 
         };
     };
     static const Call kCalls[] = {
-        kCall(std::integral_constant<int, 0>()), kCall(std::integral_constant<int, 1>()),
-        kCall(std::integral_constant<int, 2>()), kCall(std::integral_constant<int, 3>()),
-        kCall(std::integral_constant<int, 4>()), kCall(std::integral_constant<int, 5>()),
-        kCall(std::integral_constant<int, 6>()), kCall(std::integral_constant<int, 7>()),
-        kCall(std::integral_constant<int, 8>()), kCall(std::integral_constant<int, 9>()),
+        kCall(std::integral_constant<int, 0>()),  kCall(std::integral_constant<int, 1>()),
+        kCall(std::integral_constant<int, 2>()),  kCall(std::integral_constant<int, 3>()),
+        kCall(std::integral_constant<int, 4>()),  kCall(std::integral_constant<int, 5>()),
+        kCall(std::integral_constant<int, 6>()),  kCall(std::integral_constant<int, 7>()),
+        kCall(std::integral_constant<int, 8>()),  kCall(std::integral_constant<int, 9>()),
         kCall(std::integral_constant<int, 10>()),
     };
     kCalls[values.size()](context, cat, format, values);
@@ -104,7 +104,8 @@ void Worker::Rename(const std::string& suffix)
 
 void Worker::Live()
 {
-    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(mRandom.Below(mPlan.longestLife) + 1);
+    const Clock::time_point end =
+        Clock::now() + std::chrono::milliseconds(mRandom.Below(mPlan.longestLife) + 1);
     CLogContext* context = HSL::LogManager()->GetTLSContext();
     context->SetName(("w" + std::to_string(mLife.thread)).c_str());
     {
@@ -130,7 +131,8 @@ void Worker::Live()
     mHasEnded = true;
 }
 
-// While the context is dropping, only a category that surely passes tells a discarded message from a refused one.
+// While the context is dropping, only a category that surely passes tells a discarded message from a refused
+// one.
 void Worker::LogOnce(CLogContext& context)
 {
     mMessage.Make(mLife.thread, static_cast<unsigned int>(mLife.events.size()));

@@ -1,4 +1,5 @@
-// A thread that logs: bursts of messages with pauses between them, until it is told to stop or its life is over.
+// A thread that logs: bursts of messages with pauses between them, until it is told to stop or its life is
+// over.
 #ifndef FALLCATCH_TESTS_SOAK_WORKER_H
 #define FALLCATCH_TESTS_SOAK_WORKER_H
 
@@ -28,9 +29,9 @@ using ShapeIds = std::array<std::atomic<int>, Shapes::kCount>;
 
 struct Plan {
     unsigned int thread;
-    bool isPlain;     // a thread of the standard library, not a KxThread
-    bool asksForPass; // calls Collect before it ends
-    bool releases;    // a plain thread that releases its context itself, as a KxThread does
+    bool isPlain;              // a thread of the standard library, not a KxThread
+    bool asksForPass;          // calls Collect before it ends
+    bool releases;             // a plain thread that releases its context itself, as a KxThread does
     unsigned int longestLife;  // milliseconds
     unsigned int longestPause; // likewise
     unsigned int longestBurst; // calls

@@ -22,6 +22,18 @@ class CLogContext;
 // logging during Cleanup. Every other operation may be called on any thread while the manager exists. The
 // switch, the filter, category names and callbacks are set without the lock: a log call in flight may or may
 // not see a change. Set category names before threads start.
+//
+// A signal handler must not log: nothing guards a context against a second call in the middle of a first. One
+// that does stays within the ring, but may garble its thread's records. Log calls that handlers merely
+// interrupt lose nothing.
+//
+// A forked child has no collection thread, and the lock may be held there for ever. It may exec, exit, call
+// SetEnable(false), after which every thread of it may call HSLog, or log on the forking thread if that had a
+// context before, which outputs nothing. It must not call anything that takes the lock, nor Cleanup; a logger
+// of its own it cannot have.
+//
+// A host that ends by exit or abort without Cleanup loses its last lines. exit destroys the collection
+// thread's object, so it must not come before that thread's first pass.
 class CLogManager {
 public:
     // Gets a whole line, its newline included; valid during the call. Runs on the collection thread with the
@@ -57,10 +69,20 @@ public:
 
     // Creates the manager, starts the collection thread and names the calling thread's context "Main". Does
     // nothing when a manager is set already.
+    //
+    // A collection thread that the system refuses is not noticed, and none is started again in this process:
+    // then only what the host's own calls of Collect find is output.
+    //
+    // When memory runs out (std::bad_alloc) there is no manager, or one that works but for the caller's
+    // context, which its next log call makes.
     static void Initialize();
     // Adopts the manager of another module, whose collection thread serves both. Whatever was set before is
     // overwritten, not deleted. From then on Cleanup in this module never deletes a manager again, not even
     // one of its own that a later Initialize() makes.
+    //
+    // Contexts keep pointers into the module in which their thread first logged. Before an adopting module is
+    // unloaded, either the owner has cleaned up, or every such thread has ended as a KxThread of that module
+    // or called CleanupTLSContext, and then the module has called Cleanup. Records hold no pointers.
     static void Initialize(CLogManager* other);
     static bool IsInitialized() { return Instance() != nullptr; }
     // Null before Initialize.
@@ -81,6 +103,10 @@ public:
 
     // The calling thread's context, made on first use and named "TID " and the thread's number. Owned by the
     // manager; valid until the manager goes, or the thread ends if it is a KxThread.
+    //
+    // Making it waits for a collection pass to end, so a thread's first log call may take as long as the
+    // callbacks do. If the system has no thread-specific key to give when the manager is made, every call
+    // makes a context, and memory grows.
     CLogContext* GetTLSContext()
     {
         CLogContext* context = mTLSContext.Get();
