@@ -50,6 +50,18 @@ void waitForLines(int lines)
     }
 }
 
+// Runs when exit has destroyed all static objects, if a test sets it: what is registered first is called last.
+void (*gAtTheVeryEnd)() = nullptr;
+
+__attribute__((constructor(101))) void registerTheVeryEnd()
+{
+    std::atexit([] {
+        if (gAtTheVeryEnd != nullptr) {
+            gAtTheVeryEnd();
+        }
+    });
+}
+
 // Forks while the collection thread is in a callback, so that the child's copy of the lock stays held for ever.
 class Fork : public testing::Test {
 protected:
@@ -164,6 +176,35 @@ TEST_F(ProcessEnd, ExitWhileTheCollectionThreadIsInACallback)
             std::exit(4);
         },
         testing::ExitedWithCode(4), "");
+}
+
+// Static objects are gone when the collection thread makes its first steps.
+TEST_F(ProcessEnd, ExitBeforeTheCollectionThreadHasBegun)
+{
+    EXPECT_EXIT(
+        {
+            gHold = true;
+            gLines = 0;
+            gAtTheVeryEnd = [] {
+                gHold = false;
+                waitForLines(1);
+                _exit(6);
+            };
+            static std::atomic<bool> sStarted { false };
+            KxThread::mAtStartFunctions.push_back([] {
+                sStarted = true;
+                while (gHold) {
+                    std::this_thread::yield();
+                }
+            });
+            start([](const char*) { ++gLines; });
+            HSL::HSLog(CCat(3), "message");
+            while (!sStarted) {
+                std::this_thread::yield();
+            }
+            std::exit(0);
+        },
+        testing::ExitedWithCode(6), "");
 }
 
 TEST_F(ProcessEnd, ExitByACallback)

@@ -39,7 +39,27 @@ void defaultOutputCB(const char* line)
 CLogManager::OutputCallback sOutputCB = defaultOutputCB;
 CLogManager::StructuredOutputCallback sStructuredOutputCB = nullptr;
 unsigned char sOutputCallbackType = CLogManager::kPlainCallback;
-CCollectionThread gCollectionThread;
+
+// The module's collection thread. When a host ends without Cleanup the thread still runs, or has yet to begin,
+// while static objects are destroyed; then the object stays as it is.
+union CCollectionThreadHolder {
+    CCollectionThreadHolder()
+        : mThread()
+    {
+    }
+    ~CCollectionThreadHolder()
+    {
+        // Partner: the release in KxThread::ThreadStart, which nothing of the thread follows that uses the
+        // object.
+        if (!KxLoadAcquire(mThread.mPlatformData->mIsRunning)) {
+            mThread.~CCollectionThread();
+        }
+    }
+
+    CCollectionThread mThread;
+};
+CCollectionThreadHolder gHolder;
+CCollectionThread& gCollectionThread = gHolder.mThread;
 
 void eraseEvery(std::vector<CLogContext*>& contexts, const CLogContext* context)
 {

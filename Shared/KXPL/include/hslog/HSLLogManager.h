@@ -32,8 +32,7 @@ class CLogContext;
 // context before, which outputs nothing. It must not call anything that takes the lock, nor Cleanup; a logger
 // of its own it cannot have.
 //
-// A host that ends by exit or abort without Cleanup loses its last lines. exit destroys the collection
-// thread's object, so it must not come before that thread's first pass.
+// A host that ends by exit or abort without Cleanup loses its last lines, and nothing else.
 class CLogManager {
 public:
     // Gets a whole line, its newline included; valid during the call. Runs on the collection thread with the
