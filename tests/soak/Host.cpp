@@ -112,6 +112,7 @@ void Host::Settle(int lastNumber, bool endsManager)
         CLogManager::Cleanup();
     } else {
         HSL::LogManager()->Collect();
+        CheckThatRingsAreEmpty();
     }
     std::vector<const Life*> lives;
     for (const std::unique_ptr<Worker>& worker : mWorkers) {
@@ -119,6 +120,20 @@ void Host::Settle(int lastNumber, bool endsManager)
     }
     mLedger.Settle(lives, lastNumber, mFilterMoved);
     mWorkers.clear();
+}
+
+void Host::CheckThatRingsAreEmpty()
+{
+    CLogManager* manager = HSL::LogManager();
+    const KxLockGuard guard(manager->mLock);
+    for (const HSL::CLogContext* context : manager->mContexts) {
+        const int count = KxLoadAcquire(context->mRecordCount);
+        const unsigned int used = cb_get_num_elem_used(context->mBuffer->mControl);
+        if (count != 0 || used != 0) {
+            mLedger.Report("[" + context->mName + "] is left with " + std::to_string(count) + " records in "
+                           + std::to_string(used) + " bytes");
+        }
+    }
 }
 
 void Host::StartWorker()

@@ -35,6 +35,7 @@ private:
     void Change();
     void ChangeCallback();
     void ReplaceEnded();
+    void CheckThatRingsAreEmpty();
     void Settle(int lastNumber, bool endsManager);
 
     Random mRandom;

@@ -136,15 +136,15 @@ void Worker::Live()
 void Worker::LogOnce(CLogContext& context)
 {
     mMessage.Make(mLife.thread, static_cast<unsigned int>(mLife.events.size()));
-    const bool wasDropping = context.mDropping;
-    const bool switched = !wasDropping && mRandom.Below(3) == 0;
+    cb_control* ring = context.mBuffer->mControl;
+    const Before before { context.mDropping, ring->write_offset, static_cast<int>(cb_get_num_elem_used(ring)) };
+    const bool switched = !before.dropping && mRandom.Below(3) == 0;
     const unsigned char category = switched
         ? static_cast<unsigned char>(kFirstSwitchedCategory + mRandom.Below(kSwitchedCategories))
         : kSteadyCategory;
-    const unsigned int positionBefore = context.mBuffer->mControl->write_offset;
     context.mDepth = mMessage.Depth();
-    LogMessage(context, CCat(category), !wasDropping);
-    mLife.events.push_back({ FateOf(context, wasDropping, positionBefore), switched });
+    LogMessage(context, CCat(category), !before.dropping);
+    mLife.events.push_back({ FateOf(context, before), switched });
 }
 
 void Worker::LogMessage(CLogContext& context, const CCat& cat, bool throughTheSwitch)
@@ -175,22 +175,27 @@ void Worker::LogMessage(CLogContext& context, const CCat& cat, bool throughTheSw
     }
 }
 
-Fate Worker::FateOf(const CLogContext& context, bool wasDropping, unsigned int positionBefore)
+Fate Worker::FateOf(const CLogContext& context, const Before& before)
 {
-    const bool moved = context.mBuffer->mControl->write_offset != positionBefore;
-    if (context.mDropping && wasDropping) {
-        if (moved) {
-            mLife.errors.push_back("a discarded message was written to the ring");
-        }
+    const bool moved = context.mBuffer->mControl->write_offset != before.position;
+    if (before.dropping && context.mDropping) {
+        Require(!moved, "a discarded message was written to the ring");
+        Require(before.used >= context.mLowWater, "a message was discarded below the low water");
         return Fate::kDiscarded;
     }
-    if (wasDropping && !moved) {
-        mLife.errors.push_back("dropping ended without a message");
-    }
+    Require(moved || !before.dropping, "dropping ended without a message");
     if (!moved) {
         return Fate::kRefused;
     }
+    Require(!context.mDropping || before.used >= context.mHighWater, "dropping began below the high water");
     return context.mDropping ? Fate::kMarked : Fate::kWritten;
+}
+
+void Worker::Require(bool holds, const char* otherwise)
+{
+    if (!holds) {
+        mLife.errors.push_back("thread " + std::to_string(mLife.thread) + ": " + otherwise);
+    }
 }
 
 } // namespace soak

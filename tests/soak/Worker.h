@@ -68,7 +68,15 @@ private:
     void Live();
     void LogOnce(HSL::CLogContext& context);
     void LogMessage(HSL::CLogContext& context, const HSL::CCat& cat, bool throughTheSwitch);
-    Fate FateOf(const HSL::CLogContext& context, bool wasDropping, unsigned int positionBefore);
+    // What is known before the call.
+    struct Before {
+        bool dropping;
+        unsigned int position;
+        int used; // at the call no more than that, since only the collector moves meanwhile
+    };
+
+    Fate FateOf(const HSL::CLogContext& context, const Before& before);
+    void Require(bool holds, const char* otherwise);
 
     const Shapes& mShapes;
     const ShapeIds& mIds;
