@@ -1,5 +1,7 @@
 # Settings that every target of this project shares.
 
+option(FALLCATCH_COVERAGE "Have the compiler count what runs, for ./check --coverage" OFF)
+
 # Private to this project: the flags of a host that adds it as a subdirectory stay its own.
 function(fallcatch_target target)
     target_compile_features(${target} PUBLIC cxx_std_17)
@@ -11,6 +13,11 @@ function(fallcatch_target target)
         OBJCXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+    if(FALLCATCH_COVERAGE)
+        # Here and not in the flags of all, so that Breakpad and GoogleTest are not counted. Several threads count.
+        target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+        target_link_options(${target} PUBLIC --coverage)
+    endif()
 endfunction()
 
 # Texts that come out of floating-point sums must be the same on both processors, so 32-bit x86 uses the

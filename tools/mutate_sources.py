@@ -1,0 +1,84 @@
+"""Small mistakes that could be made in a C++ source, found line by line."""
+
+import re
+from dataclasses import dataclass
+
+SWAPS = {
+    "<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==",
+    "&&": "||", "||": "&&",
+    "+": "-", "-": "+", "*": "/", "/": "*", "%": "*", "+=": "-=", "-=": "+=",
+    "<<": ">>", ">>": "<<", "&": "|", "|": "&",
+}
+# Binary operators stand between spaces in this tree, those of types and templates do not.
+OPERATOR = re.compile(r"(?<= )(<<|>>|<=|>=|==|!=|&&|\|\||\+=|-=|[-<>+*/%&|])(?= |$)")
+STEP = re.compile(r"\+\+|--")
+CONSTANT = re.compile(r"(?<![\w.'])(0[xX][0-9a-fA-F]+|[0-9]+)(?=(?:u|ul|ull|U)?(?![\w.']))")
+CONDITION = re.compile(r"^(\s*(?:\} else )?(?:if|while) \()(.*)(\) \{)$")
+ASSIGNMENT = re.compile(r"^\s*[\w.\[\]>*+()-]+ [-+*/|&^]?= .*;$")
+CALL = re.compile(r"^\s*[\w.:>-]+\(.*\);$")
+STEP_ALONE = re.compile(r"^\s*(\+\+|--)?[\w.>-]+(\+\+|--)?;$")
+NO_STATEMENT = re.compile(r"^\s*(return|break|continue|using|typedef|case|default|else|static_assert)\b")
+NO_CODE = re.compile(r"^\s*(#|template\b|static_assert|using\b|namespace\b|extern\b)")
+LONGEST_CHOICE = 8  # of a table's constants, each so many, so that tables do not outnumber code
+TEXT = re.compile(r'"(?:[^"\\]|\\.)*"|\'(?:[^\'\\]|\\.)*\'|//.*')
+
+
+@dataclass(frozen=True)
+class Mutant:
+    file: str
+    line: int  # from 1 on
+    before: str
+    after: str
+    kind: str
+
+    @property
+    def name(self):
+        return f"{self.file}:{self.line}: {self.before.strip()}  ->  {self.after.strip() or ';'}"
+
+
+def without_texts(line):
+    """The line with texts and comments blanked, so that columns stay."""
+    return TEXT.sub(lambda found: "\x01" * len(found.group()), line)
+
+
+def is_statement(previous, line):
+    """Whether the line is one whole statement that something is left to compile without."""
+    starts_anew = not previous.strip("\x01 ") or previous.rstrip("\x01 ")[-1:] in tuple(";{}:")
+    if not starts_anew or NO_STATEMENT.match(line):
+        return False
+    return bool(ASSIGNMENT.match(line) or CALL.match(line) or STEP_ALONE.match(line))
+
+
+def changes_of(previous, line):
+    """Kind and new text of each change to a line; both given without texts, whose columns are the same."""
+    for found in OPERATOR.finditer(line):
+        yield "operator", found.start(), found.end(), SWAPS[found.group()]
+    for found in STEP.finditer(line):
+        yield "step", found.start(), found.end(), "--" if found.group() == "++" else "++"
+    constants = list(CONSTANT.finditer(line))
+    for found in constants if len(constants) <= LONGEST_CHOICE else constants[::LONGEST_CHOICE]:
+        value = int(found.group(), 0)
+        for other in {value + 1, max(value - 1, 0)} - {value}:
+            text = hex(other) if found.group().lower().startswith("0x") else str(other)
+            yield "constant", found.start(), found.end(), text
+    found = CONDITION.match(line)
+    if found:
+        yield "condition", found.start(2), found.end(2), None
+    if is_statement(previous, line.rstrip("\x01 ")):
+        yield "statement", len(line) - len(line.lstrip()), len(line.rstrip("\x01 ")), ";"
+
+
+def mutants_of(name, text):
+    found = []
+    previous = ""
+    for number, whole in enumerate(text.split("\n"), 1):
+        line = without_texts(whole)
+        if NO_CODE.match(line):
+            previous = ";"
+            continue
+        for kind, start, end, new in changes_of(previous, line):
+            replacement = f"!({whole[start:end]})" if new is None else new
+            found.append(Mutant(name, number, whole, whole[:start] + replacement + whole[end:], kind))
+        if line.strip("\x01 "):
+            previous = line
+    return found
