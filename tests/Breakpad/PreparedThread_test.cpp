@@ -1,0 +1,105 @@
+#include "fallcatch_breakpad.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <thread>
+#include <vector>
+
+namespace {
+
+stack_t presentStack()
+{
+    stack_t present = {};
+    sigaltstack(nullptr, &present);
+    return present;
+}
+
+bool hasStack()
+{
+    return (presentStack().ss_flags & SS_DISABLE) == 0;
+}
+
+} // namespace
+
+TEST(PreparedThread, HasAStackForSignalHandlers)
+{
+    std::thread([] {
+        ASSERT_FALSE(hasStack());
+        EXPECT_EQ(FallcatchBreakpadPrepareThread(), 1);
+        EXPECT_TRUE(hasStack());
+        EXPECT_GE(presentStack().ss_size, 128U * 1024);
+    }).join();
+}
+
+TEST(PreparedThread, KeepsItsStackWhenPreparedAgain)
+{
+    std::thread([] {
+        ASSERT_EQ(FallcatchBreakpadPrepareThread(), 1);
+        const void* first = presentStack().ss_sp;
+        EXPECT_EQ(FallcatchBreakpadPrepareThread(), 1);
+        EXPECT_EQ(presentStack().ss_sp, first);
+    }).join();
+}
+
+TEST(PreparedThread, KeepsAStackOfTheHostsThatIsLargeEnough)
+{
+    std::thread([] {
+        std::vector<char> own(256 * 1024);
+        stack_t stack = {};
+        stack.ss_sp = own.data();
+        stack.ss_size = own.size();
+        ASSERT_EQ(sigaltstack(&stack, nullptr), 0);
+        EXPECT_EQ(FallcatchBreakpadPrepareThread(), 1);
+        EXPECT_EQ(presentStack().ss_sp, own.data());
+        stack.ss_flags = SS_DISABLE;
+        sigaltstack(&stack, nullptr);
+    }).join();
+}
+
+TEST(PreparedThread, GetsALargerStackThanASmallOneOfTheHosts)
+{
+    std::thread([] {
+        std::vector<char> own(64 * 1024);
+        stack_t stack = {};
+        stack.ss_sp = own.data();
+        stack.ss_size = own.size();
+        ASSERT_EQ(sigaltstack(&stack, nullptr), 0);
+        EXPECT_EQ(FallcatchBreakpadPrepareThread(), 1);
+        EXPECT_NE(presentStack().ss_sp, own.data());
+        EXPECT_GE(presentStack().ss_size, 128U * 1024);
+    }).join();
+}
+
+TEST(PreparedThread, WithoutMemoryRunsOnWithoutAStack)
+{
+    std::thread([] {
+        rlimit before = {};
+        getrlimit(RLIMIT_AS, &before);
+        const rlimit none = { 0, before.rlim_max };
+        setrlimit(RLIMIT_AS, &none);
+        const int prepared = FallcatchBreakpadPrepareThread();
+        setrlimit(RLIMIT_AS, &before);
+        EXPECT_EQ(prepared, 0);
+        EXPECT_FALSE(hasStack());
+    }).join();
+}
+
+// A stack that nobody would give back is not taken. Needs a process in which no thread was prepared before.
+TEST(PreparedThread, WithoutAFreeKeyRunsOnWithoutAStack)
+{
+    EXPECT_EXIT(
+        {
+            pthread_key_t key;
+            while (pthread_key_create(&key, nullptr) == 0) { }
+            int prepared = -1;
+            bool stack = true;
+            std::thread([&] {
+                prepared = FallcatchBreakpadPrepareThread();
+                stack = hasStack();
+            }).join();
+            std::exit(prepared == 0 && !stack ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
