@@ -12,6 +12,7 @@
 #include <new>
 #include <string>
 #include <thread>
+#include <vector>
 
 using HSL::CLogContext;
 using HSL::CLogManager;
@@ -157,22 +158,24 @@ TEST_F(CLogManagerAllocation, ManagerThatCannotBeMadeLeavesNothingBehind)
     delete made;
 }
 
-// What the rings that such a pass was reading show afterwards is left open; others are in order.
+// A failure anywhere in a pass is the end of that pass only.
 TEST_F(CLogManagerAllocation, PassThatRunsOutOfMemoryAnywhereLeavesTheLockFreeAndLaterOnesGoOn)
 {
     SavedCallbacks saved;
-    static std::string last;
+    static std::vector<std::string>* lines;
+    std::vector<std::string> seen;
+    lines = &seen;
     mManager->SetFilterValue(3, true);
+    CLogContext* first = mManager->GetTLSContext();
+    CLogContext second("second", 65536, CLogContext::MallocFunc, CLogContext::FreeFunc);
     int failures = 0;
-    for (bool failed = true; failed && failures < kMoreThanAnyOperationNeeds; ++failures) {
-        CLogContext first("first", 65536, CLogContext::MallocFunc, CLogContext::FreeFunc);
-        CLogContext second("second", 65536, CLogContext::MallocFunc, CLogContext::FreeFunc);
-        first.Log(HSL::CCat(3), "%s and %s", mLong.c_str(), mLong.c_str());
-        second.Log(HSL::CCat(3), mLong.c_str());
-        // Keeps nothing, so that only the pass allocates.
+    for (; failures < kMoreThanAnyOperationNeeds; ++failures) {
+        // Nothing is kept of what the callback is given, so that only the pass allocates.
         mManager->SetOutputCallback([](const char*) {});
+        first->Log(HSL::CCat(3), "%s and %s", mLong.c_str(), mLong.c_str());
+        second.Log(HSL::CCat(3), mLong.c_str());
         const Allocations::Watch watch;
-        failed = false;
+        bool failed = false;
         Allocations::FailNewAfter(failures);
         try {
             mManager->Collect();
@@ -182,14 +185,19 @@ TEST_F(CLogManagerAllocation, PassThatRunsOutOfMemoryAnywhereLeavesTheLockFreeAn
         Allocations::CancelFailure();
         EXPECT_EQ(LockCountOf(*mManager), 0);
         EXPECT_EQ(watch.Kept(), 0) << "allocation " << failures;
+        // What the failed pass left behind comes out or is skipped; then everything is as before.
         mManager->Collect();
-        CLogContext third("third", 65536, CLogContext::MallocFunc, CLogContext::FreeFunc);
-        mManager->SetOutputCallback([](const char* line) { last = line; });
-        third.Log(HSL::CCat(3), "next %d", failures);
+        mManager->SetOutputCallback([](const char* line) { lines->push_back(line); });
+        first->Log(HSL::CCat(3), "next %d", failures);
         mManager->Collect();
-        EXPECT_NE(last.find("next " + std::to_string(failures) + "\n"), std::string::npos) << last;
+        ASSERT_EQ(seen.size(), static_cast<std::size_t>(failures) + 1) << "allocation " << failures;
+        EXPECT_NE(seen.back().find("next " + std::to_string(failures) + "\n"), std::string::npos)
+            << seen.back();
+        if (!failed) {
+            break;
+        }
     }
-    EXPECT_GT(failures, 1);
+    EXPECT_GE(failures, 1);
     EXPECT_LT(failures, kMoreThanAnyOperationNeeds);
     EXPECT_TRUE(IsLockFree());
 }
