@@ -137,9 +137,12 @@ class Bridge:
         codes = list(self.machine.uc.mem_read(category + 1, self.machine.number(category, 1)))
         line = f"HSLog({codes}, {self.machine.text(text_format)!r}"
         if value:
-            assert self.machine.number(value[0], 1) == POINTER_TAG
-            pointer = self.machine.number(value[0] + self.machine.processor.width)
-            line += f", pointer to {self.world.name(pointer)}"
+            tag = self.machine.number(value[0], 1)
+            if tag == POINTER_TAG:
+                pointer = self.machine.number(value[0] + self.machine.processor.width)
+                line += f", pointer to {self.world.name(pointer)}"
+            else:
+                line += f", a value of tag {tag}"
         self.world.events.append(line + ")")
 
     def _wide(self, text):

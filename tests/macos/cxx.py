@@ -117,9 +117,7 @@ class LoggingSystem(System):
         self.lines = []
         self._slots = {}  # thread-specific values of the one thread that there is
         self._strings = {
-            f"ZNK{STRING[1:]}4findEcm": self._find,
             f"Z{STRING}6appendEPKc": self._append,
-            f"Z{STRING}6appendEPKcm": self._append_counted,
             f"Z{STRING}6assignEPKc": self._assign,
             f"Z{STRING}6assignEPKcm": self._assign_counted,
             f"Z{STRING}aSERKS5_": self._assign_other,
@@ -137,10 +135,6 @@ class LoggingSystem(System):
     def _append(self, machine):
         place, text = machine.arguments(2)
         return self._change(machine, place, lambda old: old + machine.bytes_until_zero(text))
-
-    def _append_counted(self, machine):
-        place, text, count = machine.arguments(3)
-        return self._change(machine, place, lambda old: old + bytes(machine.uc.mem_read(text, count)))
 
     def _assign(self, machine):
         place, text = machine.arguments(2)
@@ -163,10 +157,6 @@ class LoggingSystem(System):
         layout = StringLayout(machine)
         layout.set(place, change(layout.get(place)))
         return place
-
-    def _find(self, machine):
-        place, letter, start = machine.arguments(3)
-        return StringLayout(machine).get(place).find(bytes([letter & 0xFF]), start)
 
     def _to_string(self, machine):
         return self._made(machine, 1, lambda number: str(number).encode())
