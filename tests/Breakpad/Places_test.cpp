@@ -31,6 +31,13 @@ TEST_F(Places, APathLosesItsDetoursAndTrailingSlashes)
     EXPECT_EQ(AbsolutePath("/"), "/");
 }
 
+TEST_F(Places, AProductNamedLikeAFolderAboveGetsAFolderOfItsOwn)
+{
+    EXPECT_EQ(FileNameFor("."), "%.");
+    EXPECT_EQ(FileNameFor(".."), "%..");
+    EXPECT_EQ(FileNameFor("..."), "...");
+}
+
 TEST_F(Places, WhereTheCurrentFolderIsGoneARelativePathStaysRelative)
 {
     ASSERT_EQ(chdir(mFolder.c_str()), 0);

@@ -86,9 +86,10 @@ TEST(PreparedThread, WithoutMemoryRunsOnWithoutAStack)
     }).join();
 }
 
-// A stack that nobody would give back is not taken. Needs a process in which no thread was prepared before.
+// A stack that nobody would give back is not taken.
 TEST(PreparedThread, WithoutAFreeKeyRunsOnWithoutAStack)
 {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process in which no thread was prepared before
     EXPECT_EXIT(
         {
             pthread_key_t key;

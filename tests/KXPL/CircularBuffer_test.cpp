@@ -178,6 +178,16 @@ TEST_F(CircularBuffer, SizeThatWrapsIsRefusedWithoutAsking)
     EXPECT_TRUE(gAskedSizes.empty());
 }
 
+TEST_F(CircularBuffer, RingOfElementsWithoutBytesIsItsHeaderHoweverManyThereAre)
+{
+    cb_control* control = nullptr;
+    EXPECT_EQ(cb_initialize(&control, 0, 0xFFFFFFFFu, recordingMalloc, recordingFree), 0u);
+    ASSERT_NE(control, nullptr);
+    EXPECT_EQ(gAskedSizes, std::vector<int> { static_cast<int>(kHeader) });
+    EXPECT_EQ(cb_get_num_elem_used(control), 0u);
+    cb_destroy(control);
+}
+
 TEST_F(CircularBuffer, InitializeWithoutAPlaceForTheResultIsRefused)
 {
     EXPECT_EQ(cb_initialize(nullptr, 1, 100, recordingMalloc, recordingFree), 4u);

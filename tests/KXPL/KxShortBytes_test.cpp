@@ -44,6 +44,7 @@ TEST(ShortBytes, SearchFindsTheFirst)
             ASSERT_EQ(KXPL::lengthUpTo(text.data(), size, '%'), at);
             std::string bytes = sample(size);
             bytes[at] = '\0';
+            ASSERT_EQ(KXPL::lengthUpToZero(bytes.data(), size), at);
             bytes.back() = '\0';
             ASSERT_EQ(KXPL::lengthUpToZero(bytes.data(), size), at);
         }

@@ -48,6 +48,11 @@ bool isLegal(const UnicodeUnits& units)
 
 } // namespace
 
+TEST(KxUnicodeLegality, NoBytesAreNotLookedAt)
+{
+    EXPECT_FALSE(isLegalUTF8Sequence(nullptr, nullptr));
+}
+
 TEST(KxUnicodeLegality, OneByte)
 {
     EXPECT_TRUE(isLegal({ 0x41 }));

@@ -230,6 +230,15 @@ TEST_F(LogRecord, FormatOf65535BytesIsWhole)
     EXPECT_EQ(Logged(CCat(3), format.c_str()), Header(1).InlineFormat(format).ValueCount(0).Bytes());
 }
 
+TEST_F(LogRecord, LongTextsAreWholeWithoutACopyFunction)
+{
+    mContext.mBuffer->SetCopyFunc(nullptr);
+    const std::string format(33, 'f');
+    const std::string text(500, 't');
+    mContext.Log(CCat(3), format.c_str(), text.c_str());
+    EXPECT_EQ(BytesIn(*mContext.mBuffer), Header(1).InlineFormat(format).ValueCount(1).String(text).Bytes());
+}
+
 TEST_F(LogRecord, DepthIsClampedToAByte)
 {
     const struct {
@@ -260,6 +269,14 @@ TEST_F(LogRecord, TimeIsZeroWhenTheClockCannotBeRead)
         return -1;
     };
     EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), std::string(8, '\0'));
+}
+
+TEST_F(LogRecord, MicrosecondsBeyondTheirSecondCountForItsNeighbour)
+{
+    SetClock(100, -1);
+    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), RecordBytes().Add(99u).Add(999999u).Bytes());
+    SetClock(100, 1000000);
+    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), RecordBytes().Add(101u).Add(0u).Bytes());
 }
 
 TEST_F(LogRecord, LastSecondOfSigned32BitTimeIsExact)
