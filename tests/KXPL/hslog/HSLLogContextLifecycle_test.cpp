@@ -61,6 +61,17 @@ TEST(CLogContextLifecycle, RegistersItselfAfterTheRingWasAllocated)
     EXPECT_EQ(manager->mContexts[0], &context);
 }
 
+TEST(CLogContextLifecycle, WithoutAManagerItHasItsRingAndRecordsNothing)
+{
+    for (const int size : { 0, 5000 }) {
+        CLogContext context("context", size, CLogContext::MallocFunc, CLogContext::FreeFunc);
+        context.Log(HSL::CCat(3), "text %d", 1);
+        EXPECT_EQ(context.mRecordCount, 0);
+        EXPECT_EQ(cb_get_num_elem_used(context.mBuffer->mControl), 0u);
+        EXPECT_EQ(context.mBuffer->mControl->num_elem, static_cast<unsigned int>(size));
+    }
+}
+
 // From the moment of registration the collection thread may look at the context.
 TEST(CLogContextLifecycle, IsCompleteWhenItTakesTheLockToRegisterItself)
 {

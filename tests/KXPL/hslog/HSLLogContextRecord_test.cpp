@@ -230,6 +230,21 @@ TEST_F(LogRecord, FormatOf65535BytesIsWhole)
     EXPECT_EQ(Logged(CCat(3), format.c_str()), Header(1).InlineFormat(format).ValueCount(0).Bytes());
 }
 
+TEST_F(LogRecord, TextsOfEverySizeAreWholeWhateverLiesAroundThem)
+{
+    for (std::size_t size = 0; size <= 70; ++size) {
+        std::string around(size + 80, '#');
+        for (std::size_t i = 0; i < size; ++i) {
+            around[40 + i] = static_cast<char>('!' + 1 + i);
+        }
+        around[40 + size] = '\0';
+        const char* text = around.data() + 40;
+        EXPECT_EQ(Logged(CCat(3), text, text),
+                  Header(static_cast<int>(size) + 1).InlineFormat(text).ValueCount(1).String(text).Bytes())
+            << size;
+    }
+}
+
 TEST_F(LogRecord, LongTextsAreWholeWithoutACopyFunction)
 {
     mContext.mBuffer->SetCopyFunc(nullptr);
