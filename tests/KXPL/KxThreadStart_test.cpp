@@ -92,6 +92,13 @@ TEST(KxThreadPriority, StepsBelowTheMiddleAreTwiceAsLargeAsThoseAbove)
     }
 }
 
+// A system that cannot tell an end of its range answers -1.
+TEST(KxThreadPriority, EndsOfARangeUpsideDownAreHeldToEachOther)
+{
+    EXPECT_EQ(schedulingPriority(1000, 1, -1), -1);
+    EXPECT_EQ(schedulingPriority(1015, 1, -1), 1);
+}
+
 TEST(KxThreadPriority, EndsAreExactForAnOddRange)
 {
     EXPECT_EQ(schedulingPriority(1000, 1, 100), 1);

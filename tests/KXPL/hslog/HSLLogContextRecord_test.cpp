@@ -245,6 +245,30 @@ TEST_F(LogRecord, TextsOfEverySizeAreWholeWhateverLiesAroundThem)
     }
 }
 
+TEST_F(LogRecord, UTF16TextOf65535UnitsIsWholeAndALongerOneIsCut)
+{
+    for (const std::size_t units : { 65535u, 65536u }) {
+        CLogContext context("context", 1 << 18, CLogContext::MallocFunc, CLogContext::FreeFunc);
+        std::vector<unsigned short> text(units, 'u');
+        text.push_back(0);
+        context.Log(CCat(3), "f", static_cast<const unsigned short*>(text.data()));
+        const std::size_t before = Header(1).InlineFormat("f").ValueCount(1).Bytes().size();
+        EXPECT_EQ(UsedIn(*context.mBuffer), before + 3 + 2 * 65535u);
+    }
+}
+
+TEST_F(LogRecord, RecordWithAnIdAcrossTheRingsEndIsLikeAnyOther)
+{
+    CLogContext context("context", 65536, CLogContext::MallocFunc, CLogContext::FreeFunc);
+    SetUsed(*context.mBuffer, 61000);
+    TakeFrom(*context.mBuffer, 61000);
+    SetUsed(*context.mBuffer, 4520);
+    TakeFrom(*context.mBuffer, 4520);
+    context.Log(CCat(3), static_cast<short>(7), CValue(5));
+    EXPECT_EQ(context.mRecordCount, 1);
+    EXPECT_EQ(BytesIn(*context.mBuffer), Header(1).AddRaw(Raw({ 3, 7, 0, 1, 6, 5, 0, 0, 0 })).Bytes());
+}
+
 TEST_F(LogRecord, LongTextsAreWholeWithoutACopyFunction)
 {
     mContext.mBuffer->SetCopyFunc(nullptr);
