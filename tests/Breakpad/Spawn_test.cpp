@@ -50,7 +50,8 @@ TEST(Spawn, TheProgramRunsWithNothingButTheEmptyDevice)
     const fs::path folder = mkdtemp(pattern);
     const std::string result = (folder / "result").string();
     ASSERT_TRUE(start("/bin/sh",
-                      "(for i in 0 1 2; do readlink /proc/$$/fd/$i; done; pwd) >" + result + ".part; mv " + result + ".part " + result));
+                      "(for i in 0 1 2; do readlink /proc/$$/fd/$i; done; pwd) >" + result + ".part; mv "
+                          + result + ".part " + result));
     for (int look = 0; look < 500 && !fs::exists(result); ++look) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }

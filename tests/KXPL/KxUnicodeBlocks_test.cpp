@@ -217,7 +217,8 @@ INSTANTIATE_TEST_SUITE_P(Converters, KxUnicodeBlocks, testing::ValuesIn(kUnicode
 
 TEST(KxUnicodeUTF8toUTF32, AByteInFrontOfTheTextChangesNothing)
 {
-    const std::string starts[] = { "abcd", "\xD0\xB1", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80", "\x80", "\xBF\xBF" };
+    const std::string starts[] = { "abcd",  "\xD0\xB1",   "\xE4\xB8\xAD", "\xF0\x9F\x98\x80",
+                                   "\x80", "\xBF\xBF" };
     for (const std::string& start : starts) {
         for (const int before : { 0x00, 0x41, 0x80, 0xC3, 0xE2, 0xED, 0xF0, 0xF4, 0xFF }) {
             std::vector<UTF8> bytes(1, static_cast<UTF8>(before));
@@ -229,12 +230,14 @@ TEST(KxUnicodeUTF8toUTF32, AByteInFrontOfTheTextChangesNothing)
             std::vector<UTF32> actual(kPlenty);
             const UTF8* from = alone.data();
             UTF32* to = expected.data();
-            const ConversionResult wanted = ConvertUTF8toUTF32(&from, from + alone.size(), &to, to + kPlenty, strictConversion);
+            const ConversionResult wanted =
+                ConvertUTF8toUTF32(&from, from + alone.size(), &to, to + kPlenty, strictConversion);
             const std::ptrdiff_t taken = from - alone.data();
             const std::ptrdiff_t made = to - expected.data();
             from = bytes.data() + 1;
             to = actual.data();
-            ASSERT_EQ(ConvertUTF8toUTF32(&from, from + alone.size(), &to, to + kPlenty, strictConversion), wanted);
+            ASSERT_EQ(ConvertUTF8toUTF32(&from, from + alone.size(), &to, to + kPlenty, strictConversion),
+                      wanted);
             ASSERT_EQ(from - bytes.data() - 1, taken) << before << " " << start;
             ASSERT_EQ(to - actual.data(), made) << before << " " << start;
             ASSERT_EQ(actual, expected) << before << " " << start;
