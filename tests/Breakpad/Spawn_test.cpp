@@ -50,8 +50,8 @@ TEST(Spawn, TheProgramRunsWithNothingButTheEmptyDevice)
     const fs::path folder = mkdtemp(pattern);
     const std::string result = (folder / "result").string();
     ASSERT_TRUE(start("/bin/sh",
-                      "(for i in 0 1 2; do readlink /proc/$$/fd/$i; done; pwd) >" + result + ".part; mv "
-                          + result + ".part " + result));
+                      "seen=$(for i in 0 1 2; do readlink /proc/$$/fd/$i; done; pwd); echo \"$seen\" >" + result
+                          + ".part; mv " + result + ".part " + result));
     for (int look = 0; look < 500 && !fs::exists(result); ++look) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
