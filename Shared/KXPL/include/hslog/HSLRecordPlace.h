@@ -14,11 +14,15 @@
 
 #include <cstring>
 
-// Inlined at the log call, where it becomes a few stores. A build without optimisation would only swell by it.
+// Inlined at the log call, where it becomes a few stores. A build without optimisation would only swell by it,
+// and so would one with sanitizers, whose checks multiply at each call: such a build may define HSL_AT_CALL as
+// nothing. The bytes in the ring are the same.
+#ifndef HSL_AT_CALL
 #ifdef __OPTIMIZE__
 #define HSL_AT_CALL [[gnu::always_inline]]
 #else
 #define HSL_AT_CALL
+#endif
 #endif
 
 namespace HSL {
