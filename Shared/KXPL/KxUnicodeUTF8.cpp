@@ -92,16 +92,16 @@ ConversionResult peekUTF8(const UTF8* source, const UTF8* sourceEnd, UTF32& valu
 // surrogates and values above kLargestScalar, in either mode, so no branch for them follows and the flags make
 // no difference.
 template <typename Target>
-ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd, Ends<UTF8, Target> ends)
+ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd, const Bounds<UTF8, Target>& bounds)
 {
     while (at.from < stretchEnd) {
         UTF32 value = 0;
         int length = 0;
-        const ConversionResult result = peekUTF8(at.from, ends.source, value, length);
+        const ConversionResult result = peekUTF8(at.from, bounds.end, value, length);
         if (result != conversionOK) {
             return result;
         }
-        if (!put(value, at.to, ends.target)) {
+        if (!put(value, at.to, bounds.room)) {
             return targetExhausted;
         }
         at.from += length;
@@ -111,10 +111,10 @@ ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd, 
 
 // Some characters of any length, none of which can end the conversion: there are four bytes and two units for
 // each of them. It takes what the Unicode Standard calls well-formed and leaves the rest to the legality test.
-template <typename Target> Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
+template <typename Target> Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds)
 {
     std::size_t characters =
-        std::min(roomBetween(at.from, ends.source) / 4, roomBetween<Target>(at.to, ends.target) / 2);
+        std::min(roomBetween(at.from, bounds.end) / 4, roomBetween<Target>(at.to, bounds.room) / 2);
     for (characters = std::min(characters, kBlock); characters > 0; --characters) {
         UTF32 bytes;
         std::memcpy(&bytes, at.from, sizeof bytes);
@@ -202,46 +202,33 @@ template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Targe
     return at;
 }
 
-template <typename Target> Place<UTF8, Target> convertBlock(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
+template <typename Target> Place<UTF8, Target> convertBlock(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds)
 {
-    if (has(at, ends, kBlock, kBlock)) {
+    if (has(at, bounds, kBlock, kBlock)) {
         if (!anyHas(0x80, at.from)) {
             return copyBlock(at);
         }
         // Where a longer character stands first, the attempt would be in vain.
-        const Place<UTF8, Target> next = *at.from < 0xE0 ? convertBelow800(at) : at;
+        const Place<UTF8, Target> next = at.from != bounds.begin && *at.from < 0xE0 ? convertBelow800(at) : at;
         if (next.from != at.from) {
             return next;
         }
     }
-    return convertLegal(at, ends);
-}
-
-template <typename Target> Place<UTF8, Target> convertBlocks(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
-{
-    for (;;) {
-        const Place<UTF8, Target> next = convertBlock(at, ends);
-        if (next.from == at.from) {
-            return at;
-        }
-        at = next;
-    }
+    return convertLegal(at, bounds);
 }
 
 template <typename Target>
 ConversionResult convert(const UTF8** source, const UTF8* sourceEnd, Target** target, const Target* targetEnd)
 {
-    const Ends<UTF8, Target> ends { sourceEnd, targetEnd };
+    const Bounds<UTF8, Target> bounds { *source, sourceEnd, targetEnd, true };
     Place<UTF8, Target> at { *source, *target };
-    if (at.from >= sourceEnd) {
-        return conversionOK;
-    }
-    // Blocks look at the byte before them.
-    ConversionResult result = convertSingly(at, at.from + 1, ends);
-    while (result == conversionOK && at.from < sourceEnd) {
-        at = convertBlocks(at, ends);
-        result = convertSingly(at, endOfStretch(at.from, sourceEnd), ends);
-    }
+    ConversionResult result = conversionOK;
+    convertByBlocks(
+        at, sourceEnd, [&](Place<UTF8, Target> here) { return convertBlock(here, bounds); },
+        [&](Place<UTF8, Target>& here, const UTF8* stretchEnd) {
+            result = convertSingly(here, stretchEnd, bounds);
+            return result == conversionOK;
+        });
     *source = at.from;
     *target = at.to;
     return result;
