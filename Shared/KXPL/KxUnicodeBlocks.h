@@ -53,18 +53,18 @@ bool has(Place<Source, Target> at, const Bounds<Source, Target>& bounds, std::si
         && roomBetween<Target>(at.to, bounds.room) >= room;
 }
 
-// Converts blocks as long as one can be had, then some characters one at a time, and so on until `singly`, which
-// is given how far it should come, returns false.
+// Converts blocks as long as they are worth it, then some characters one at a time, and so on until `singly`,
+// which is given how far it should come, returns false.
 template <typename Source, typename Target, typename Block, typename Singly>
 void convertByBlocks(Place<Source, Target>& at, const Source* end, Block&& block, Singly&& singly)
 {
     bool goesOn = true;
     while (goesOn && at.from < end) {
-        Place<Source, Target> next = block(at);
-        while (next.from != at.from) {
-            at = next;
-            next = block(at);
-        }
+        const Source* before;
+        do {
+            before = at.from;
+            at = block(at);
+        } while (at.from - before >= kStretch);
         goesOn = singly(at, end - at.from > kStretch ? at.from + kStretch : end);
     }
 }
