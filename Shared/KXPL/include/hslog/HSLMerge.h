@@ -78,8 +78,7 @@ private:
             mHeap[at] = mHeap[child];
             at = child;
         }
-        mHeap[at].key = key;
-        mHeap[at].item = item;
+        mHeap[at] = Entry { key, item };
     }
 
     // The entry that takes the place comes from the end of the heap. At the front or just below it, nothing
