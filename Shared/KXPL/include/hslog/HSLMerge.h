@@ -78,7 +78,8 @@ private:
             mHeap[at] = mHeap[child];
             at = child;
         }
-        mHeap[at] = Entry { key, item };
+        mHeap[at].key = key;
+        mHeap[at].item = item;
     }
 
     // The entry that takes the place comes from the end of the heap. At the front or just below it, nothing
