@@ -71,13 +71,13 @@ Lanes32 areTooLarge(Lanes32 values)
     return (Lanes32)(values >> 16 > kLargestScalar >> 16);
 }
 
-// The values that are not the same in UTF-16.
+// The values that have another form in UTF-16, or none.
 Lanes32 areNoSingleUnits(Lanes32 values)
 {
     return areSurrogates(values) | values >> 16;
 }
 
-// Whether any of so many values is.
+// Whether the test gives anything but zeros for so many values.
 template <std::size_t count, typename Test> bool any(const UTF32* from, Test&& test)
 {
     Lanes32 found {};

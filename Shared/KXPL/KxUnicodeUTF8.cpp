@@ -17,7 +17,7 @@ namespace {
 // among the next characters for long.
 constexpr std::ptrdiff_t kShortOfBlock = kBlock - 3;
 constexpr std::size_t kAfterShortBlock = 4;
-constexpr std::size_t kLongestSequence = 4;
+constexpr std::ptrdiff_t kLongestSequence = 4;
 
 // Indexed by a lead byte: how many bytes follow it. The forms of five and six bytes are known so that they
 // can be refused as a whole.
@@ -117,8 +117,8 @@ ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd, 
     return conversionOK;
 }
 
-// Some characters of any length, none of which can end the conversion: there are four bytes and two units for
-// each of them. It takes what the Unicode Standard calls well-formed and leaves the rest to the legality test.
+// At most so many characters of any length, none of which can end the conversion: there are four bytes and two
+// units for each of them. It takes what the Unicode Standard calls well-formed and leaves the rest to the legality test.
 template <typename Target>
 Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds, std::size_t most)
 {
@@ -227,7 +227,7 @@ template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Targe
     std::size_t taken = accepted / 2 - 1;
     at.to = storePairs(firsts, seconds, lengths, taken, at.to);
     if (accepted < kBlock) {
-        // Nothing is sure to overwrite what lies behind these, so the last of them are stored as they are.
+        // Nothing is sure to overwrite what a result leaves behind its end, so the last one leaves nothing.
         const bool isOne = lengths[taken] == 1;
         at.to[0] = firsts[taken];
         at.to[isOne ? 0 : 1] = isOne ? firsts[taken] : seconds[taken];
@@ -241,6 +241,7 @@ template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Targe
 template <typename Target>
 Place<UTF8, Target> convertBlock(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds)
 {
+    // A block, and the one character in front of it where there is no other.
     if (!has(at, bounds, kBlock + kLongestSequence, kBlock + 2)) {
         return convertLegal(at, bounds, kBlock);
     }
@@ -261,14 +262,16 @@ Place<UTF8, Target> convertBlock(Place<UTF8, Target> at, const Bounds<UTF8, Targ
 template <typename Target>
 ConversionResult convert(const UTF8** source, const UTF8* sourceEnd, Target** target, const Target* targetEnd)
 {
-    const Bounds<UTF8, Target> bounds { *source, sourceEnd, targetEnd, true };
+    const bool strict = true; // or not: both refuse the same
+    const Bounds<UTF8, Target> bounds { *source, sourceEnd, targetEnd, strict };
     Place<UTF8, Target> at { *source, *target };
     ConversionResult result = conversionOK;
     convertByBlocks(
         at, sourceEnd, [&](Place<UTF8, Target> here) { return convertBlock(here, bounds); },
         [&](Place<UTF8, Target>& here, const UTF8* stretchEnd) {
-            // Blocks take all that is legal, so this comes to a stop at once or is not needed for long.
-            result = convertSingly(here, std::min(stretchEnd, here.from + kLongestSequence), bounds);
+            // Blocks take all that is legal, so either the next sequence ends the conversion or few are left.
+            const std::ptrdiff_t bytes = std::min(stretchEnd - here.from, kLongestSequence);
+            result = convertSingly(here, here.from + bytes, bounds);
             return result == conversionOK;
         });
     *source = at.from;
