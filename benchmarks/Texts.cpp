@@ -9,17 +9,16 @@ namespace {
 // Texts are made of words in a random order. A sentence that repeats itself would be learnt by the processor,
 // and converters that branch at every character then look quicker than they are.
 template <std::size_t count> using Words = const std::u32string_view[count];
-constexpr Words<14> kEnglish = { U"The ",  U"quick ", U"brown ", U"fox ", U"jumps ", U"over ",  U"the ",
-                                 U"lazy ", U"dog ",   U"while ", U"42 ",  U"files ", U"are ",   U"opened. " };
+constexpr Words<14> kEnglish = { U"The ",  U"quick ", U"brown ", U"fox ", U"jumps ", U"over ", U"the ",
+                                 U"lazy ", U"dog ",   U"while ", U"42 ",  U"files ", U"are ",  U"opened. " };
 constexpr Words<12> kMixed = { U"Größe ", U"und ", U"Maß ",  U"über ",   U"7 ",           U"Flüsse: ",
                                U"съешь ", U"ещё ", U"этих ", U"мягких ", U"французских ", U"булок. " };
-constexpr Words<12> kWide = { U"記録は", U"別の", U"糸で",   U"書かれる。", U"日志",       U"由另一",
+constexpr Words<12> kWide = { U"記録は", U"別の",   U"糸で", U"書かれる。", U"日志",       U"由另一",
                               U"线程",   U"写入。", U"기록", U"\U0001F600", U"\U0001F680", U"\U0001F4C4" };
 
 constexpr std::size_t kBetweenIllFormed = 64;
 
-template <std::size_t count>
-std::vector<char32_t> textOf(Words<count>& words, std::size_t characters)
+template <std::size_t count> std::vector<char32_t> textOf(Words<count>& words, std::size_t characters)
 {
     std::mt19937 random;
     std::vector<char32_t> text;

@@ -1,8 +1,8 @@
 // What the fast paths of all converters share.
 //
-// A fast path converts whole blocks of units. It takes a block only if the target has room for the most that the
-// block can give, and leaves everything else, every stop included, to the loop that converts one character at a
-// time.
+// A fast path converts whole blocks of units. It takes a block only if the target has room for the most that
+// the block can give, and leaves everything else, every stop included, to the loop that converts one character
+// at a time.
 //
 // Where characters differ in length, the units of a group are converted in two steps. First the results of all
 // of them are computed at once, and how many target units each result really has. Then the results are stored
@@ -49,8 +49,7 @@ template <typename Source, typename Target> struct Bounds {
 template <typename Source, typename Target>
 bool has(Place<Source, Target> at, const Bounds<Source, Target>& bounds, std::size_t units, std::size_t room)
 {
-    return roomBetween<Source>(at.from, bounds.end) >= units
-        && roomBetween<Target>(at.to, bounds.room) >= room;
+    return roomBetween<Source>(at.from, bounds.end) >= units && roomBetween<Target>(at.to, bounds.room) >= room;
 }
 
 // Converts blocks as long as they are worth it, then some characters one at a time, and so on until `singly`,

@@ -49,24 +49,6 @@ template <typename Lanes> bool anySet(Lanes lanes)
     return (halves[0] | halves[1]) != 0;
 }
 
-// Two masks as bits, the first lane in the lowest bit.
-inline std::uint32_t bitsOf(Lanes16 first, Lanes16 second)
-{
-    constexpr Lanes16 bitOfFirst = { 1, 2, 4, 8, 0x10, 0x20, 0x40, 0x80 };
-    constexpr Lanes16 bitOfSecond = { 0x100, 0x200, 0x400, 0x800, 0x1000, 0x2000, 0x4000, 0x8000 };
-    const Lanes16 bits = (first & bitOfFirst) | (second & bitOfSecond);
-    std::uint64_t halves[2];
-    std::memcpy(halves, &bits, sizeof halves);
-    // The product's top lane is the sum of all lanes; no two of them have a bit in common.
-    return static_cast<std::uint32_t>((halves[0] | halves[1]) * 0x0001000100010001u >> 48);
-}
-
-// Of a number that is not 0.
-inline std::size_t lowestBit(std::uint32_t bits)
-{
-    return static_cast<std::size_t>(__builtin_ctz(bits));
-}
-
 // The numbers that lows and highs make up in their even and in their odd lanes.
 inline Lanes32 joinEven(Lanes16 lows, Lanes16 highs)
 {

@@ -33,11 +33,6 @@ constexpr bool isSurrogate(UTF32 value)
     return value >= kFirstHighSurrogate && value <= kLastLowSurrogate;
 }
 
-constexpr UTF32 valueOfPair(UTF32 high, UTF32 low)
-{
-    return ((high - kFirstHighSurrogate) << kSurrogateShift) + (low - kFirstLowSurrogate) + kFirstSupplementary;
-}
-
 // Room between two pointers, in units.
 template <typename Unit> std::size_t roomBetween(const Unit* from, const Unit* end)
 {

@@ -109,7 +109,8 @@ bool hasUnpaired(const UTF16* from)
 
 // Stores a group's values, each pair's over what its first unit gave. `steps` is -1 at the last unit of a pair,
 // elsewhere 0.
-[[gnu::noinline]] UTF32* storeValues(const UTF32* evens, const UTF32* odds, const std::int16_t* steps, UTF32* to)
+[[gnu::noinline]] UTF32* storeValues(const UTF32* evens, const UTF32* odds, const std::int16_t* steps,
+                                     UTF32* to)
 {
     for (std::size_t i = 0; i < kGroup; i += 2) {
         to += steps[i];

@@ -100,7 +100,8 @@ ConversionResult peekUTF8(const UTF8* source, const UTF8* sourceEnd, UTF32& valu
 // surrogates and values above kLargestScalar, in either mode, so no branch for them follows and the flags make
 // no difference.
 template <typename Target>
-ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd, const Bounds<UTF8, Target>& bounds)
+ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd,
+                               const Bounds<UTF8, Target>& bounds)
 {
     while (at.from < stretchEnd) {
         UTF32 value = 0;
@@ -118,7 +119,8 @@ ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd, 
 }
 
 // At most so many characters of any length, none of which can end the conversion: there are four bytes and two
-// units for each of them. It takes what the Unicode Standard calls well-formed and leaves the rest to the legality test.
+// units for each of them. It takes what the Unicode Standard calls well-formed and leaves the rest to the
+// legality test.
 template <typename Target>
 Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds, std::size_t most)
 {
@@ -194,9 +196,9 @@ std::size_t acceptedBytes(const Lanes8 (&refused)[kBlock / kLanes<UTF8>])
     return bytes;
 }
 
-// The legal sequences of at most two bytes that a block begins with; of a block that has no others, all but those
-// that end in its last two bytes. A result is what two bytes give; a character is given by its last byte. Looks at
-// the byte before the block.
+// The legal sequences of at most two bytes that a block begins with; of a block that has no others, all but
+// those that end in its last two bytes. A result is what two bytes give; a character is given by its last byte.
+// Looks at the byte before the block.
 template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Target> at)
 {
     UTF16 firsts[kBlock / 2];
