@@ -4,6 +4,7 @@
 #include <iconv.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace bench {
 namespace {
@@ -16,7 +17,10 @@ template <typename Unit> const char* nameOf()
     return sizeof(Unit) == 1 ? "UTF-8" : (sizeof(Unit) == 2 ? "UTF-16LE" : "UTF-32LE");
 }
 
-// iconv stops at what is ill-formed; as with the other converters the caller skips the unit and goes on.
+template <typename Unit> constexpr Unit kReplacement[] = { 0xFFFD };
+template <> constexpr UTF8 kReplacement<UTF8>[] = { 0xEF, 0xBF, 0xBD };
+
+// iconv stops at what is ill-formed; its caller, too, skips the unit and writes the replacement.
 template <typename Source, typename Target>
 std::size_t convertAll(const std::vector<Source>& source, std::vector<Target>& target)
 {
@@ -29,6 +33,9 @@ std::size_t convertAll(const std::vector<Source>& source, std::vector<Target>& t
     while (iconv(converter, &from, &left, &to, &room) == static_cast<std::size_t>(-1) && errno == EILSEQ) {
         from += sizeof(Source);
         left -= sizeof(Source);
+        std::memcpy(to, kReplacement<Target>, sizeof kReplacement<Target>);
+        to += sizeof kReplacement<Target>;
+        room -= sizeof kReplacement<Target>;
     }
     return target.size() - room / sizeof(Target);
 }

@@ -1,41 +1,58 @@
 #include "Texts.h"
 
+#include <random>
+#include <string_view>
+
 namespace bench {
 namespace {
 
-constexpr char kEnglish[] = "The quick brown fox jumps over the lazy dog while 42 files are opened. ";
-constexpr char32_t kMixed[] = U"Größe und Maß über 7 Flüsse: съешь ещё этих мягких французских булок. ";
-constexpr char32_t kWide[] = U"記録は別の糸で書かれる。日志由另一线程写入。\U0001F600\U0001F680기록\U0001F4C4";
+// Texts are made of words in a random order. A sentence that repeats itself would be learnt by the processor,
+// and converters that branch at every character then look quicker than they are.
+template <std::size_t count> using Words = const std::u32string_view[count];
+constexpr Words<14> kEnglish = { U"The ",  U"quick ", U"brown ", U"fox ", U"jumps ", U"over ", U"the ",
+                                 U"lazy ", U"dog ",   U"while ", U"42 ",  U"files ", U"are ",  U"opened. " };
+constexpr Words<12> kMixed = { U"Größe ", U"und ", U"Maß ",  U"über ",   U"7 ",           U"Flüsse: ",
+                               U"съешь ", U"ещё ", U"этих ", U"мягких ", U"французских ", U"булок. " };
+constexpr Words<12> kWide = { U"記録は", U"別の",   U"糸で", U"書かれる。", U"日志",       U"由另一",
+                              U"线程",   U"写入。", U"기록", U"\U0001F600", U"\U0001F680", U"\U0001F4C4" };
 
 constexpr std::size_t kBetweenIllFormed = 64;
 
-char32_t characterAt(Text text, std::size_t index)
+template <std::size_t count> std::vector<char32_t> textOf(Words<count>& words, std::size_t characters)
 {
-    switch (text) {
-    case Text::ascii:
-        return static_cast<char32_t>(kEnglish[index % (std::size(kEnglish) - 1)]);
-    case Text::cjkEmoji:
-        return kWide[index % (std::size(kWide) - 1)];
-    case Text::illFormed:
-        if (index % (kBetweenIllFormed + 1) == kBetweenIllFormed) {
-            return kIllFormed;
-        }
-        break;
-    case Text::latinCyrillic:
-        break;
+    std::mt19937 random;
+    std::vector<char32_t> text;
+    while (text.size() < characters) {
+        const std::u32string_view word = words[random() % count];
+        text.insert(text.end(), word.begin(), word.end());
     }
-    return kMixed[index % (std::size(kMixed) - 1)];
+    text.resize(characters);
+    return text;
+}
+
+std::vector<char32_t> withIllFormed(std::vector<char32_t> text)
+{
+    for (std::size_t i = kBetweenIllFormed; i < text.size(); i += kBetweenIllFormed + 1) {
+        text[i] = kIllFormed;
+    }
+    return text;
 }
 
 } // namespace
 
 std::vector<char32_t> Characters(Text text, std::size_t count)
 {
-    std::vector<char32_t> characters(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        characters[i] = characterAt(text, i);
+    switch (text) {
+    case Text::ascii:
+        return textOf(kEnglish, count);
+    case Text::cjkEmoji:
+        return textOf(kWide, count);
+    case Text::illFormed:
+        return withIllFormed(textOf(kMixed, count));
+    case Text::latinCyrillic:
+        break;
     }
-    return characters;
+    return textOf(kMixed, count);
 }
 
 void Encode(char32_t character, std::vector<KXPL::UTF8>& to)

@@ -165,10 +165,11 @@ def converters(results):
                     f"{own.high:.2f}",
                     *[f"{speed.median:.2f}" if speed else "" for speed in speeds],
                     *[times(ratio) if ratio else "" for ratio in ratios],
+                    times(results.ratio(f"convert/{direction}/{text}/kxpl", "memset_p50", "call_p50")),
                 ]
             )
     return table(
-        ["text", "direction", "kxpl: min", "median", "max", *others, *[f"to {name}" for name in others]],
+        ["text", "direction", "kxpl: min", "median", "max", *others, *[f"to {name}" for name in others], "to memset"],
         rows,
         left=2,
     )

@@ -14,24 +14,26 @@ inline void copyShort(void* destination, const void* source, std::size_t size)
     unsigned char* to = static_cast<unsigned char*>(destination);
     const unsigned char* from = static_cast<const unsigned char*>(source);
     // Pieces of fixed sizes, which may overlap each other.
-    if (size > 64) {
-        std::memcpy(to, from, size);
-    } else if (size > 32) {
-        std::memcpy(to, from, 32);
-        std::memcpy(to + size - 32, from + size - 32, 32);
-    } else if (size >= 16) {
-        std::memcpy(to, from, 16);
-        std::memcpy(to + size - 16, from + size - 16, 16);
-    } else if (size >= 8) {
+    if (size < 8) {
+        if (size >= 4) {
+            std::memcpy(to, from, 4);
+            std::memcpy(to + size - 4, from + size - 4, 4);
+        } else if (size > 0) {
+            to[0] = from[0];
+            to[size / 2] = from[size / 2];
+            to[size - 1] = from[size - 1];
+        }
+    } else if (size < 16) {
         std::memcpy(to, from, 8);
         std::memcpy(to + size - 8, from + size - 8, 8);
-    } else if (size >= 4) {
-        std::memcpy(to, from, 4);
-        std::memcpy(to + size - 4, from + size - 4, 4);
-    } else if (size > 0) {
-        to[0] = from[0];
-        to[size / 2] = from[size / 2];
-        to[size - 1] = from[size - 1];
+    } else if (size <= 32) {
+        std::memcpy(to, from, 16);
+        std::memcpy(to + size - 16, from + size - 16, 16);
+    } else if (size <= 64) {
+        std::memcpy(to, from, 32);
+        std::memcpy(to + size - 32, from + size - 32, 32);
+    } else {
+        std::memcpy(to, from, size);
     }
 }
 
@@ -58,23 +60,29 @@ inline std::size_t lengthUpTo(const char* text, std::size_t size, char wanted)
     return found != nullptr ? static_cast<std::size_t>(static_cast<const char*>(found) - text) : size;
 }
 
+// Whether 4 to 32 bytes hold a zero. Words overlap each other where the size is no multiple of theirs.
+inline bool holdsZero(const char* text, std::size_t size)
+{
+    std::uint64_t word;
+    if (size < 8) {
+        std::uint32_t halves[2];
+        std::memcpy(&halves[0], text, 4);
+        std::memcpy(&halves[1], text + size - 4, 4);
+        return hasZeroByte(halves[0] | static_cast<std::uint64_t>(halves[1]) << 32);
+    }
+    std::memcpy(&word, text + size - 8, sizeof word);
+    bool found = hasZeroByte(word);
+    for (std::size_t i = 0; i + 8 < size; i += 8) {
+        std::memcpy(&word, text + i, sizeof word);
+        found |= hasZeroByte(word);
+    }
+    return found;
+}
+
 // lengthUpTo for a zero byte that is hardly ever there.
 inline std::size_t lengthUpToZero(const char* text, std::size_t size)
 {
-    constexpr std::size_t kWithoutACall = 32;
-    if (size >= 8 && size <= kWithoutACall) {
-        std::uint64_t word;
-        std::memcpy(&word, text + size - 8, sizeof word);
-        bool found = hasZeroByte(word);
-        for (std::size_t i = 0; i + 8 < size; i += 8) {
-            std::memcpy(&word, text + i, sizeof word);
-            found |= hasZeroByte(word);
-        }
-        if (!found) {
-            return size;
-        }
-    }
-    return lengthUpTo(text, size, 0);
+    return size >= 4 && size <= 32 && !holdsZero(text, size) ? size : lengthUpTo(text, size, 0);
 }
 
 } // namespace KXPL

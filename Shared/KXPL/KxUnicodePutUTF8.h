@@ -7,6 +7,8 @@
 #include "KxUnicodeScalar.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace KXPL {
 
@@ -63,12 +65,12 @@ inline UTF8* putBlockBelow800(const UTF16* from, UTF8* to)
 
 // What every unit gives that is no part of a pair: three bytes, of which the first ones count.
 struct BytesOfSingleUnits {
-    Lanes16 firstTwo, third, lengths;
+    Lanes16 firstTwo, third, under800, lengths;
 
     explicit BytesOfSingleUnits(Lanes16 units)
     {
         const Lanes16 under80 = (Lanes16)((units & 0xFF80) == 0);
-        const Lanes16 under800 = (Lanes16)((units & 0xF800) == 0);
+        under800 = (Lanes16)((units & 0xF800) == 0);
         third = 0x80 | (units & 0x3F);
         const Lanes16 two = 0xC0 | units >> 6 | third << 8;
         const Lanes16 three = 0x80E0 | units >> 12 | (units << 2 & 0x3F00);
@@ -77,20 +79,30 @@ struct BytesOfSingleUnits {
     }
 };
 
-// Writes a block of units that are no surrogates but for its last four. Needs room for three bytes a unit of
-// the block.
-inline UTF8* putBlockOfSingleUnits(const UTF16* from, UTF8* to)
+// storeOver for a group of results that have three bytes each. Two of them are stored at once.
+[[gnu::noinline]] inline UTF8* storeThrees(const UTF32* evens, const UTF32* odds, UTF8* to)
 {
-    UTF32 evens[kBlock / 2];
-    UTF32 odds[kBlock / 2];
-    UTF16 lengths[kBlock];
-    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF16>) {
-        const BytesOfSingleUnits bytes(loadLanes(from + i));
-        storeLanes(joinEven(bytes.firstTwo, bytes.third), evens + i / 2);
-        storeLanes(joinOdd(bytes.firstTwo, bytes.third), odds + i / 2);
-        storeLanes(bytes.lengths, lengths + i);
+    for (std::size_t i = 0; i < kGroup / 2; ++i) {
+        const std::uint64_t six = evens[i] | static_cast<std::uint64_t>(odds[i]) << 24;
+        std::memcpy(to + 6 * i, &six, sizeof six);
     }
-    return storeOver<kBlock - 4>(evens, odds, lengths, to);
+    return to + 3 * kGroup;
+}
+
+// Writes a group of units that are no surrogates. Needs room for three bytes a unit and two more.
+inline UTF8* putSingleUnits(Lanes16 units, UTF8* to)
+{
+    const BytesOfSingleUnits bytes(units);
+    UTF32 evens[kGroup / 2];
+    UTF32 odds[kGroup / 2];
+    storeLanes(joinEven(bytes.firstTwo, bytes.third), evens);
+    storeLanes(joinOdd(bytes.firstTwo, bytes.third), odds);
+    if (!anySet(bytes.under800)) {
+        return storeThrees(evens, odds, to);
+    }
+    UTF16 lengths[kGroup];
+    storeLanes(bytes.lengths, lengths);
+    return storeOver(evens, odds, lengths, to);
 }
 
 } // namespace KXPL

@@ -7,6 +7,7 @@
 #include "KxUnicodeScalar.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace KXPL {
 namespace {
@@ -37,22 +38,27 @@ ConversionResult takeUTF16(const UTF16*& source, const UTF16* sourceEnd, bool st
 
 // Converts the characters that begin before stretchEnd, one at a time.
 template <typename Target>
-ConversionResult convertSingly(Place<UTF16, Target>& at, const UTF16* stretchEnd, Ends<UTF16, Target> ends,
-                               bool strict)
+ConversionResult convertSingly(Place<UTF16, Target>& at, const UTF16* stretchEnd,
+                               const Bounds<UTF16, Target>& bounds)
 {
     while (at.from < stretchEnd) {
         const UTF16* next = at.from;
         UTF32 value = 0;
-        const ConversionResult result = takeUTF16(next, ends.source, strict, value);
+        const ConversionResult result = takeUTF16(next, bounds.end, bounds.strict, value);
         if (result != conversionOK) {
             return result;
         }
-        if (!put(value, at.to, ends.target)) {
+        if (!put(value, at.to, bounds.room)) {
             return targetExhausted;
         }
         at.from = next;
     }
     return conversionOK;
+}
+
+Lanes16 isSurrogate(Lanes16 units)
+{
+    return (Lanes16)((units & 0xF800) == 0xD800);
 }
 
 Lanes16 isHigh(Lanes16 units)
@@ -65,7 +71,7 @@ Lanes16 isLow(Lanes16 units)
     return (Lanes16)((units & 0xFC00) == 0xDC00);
 }
 
-// Some units of a block, with those before and after each of them.
+// A group of units, with those before and after each of them. A pair is the result of its last unit.
 struct Neighbours {
     Lanes16 previous, units, next;
 
@@ -86,82 +92,119 @@ struct Neighbours {
 bool hasSurrogate(const UTF16* from)
 {
     Lanes16 found {};
-    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF16>) {
-        found |= (Lanes16)((loadLanes(from + i) & 0xF800) == 0xD800);
+    for (std::size_t i = 0; i < kBlock; i += kGroup) {
+        found |= isSurrogate(loadLanes(from + i));
     }
     return anySet(found);
 }
 
-// Any block, unless in strict mode a surrogate in it is unpaired. A pair is the result of its last unit; the
-// first one has the length 0.
+bool hasUnpaired(const UTF16* from)
+{
+    Lanes16 found {};
+    for (std::size_t i = 0; i < kBlock; i += kGroup) {
+        found |= Neighbours(from + i).areUnpaired();
+    }
+    return anySet(found);
+}
+
+// Stores a group's values, each pair's over what its first unit gave. `steps` is -1 at the last unit of a pair,
+// elsewhere 0.
+[[gnu::noinline]] UTF32* storeValues(const UTF32* evens, const UTF32* odds, const std::int16_t* steps,
+                                     UTF32* to)
+{
+    for (std::size_t i = 0; i < kGroup; i += 2) {
+        to += steps[i];
+        to[i] = evens[i / 2];
+        to += steps[i + 1];
+        to[i + 1] = odds[i / 2];
+    }
+    return to + kGroup;
+}
+
+UTF32* putGroup(const UTF16* from, UTF32* to)
+{
+    if (!anySet(isSurrogate(loadLanes(from)))) {
+        return copyUnits<kGroup>(from, to);
+    }
+    const Neighbours here(from);
+    const Lanes16 paired = here.areLastOfPair();
+    const Lanes16 top = here.topOfPair();
+    const Lanes16 lows =
+        choose<Lanes16>(paired, top << kSurrogateShift | (here.units & kSurrogateMask), here.units);
+    const Lanes16 highs = paired & top >> (16 - kSurrogateShift);
+    UTF32 evens[kGroup / 2];
+    UTF32 odds[kGroup / 2];
+    std::int16_t steps[kGroup];
+    storeLanes(joinEven(lows, highs), evens);
+    storeLanes(joinOdd(lows, highs), odds);
+    storeLanes(paired, steps);
+    return storeValues(evens, odds, steps, to);
+}
+
+UTF8* putGroup(const UTF16* from, UTF8* to)
+{
+    if (!anySet(isSurrogate(loadLanes(from)))) {
+        return putSingleUnits(loadLanes(from), to);
+    }
+    const Neighbours here(from);
+    const BytesOfSingleUnits bytes(here.units);
+    const Lanes16 paired = here.areLastOfPair();
+    const Lanes16 top = here.topOfPair();
+    const Lanes16 four = 0x80F0 | top >> 8 | (top << 6 & 0x3F00);
+    const Lanes16 restOfFour = 0x80 | (top << 4 & 0x30) | (here.units >> 6 & 0xF) | bytes.third << 8;
+    const Lanes16 lows = choose<Lanes16>(paired, four, bytes.firstTwo);
+    const Lanes16 highs = choose<Lanes16>(paired, restOfFour, bytes.third);
+    UTF32 evens[kGroup / 2];
+    UTF32 odds[kGroup / 2];
+    UTF16 lengths[kGroup];
+    storeLanes(joinEven(lows, highs), evens);
+    storeLanes(joinOdd(lows, highs), odds);
+    storeLanes((bytes.lengths - paired) & ~here.areFirstOfPair(), lengths);
+    return storeOver(evens, odds, lengths, to);
+}
+
+// A block, unless in strict mode a surrogate in it is unpaired. Looks at the unit before it.
 Place<UTF16, UTF32> convertMixed(Place<UTF16, UTF32> at, bool strict)
 {
-    UTF32 evens[kBlock / 2];
-    UTF32 odds[kBlock / 2];
-    UTF16 lengths[kBlock];
-    Lanes16 unpaired {};
-    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF16>) {
-        const Neighbours here(at.from + i);
-        unpaired |= here.areUnpaired();
-        const Lanes16 paired = here.areLastOfPair();
-        const Lanes16 top = here.topOfPair();
-        const Lanes16 lows =
-            choose<Lanes16>(paired, top << kSurrogateShift | (here.units & kSurrogateMask), here.units);
-        const Lanes16 highs = paired & top >> (16 - kSurrogateShift);
-        storeLanes(joinEven(lows, highs), evens + i / 2);
-        storeLanes(joinOdd(lows, highs), odds + i / 2);
-        storeLanes(1 + here.areFirstOfPair(), lengths + i);
-    }
-    if (strict && anySet(unpaired)) {
+    if (strict && hasUnpaired(at.from)) {
         return at;
     }
-    at.to = storeOver<kBlock>(evens, odds, lengths, at.to);
-    at.from += kBlock - 1 + lengths[kBlock - 1];
-    return at;
-}
-
-Place<UTF16, UTF32> convertBlock(Place<UTF16, UTF32> at, Ends<UTF16, UTF32> ends, bool strict)
-{
-    if (!has(at, ends, kBlock + 1, kBlock)) {
-        return at;
+    for (std::size_t i = 0; i < kBlock; i += kGroup) {
+        at.to = putGroup(at.from + i, at.to);
     }
-    return hasSurrogate(at.from) ? convertMixed(at, strict) : copyBlock(at);
+    // A pair that the block's end cuts has left the value of its first unit.
+    const std::size_t cut = isHighSurrogate(at.from[kBlock - 1]) ? 1 : 0;
+    return { at.from + kBlock - cut, at.to - cut };
 }
 
-// Any block but for its last four units, unless in strict mode a surrogate in it is unpaired.
+// The same but for the block's last group.
 Place<UTF16, UTF8> convertMixed(Place<UTF16, UTF8> at, bool strict)
 {
-    UTF32 evens[kBlock / 2];
-    UTF32 odds[kBlock / 2];
-    UTF16 lengths[kBlock];
-    Lanes16 unpaired {};
-    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF16>) {
-        const Neighbours here(at.from + i);
-        unpaired |= here.areUnpaired();
-        const BytesOfSingleUnits bytes(here.units);
-        const Lanes16 paired = here.areLastOfPair();
-        const Lanes16 top = here.topOfPair();
-        const Lanes16 four = 0x80F0 | top >> 8 | (top << 6 & 0x3F00);
-        const Lanes16 restOfFour = 0x80 | (top << 4 & 0x30) | (here.units >> 6 & 0xF) | bytes.third << 8;
-        const Lanes16 lows = choose<Lanes16>(paired, four, bytes.firstTwo);
-        const Lanes16 highs = choose<Lanes16>(paired, restOfFour, bytes.third);
-        storeLanes(joinEven(lows, highs), evens + i / 2);
-        storeLanes(joinOdd(lows, highs), odds + i / 2);
-        storeLanes((bytes.lengths - paired) & ~here.areFirstOfPair(), lengths + i);
-    }
-    if (strict && anySet(unpaired)) {
+    if (strict && hasUnpaired(at.from)) {
         return at;
     }
-    constexpr std::size_t count = kBlock - 4;
-    at.to = storeOver<count>(evens, odds, lengths, at.to);
-    at.from += count - (lengths[count - 1] == 0);
-    return at;
+    for (std::size_t i = 0; i < kTaken; i += kGroup) {
+        at.to = putGroup(at.from + i, at.to);
+    }
+    const bool cut = isHighSurrogate(at.from[kTaken - 1]) && isLowSurrogate(at.from[kTaken]);
+    return { at.from + kTaken - (cut ? 1 : 0), at.to };
 }
 
-Place<UTF16, UTF8> convertBlock(Place<UTF16, UTF8> at, Ends<UTF16, UTF8> ends, bool strict)
+Place<UTF16, UTF32> convertBlock(Place<UTF16, UTF32> at, const Bounds<UTF16, UTF32>& bounds)
+{
+    if (!has(at, bounds, kBlock + 1, kBlock)) {
+        return at;
+    }
+    if (!hasSurrogate(at.from)) {
+        return copyBlock(at);
+    }
+    return at.from != bounds.begin ? convertMixed(at, bounds.strict) : at;
+}
+
+Place<UTF16, UTF8> convertBlock(Place<UTF16, UTF8> at, const Bounds<UTF16, UTF8>& bounds)
 {
     // A pair whose last unit is the one behind the block takes a byte more than two units without pairs.
-    if (!has(at, ends, kBlock + 1, 3 * kBlock + 1)) {
+    if (!has(at, bounds, kBlock + 1, 3 * kBlock + 1)) {
         return at;
     }
     if (!anyHas(0xFF80, at.from)) {
@@ -170,40 +213,22 @@ Place<UTF16, UTF8> convertBlock(Place<UTF16, UTF8> at, Ends<UTF16, UTF8> ends, b
     if (!anyHas(0xF800, at.from)) {
         return { at.from + kBlock - 2, putBlockBelow800(at.from, at.to) };
     }
-    if (!hasSurrogate(at.from)) {
-        return { at.from + kBlock - 4, putBlockOfSingleUnits(at.from, at.to) };
-    }
-    return convertMixed(at, strict);
-}
-
-template <typename Target>
-Place<UTF16, Target> convertBlocks(Place<UTF16, Target> at, Ends<UTF16, Target> ends, bool strict)
-{
-    for (;;) {
-        const Place<UTF16, Target> next = convertBlock(at, ends, strict);
-        if (next.from == at.from) {
-            return at;
-        }
-        at = next;
-    }
+    return at.from != bounds.begin ? convertMixed(at, bounds.strict) : at;
 }
 
 template <typename Target>
 ConversionResult convert(const UTF16** source, const UTF16* sourceEnd, Target** target, const Target* targetEnd,
                          ConversionFlags flags)
 {
-    const bool strict = flags == strictConversion;
-    const Ends<UTF16, Target> ends { sourceEnd, targetEnd };
+    const Bounds<UTF16, Target> bounds { *source, sourceEnd, targetEnd, flags == strictConversion };
     Place<UTF16, Target> at { *source, *target };
-    if (at.from >= sourceEnd) {
-        return conversionOK;
-    }
-    // Blocks look at the unit before them.
-    ConversionResult result = convertSingly(at, at.from + 1, ends, strict);
-    while (result == conversionOK && at.from < sourceEnd) {
-        at = convertBlocks(at, ends, strict);
-        result = convertSingly(at, endOfStretch(at.from, sourceEnd), ends, strict);
-    }
+    ConversionResult result = conversionOK;
+    convertByBlocks(
+        at, sourceEnd, [&](Place<UTF16, Target> here) { return convertBlock(here, bounds); },
+        [&](Place<UTF16, Target>& here, const UTF16* stretchEnd) {
+            result = convertSingly(here, stretchEnd, bounds);
+            return result == conversionOK;
+        });
     *source = at.from;
     *target = at.to;
     return result;

@@ -13,23 +13,23 @@ namespace {
 
 // Converts the units up to stretchEnd one at a time. False when the conversion stops before; `result` then
 // tells why. Otherwise `result` is changed only by a value that is remembered.
-bool convertSingly(Place<UTF32, UTF16>& at, const UTF32* stretchEnd, const UTF16* targetEnd, bool strict,
+bool convertSingly(Place<UTF32, UTF16>& at, const UTF32* stretchEnd, const Bounds<UTF32, UTF16>& bounds,
                    ConversionResult& result)
 {
     for (; at.from < stretchEnd; ++at.from) {
         UTF32 value = *at.from;
-        if (strict && isSurrogate(value)) {
+        if (bounds.strict && isSurrogate(value)) {
             result = sourceIllegal;
             return false;
         }
-        if (strict && value > kLargestScalar) {
+        if (bounds.strict && value > kLargestScalar) {
             result = sourceIllegal;
             continue;
         }
         if (isSurrogate(value) || value > kLargestScalar) {
             value = kReplacementCharacter;
         }
-        if (!put(value, at.to, targetEnd)) {
+        if (!put(value, at.to, bounds.room)) {
             result = targetExhausted;
             return false;
         }
@@ -37,12 +37,12 @@ bool convertSingly(Place<UTF32, UTF16>& at, const UTF32* stretchEnd, const UTF16
     return true;
 }
 
-bool convertSingly(Place<UTF32, UTF8>& at, const UTF32* stretchEnd, const UTF8* targetEnd, bool strict,
+bool convertSingly(Place<UTF32, UTF8>& at, const UTF32* stretchEnd, const Bounds<UTF32, UTF8>& bounds,
                    ConversionResult& result)
 {
     for (; at.from < stretchEnd; ++at.from) {
         UTF32 value = *at.from;
-        if (strict && isSurrogate(value)) {
+        if (bounds.strict && isSurrogate(value)) {
             result = sourceIllegal;
             return false;
         }
@@ -50,7 +50,7 @@ bool convertSingly(Place<UTF32, UTF8>& at, const UTF32* stretchEnd, const UTF8* 
         if (tooLarge) {
             value = kReplacementCharacter;
         }
-        if (!put(value, at.to, targetEnd)) {
+        if (!put(value, at.to, bounds.room)) {
             result = targetExhausted;
             return false;
         }
@@ -71,60 +71,82 @@ Lanes32 areTooLarge(Lanes32 values)
     return (Lanes32)(values >> 16 > kLargestScalar >> 16);
 }
 
-// Whether a block has values that are not the same in UTF-16.
-bool hasNoSingleUnit(const UTF32* from)
+// The values that have another form in UTF-16, or none.
+Lanes32 areNoSingleUnits(Lanes32 values)
+{
+    return areSurrogates(values) | values >> 16;
+}
+
+// Whether the test gives anything but zeros for so many values.
+template <std::size_t count, typename Test> bool any(const UTF32* from, Test&& test)
 {
     Lanes32 found {};
-    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF32>) {
-        const Lanes32 values = loadLanes(from + i);
-        found |= areSurrogates(values) | values >> 16;
+    for (std::size_t i = 0; i < count; i += kLanes<UTF32>) {
+        found |= test(loadLanes(from + i));
     }
     return anySet(found);
 }
 
-// Any block but for its last value, unless in strict mode it has ill-formed values.
-Place<UTF32, UTF16> convertMixed(Place<UTF32, UTF16> at, bool strict)
+Lanes32 replaced(Lanes32 areReplaced, Lanes32 values)
 {
-    UTF32 results[kBlock];
-    UTF32 lengths[kBlock];
-    Lanes32 illFormed {};
-    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF32>) {
-        const Lanes32 source = loadLanes(at.from + i);
-        const Lanes32 replaced = areSurrogates(source) | areTooLarge(source);
-        illFormed |= replaced;
-        const Lanes32 values = choose<Lanes32>(replaced, Lanes32 {} + kReplacementCharacter, source);
+    return choose<Lanes32>(areReplaced, Lanes32 {} + kReplacementCharacter, values);
+}
+
+UTF16* putGroup(const UTF32* from, UTF16* to)
+{
+    if (!any<kGroup>(from, areNoSingleUnits)) {
+        return copyUnits<kGroup>(from, to);
+    }
+    UTF32 results[kGroup];
+    UTF32 lengths[kGroup];
+    for (std::size_t i = 0; i < kGroup; i += kLanes<UTF32>) {
+        const Lanes32 source = loadLanes(from + i);
+        const Lanes32 values = replaced(areSurrogates(source) | areTooLarge(source), source);
         const Lanes32 single = (Lanes32)(values >> 16 == 0);
         const Lanes32 high = 0xD7C0 + (values >> kSurrogateShift);
         const Lanes32 low = kFirstLowSurrogate | (values & kSurrogateMask);
         storeLanes(choose<Lanes32>(single, values, high | low << 16), results + i);
         storeLanes(2 + single, lengths + i);
     }
-    if (strict && anySet(illFormed)) {
-        return at;
-    }
-    return { at.from + kBlock - 1, storeOver<kBlock - 1>(results, lengths, at.to) };
+    return storeOver<kGroup>(results, lengths, to);
 }
 
-Place<UTF32, UTF16> convertBlock(Place<UTF32, UTF16> at, Ends<UTF32, UTF16> ends, bool strict)
+// A block but for its last group, unless in strict mode it has ill-formed values.
+Place<UTF32, UTF16> convertMixed(Place<UTF32, UTF16> at, bool strict)
 {
-    if (!has(at, ends, kBlock, 2 * kBlock)) {
+    const auto areIllFormed = [](Lanes32 values) { return areSurrogates(values) | areTooLarge(values); };
+    if (strict && any<kBlock>(at.from, areIllFormed)) {
         return at;
     }
-    return hasNoSingleUnit(at.from) ? convertMixed(at, strict) : copyBlock(at);
+    for (std::size_t i = 0; i < kTaken; i += kGroup) {
+        at.to = putGroup(at.from + i, at.to);
+    }
+    return { at.from + kTaken, at.to };
 }
 
-// Any block but for its last three values, unless it has values that are remembered or, in strict mode,
-// surrogates.
-Place<UTF32, UTF8> convertMixed(Place<UTF32, UTF8> at, bool strict)
+Place<UTF32, UTF16> convertBlock(Place<UTF32, UTF16> at, const Bounds<UTF32, UTF16>& bounds, ConversionResult&)
 {
-    UTF32 results[kBlock];
-    UTF32 lengths[kBlock];
-    Lanes32 tooLarge {};
-    Lanes32 surrogates {};
-    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF32>) {
-        const Lanes32 values = loadLanes(at.from + i);
-        tooLarge |= areTooLarge(values);
-        surrogates |= areSurrogates(values);
+    if (!has(at, bounds, kBlock, 2 * kBlock)) {
+        return at;
+    }
+    return any<kBlock>(at.from, areNoSingleUnits) ? convertMixed(at, bounds.strict) : copyBlock(at);
+}
+
+UTF8* putGroup(const UTF32* from, UTF8* to, ConversionResult& result)
+{
+    if (!any<kGroup>(from, areNoSingleUnits)) {
+        UTF16 units[kGroup];
+        copyUnits<kGroup>(from, units);
+        return putSingleUnits(loadLanes(units), to);
+    }
+    if (any<kGroup>(from, areTooLarge)) {
+        result = sourceIllegal;
+    }
+    UTF32 results[kGroup];
+    UTF32 lengths[kGroup];
+    for (std::size_t i = 0; i < kGroup; i += kLanes<UTF32>) {
+        const Lanes32 source = loadLanes(from + i);
+        const Lanes32 values = replaced(areTooLarge(source), source);
         const Lanes32 under80 = (Lanes32)(values >> 7 == 0);
         const Lanes32 under800 = (Lanes32)(values >> 11 == 0);
         const Lanes32 under10000 = (Lanes32)(values >> 16 == 0);
@@ -139,55 +161,50 @@ Place<UTF32, UTF8> convertMixed(Place<UTF32, UTF8> at, bool strict)
         storeLanes(choose<Lanes32>(under800, upToTwo, aboveTwo), results + i);
         storeLanes(4 + under80 + under800 + under10000, lengths + i);
     }
-    if (anySet(tooLarge) || (strict && anySet(surrogates))) {
-        return at;
-    }
-    return { at.from + kBlock - 3, storeOver<kBlock - 3>(results, lengths, at.to) };
+    return storeOver<kGroup>(results, lengths, to);
 }
 
-Place<UTF32, UTF8> convertBlock(Place<UTF32, UTF8> at, Ends<UTF32, UTF8> ends, bool strict)
+// A block but for its last group, unless in strict mode it has surrogates. Remembers values that are too large.
+Place<UTF32, UTF8> convertMixed(Place<UTF32, UTF8> at, bool strict, ConversionResult& result)
 {
-    if (!has(at, ends, kBlock, 4 * kBlock)) {
+    if (strict && any<kBlock>(at.from, areSurrogates)) {
+        return at;
+    }
+    for (std::size_t i = 0; i < kTaken; i += kGroup) {
+        at.to = putGroup(at.from + i, at.to, result);
+    }
+    return { at.from + kTaken, at.to };
+}
+
+Place<UTF32, UTF8> convertBlock(Place<UTF32, UTF8> at, const Bounds<UTF32, UTF8>& bounds,
+                                ConversionResult& result)
+{
+    if (!has(at, bounds, kBlock, 4 * kBlock)) {
         return at;
     }
     if (!anyHas(0xFFFFFF80, at.from)) {
         return copyBlock(at);
     }
-    if (hasNoSingleUnit(at.from)) {
-        return convertMixed(at, strict);
-    }
-    UTF16 units[kBlock];
-    copyBlock<UTF32, UTF16>({ at.from, units });
-    if (!anyHas(0xF800, units)) {
+    if (!anyHas(0xFFFFF800, at.from)) {
+        UTF16 units[kBlock];
+        copyUnits<kBlock>(at.from, units);
         return { at.from + kBlock - 2, putBlockBelow800(units, at.to) };
     }
-    return { at.from + kBlock - 4, putBlockOfSingleUnits(units, at.to) };
-}
-
-template <typename Target>
-Place<UTF32, Target> convertBlocks(Place<UTF32, Target> at, Ends<UTF32, Target> ends, bool strict)
-{
-    for (;;) {
-        const Place<UTF32, Target> next = convertBlock(at, ends, strict);
-        if (next.from == at.from) {
-            return at;
-        }
-        at = next;
-    }
+    return convertMixed(at, bounds.strict, result);
 }
 
 template <typename Target>
 ConversionResult convert(const UTF32** source, const UTF32* sourceEnd, Target** target, const Target* targetEnd,
                          ConversionFlags flags)
 {
-    const bool strict = flags == strictConversion;
+    const Bounds<UTF32, Target> bounds { *source, sourceEnd, targetEnd, flags == strictConversion };
     Place<UTF32, Target> at { *source, *target };
     ConversionResult result = conversionOK;
-    bool goesOn = true;
-    while (goesOn && at.from < sourceEnd) {
-        at = convertBlocks<Target>(at, { sourceEnd, targetEnd }, strict);
-        goesOn = convertSingly(at, endOfStretch(at.from, sourceEnd), targetEnd, strict, result);
-    }
+    convertByBlocks(
+        at, sourceEnd, [&](Place<UTF32, Target> here) { return convertBlock(here, bounds, result); },
+        [&](Place<UTF32, Target>& here, const UTF32* stretchEnd) {
+            return convertSingly(here, stretchEnd, bounds, result);
+        });
     *source = at.from;
     *target = at.to;
     return result;

@@ -7,9 +7,17 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace KXPL {
 namespace {
+
+// A block that gives less than this was ended by something longer than two bytes or ill-formed, which is not
+// among the next characters for long.
+constexpr std::ptrdiff_t kShortOfBlock = kBlock - 3;
+constexpr std::size_t kAfterShortBlock = 4;
+constexpr std::ptrdiff_t kLongestSequence = 4;
 
 // Indexed by a lead byte: how many bytes follow it. The forms of five and six bytes are known so that they
 // can be refused as a whole.
@@ -92,16 +100,17 @@ ConversionResult peekUTF8(const UTF8* source, const UTF8* sourceEnd, UTF32& valu
 // surrogates and values above kLargestScalar, in either mode, so no branch for them follows and the flags make
 // no difference.
 template <typename Target>
-ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd, Ends<UTF8, Target> ends)
+ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd,
+                               const Bounds<UTF8, Target>& bounds)
 {
     while (at.from < stretchEnd) {
         UTF32 value = 0;
         int length = 0;
-        const ConversionResult result = peekUTF8(at.from, ends.source, value, length);
+        const ConversionResult result = peekUTF8(at.from, bounds.end, value, length);
         if (result != conversionOK) {
             return result;
         }
-        if (!put(value, at.to, ends.target)) {
+        if (!put(value, at.to, bounds.room)) {
             return targetExhausted;
         }
         at.from += length;
@@ -109,13 +118,15 @@ ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd, 
     return conversionOK;
 }
 
-// Some characters of any length, none of which can end the conversion: there are four bytes and two units for
-// each of them. It takes what the Unicode Standard calls well-formed and leaves the rest to the legality test.
-template <typename Target> Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
+// At most so many characters of any length, none of which can end the conversion: there are four bytes and two
+// units for each of them. It takes what the Unicode Standard calls well-formed and leaves the rest to the
+// legality test.
+template <typename Target>
+Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds, std::size_t most)
 {
     std::size_t characters =
-        std::min(roomBetween(at.from, ends.source) / 4, roomBetween<Target>(at.to, ends.target) / 2);
-    for (characters = std::min(characters, kBlock); characters > 0; --characters) {
+        std::min(roomBetween(at.from, bounds.end) / 4, roomBetween<Target>(at.to, bounds.room) / 2);
+    for (characters = std::min(characters, most); characters > 0; --characters) {
         UTF32 bytes;
         std::memcpy(&bytes, at.from, sizeof bytes);
         if ((bytes & 0x00C0C0F0) == 0x008080E0) {
@@ -160,9 +171,9 @@ Lanes16 valuesBelow800(Lanes16 previous, Lanes16 bytes)
 // storeOver for results of two units, which a wider target keeps apart.
 template <typename Target>
 [[gnu::noinline]] Target* storePairs(const UTF16* firsts, const UTF16* seconds, const UTF16* lengths,
-                                     Target* to)
+                                     std::size_t count, Target* to)
 {
-    for (std::size_t i = 0; i < kBlock / 2 - 1; ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         to[0] = firsts[i];
         to[1] = seconds[i];
         to += lengths[i];
@@ -170,20 +181,37 @@ template <typename Target>
     return to;
 }
 
-// A block of legal sequences of at most two bytes, but for its last two bytes. A result is what two bytes give;
-// a character is given by its last byte.
+// The bytes in front of the first that is refused.
+std::size_t acceptedBytes(const Lanes8 (&refused)[kBlock / kLanes<UTF8>])
+{
+    std::uint64_t words[kBlock / sizeof(std::uint64_t)];
+    std::memcpy(words, refused, sizeof words);
+    std::size_t bytes = 0;
+    for (const std::uint64_t word : words) {
+        if (word != 0) {
+            return bytes + static_cast<std::size_t>(__builtin_ctzll(word)) / 8;
+        }
+        bytes += sizeof word;
+    }
+    return bytes;
+}
+
+// The legal sequences of at most two bytes that a block begins with; of a block that has no others, all but
+// those that end in its last two bytes. A result is what two bytes give; a character is given by its last byte.
+// Looks at the byte before the block.
 template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Target> at)
 {
     UTF16 firsts[kBlock / 2];
     UTF16 seconds[kBlock / 2];
     UTF16 lengths[kBlock / 2];
-    Lanes8 refused {};
+    Lanes8 refused[kBlock / kLanes<UTF8>];
     for (std::size_t i = 0; i < kBlock; i += kLanes<UTF8>) {
         const Lanes8 previous = loadLanes(at.from + i - 1);
         const Lanes8 bytes = loadLanes(at.from + i);
         const Lanes8 areDue = (Lanes8)((previous & 0xC0) == 0xC0);
         const Lanes8 areTrailing = (Lanes8)((bytes & 0xC0) == 0x80);
-        refused |= (areDue ^ areTrailing) | (Lanes8)((bytes & 0xFE) == 0xC0) | (Lanes8)((bytes & 0xE0) == 0xE0);
+        refused[i / kLanes<UTF8>] =
+            (areDue ^ areTrailing) | (Lanes8)((bytes & 0xFE) == 0xC0) | (Lanes8)((bytes & 0xE0) == 0xE0);
         const Lanes16 before = (Lanes16)previous & 0xFF;
         const Lanes16 first = (Lanes16)bytes & 0xFF;
         const Lanes16 second = (Lanes16)bytes >> 8;
@@ -194,54 +222,60 @@ template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Targe
         storeLanes(value, seconds + i / 2);
         storeLanes(2 + firstLeads + secondLeads, lengths + i / 2);
     }
-    if (anySet(refused)) {
+    const std::size_t accepted = acceptedBytes(refused);
+    if (accepted < 2) {
         return at;
     }
-    at.to = storePairs(firsts, seconds, lengths, at.to);
-    at.from += kBlock - 2 - (at.from[kBlock - 3] >= 0xC0);
+    std::size_t taken = accepted / 2 - 1;
+    at.to = storePairs(firsts, seconds, lengths, taken, at.to);
+    if (accepted < kBlock) {
+        // Nothing is sure to overwrite what a result leaves behind its end, so the last one leaves nothing.
+        const bool isOne = lengths[taken] == 1;
+        at.to[0] = firsts[taken];
+        at.to[isOne ? 0 : 1] = isOne ? firsts[taken] : seconds[taken];
+        at.to += lengths[taken];
+        ++taken;
+    }
+    at.from += 2 * taken - (at.from[2 * taken - 1] >= 0xC0);
     return at;
 }
 
-template <typename Target> Place<UTF8, Target> convertBlock(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
+template <typename Target>
+Place<UTF8, Target> convertBlock(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds)
 {
-    if (has(at, ends, kBlock, kBlock)) {
-        if (!anyHas(0x80, at.from)) {
-            return copyBlock(at);
-        }
-        // Where a longer character stands first, the attempt would be in vain.
-        const Place<UTF8, Target> next = *at.from < 0xE0 ? convertBelow800(at) : at;
-        if (next.from != at.from) {
-            return next;
-        }
+    // A block, and the one character in front of it where there is no other.
+    if (!has(at, bounds, kBlock + kLongestSequence, kBlock + 2)) {
+        return convertLegal(at, bounds, kBlock);
     }
-    return convertLegal(at, ends);
-}
-
-template <typename Target> Place<UTF8, Target> convertBlocks(Place<UTF8, Target> at, Ends<UTF8, Target> ends)
-{
-    for (;;) {
-        const Place<UTF8, Target> next = convertBlock(at, ends);
-        if (next.from == at.from) {
-            return at;
-        }
-        at = next;
+    if (!anyHas(0x80, at.from)) {
+        return copyBlock(at);
     }
+    if (at.from == bounds.begin) {
+        at = convertLegal(at, bounds, 1);
+    }
+    // Where a longer character stands first, the attempt would be in vain.
+    if (at.from == bounds.begin || *at.from >= 0xE0) {
+        return convertLegal(at, bounds, kBlock);
+    }
+    const Place<UTF8, Target> next = convertBelow800(at);
+    return next.from - at.from < kShortOfBlock ? convertLegal(next, bounds, kAfterShortBlock) : next;
 }
 
 template <typename Target>
 ConversionResult convert(const UTF8** source, const UTF8* sourceEnd, Target** target, const Target* targetEnd)
 {
-    const Ends<UTF8, Target> ends { sourceEnd, targetEnd };
+    const bool strict = true; // or not: both refuse the same
+    const Bounds<UTF8, Target> bounds { *source, sourceEnd, targetEnd, strict };
     Place<UTF8, Target> at { *source, *target };
-    if (at.from >= sourceEnd) {
-        return conversionOK;
-    }
-    // Blocks look at the byte before them.
-    ConversionResult result = convertSingly(at, at.from + 1, ends);
-    while (result == conversionOK && at.from < sourceEnd) {
-        at = convertBlocks(at, ends);
-        result = convertSingly(at, endOfStretch(at.from, sourceEnd), ends);
-    }
+    ConversionResult result = conversionOK;
+    convertByBlocks(
+        at, sourceEnd, [&](Place<UTF8, Target> here) { return convertBlock(here, bounds); },
+        [&](Place<UTF8, Target>& here, const UTF8* stretchEnd) {
+            // Blocks take all that is legal, so either the next sequence ends the conversion or few are left.
+            const std::ptrdiff_t bytes = std::min(stretchEnd - here.from, kLongestSequence);
+            result = convertSingly(here, here.from + bytes, bounds);
+            return result == conversionOK;
+        });
     *source = at.from;
     *target = at.to;
     return result;

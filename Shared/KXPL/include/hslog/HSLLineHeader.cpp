@@ -49,13 +49,13 @@ char* putSequence(char* to, int sequence)
     const unsigned int magnitude =
         isNegative ? 0u - static_cast<unsigned int>(sequence) : static_cast<unsigned int>(sequence);
     const std::size_t width = decimalDigits(magnitude) + (isNegative ? 1 : 0);
-    for (std::size_t column = width; column < kSequenceColumns; ++column) {
-        *to++ = ' ';
-    }
+    char* const end = to + (width > kSequenceColumns ? width : kSequenceColumns);
+    std::memset(to, ' ', kSequenceColumns);
+    char* const digits = putDecimalInFrontOf(end, magnitude);
     if (isNegative) {
-        *to++ = '-';
+        digits[-1] = '-';
     }
-    return putDecimal(to, magnitude);
+    return end;
 }
 
 // "%-18s".

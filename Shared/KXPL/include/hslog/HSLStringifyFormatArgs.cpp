@@ -209,7 +209,9 @@ template <std::size_t Size> TextView view(const char (&text)[Size])
     return { text, Size - 1 };
 }
 
-TextView readFormat(RingCursor& ring, const std::vector<CLogManager::CFormatStringEntry>& formats)
+// Sets `holdsZero` if the format has a zero byte, as only an entry of the table can.
+TextView readFormat(RingCursor& ring, const std::vector<CLogManager::CFormatStringEntry>& formats,
+                    bool& holdsZero)
 {
     const unsigned char kind = ReadField<unsigned char>(ring);
     if (kind == kFormatInline) {
@@ -229,7 +231,12 @@ TextView readFormat(RingCursor& ring, const std::vector<CLogManager::CFormatStri
         return view("");
     }
     const CLogManager::CFormatStringEntry& entry = formats[index];
-    return entry.mNarrow ? TextView { entry.mString.data(), entry.mString.size() } : view(kWideFormatText);
+    if (!entry.mNarrow) {
+        return view(kWideFormatText);
+    }
+    const TextView text { entry.mString.data(), entry.mString.size() };
+    holdsZero = lengthUpToZero(text.text, text.length) != text.length;
+    return text;
 }
 
 } // namespace
@@ -237,11 +244,11 @@ TextView readFormat(RingCursor& ring, const std::vector<CLogManager::CFormatStri
 void appendMessage(TextBuffer& text, bool render, RingCursor& ring,
                    const std::vector<CLogManager::CFormatStringEntry>& formats)
 {
-    const TextView format = readFormat(ring, formats);
+    bool holdsZero = false;
+    const TextView format = readFormat(ring, formats, holdsZero);
     const int count = ReadField<signed char>(ring);
-    // Only an entry of the table can hold a zero byte; the C library then ends the piece there.
-    const bool shortcuts = gShortcuts && lengthUpToZero(format.text, format.length) == format.length;
-    PieceRenderer renderer(text, render, shortcuts);
+    // The C library ends a piece at a zero byte.
+    PieceRenderer renderer(text, render, gShortcuts && !holdsZero);
     if (count <= 0) {
         return renderer.Literal(format.text, format.length);
     }
