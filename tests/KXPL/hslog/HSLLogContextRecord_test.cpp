@@ -441,3 +441,17 @@ TEST_F(LogRecord, RecordsOfAnyValuesAreWholeWhereverTheRingEnds)
         [&](CLogContext& context) { context.Log(CCat(3), static_cast<short>(5), any[1], any[0]); },
         RecordBytes().FormatId(5).ValueCount(2).String(text).Int32(7));
 }
+
+TEST_F(LogRecord, AsManyValuesOfAnyTypesAsThereMayBeAreRecorded)
+{
+    const CValue values[] = { CValue(1), CValue(2), CValue(3), CValue(4), CValue(5),
+                              CValue(6), CValue(7), CValue(8), CValue(9), CValue("ten") };
+    const CValue* volatile any = values;
+    RecordBytes expected = Header(1).FormatId(5).ValueCount(10);
+    for (int number = 1; number < 10; ++number) {
+        expected.Int32(number);
+    }
+    EXPECT_EQ(Logged(CCat(3), static_cast<short>(5), any[0], any[1], any[2], any[3], any[4], any[5], any[6],
+                     any[7], any[8], any[9]),
+              expected.String("ten").Bytes());
+}

@@ -222,6 +222,11 @@ TEST_F(WritePath, LongTextsGoThroughTheRingsCopyFunction)
     EXPECT_EQ(copied, 0);
     mContext.Log(CCat(3), longer.c_str(), CValue(longer.c_str()));
     EXPECT_EQ(copied, 66);
+    // So do those whose length the compiler knows.
+    mContext.Log(CCat(3), "a literal of exactly 32 bytes...", CValue("and another of so many, no more."));
+    EXPECT_EQ(copied, 66);
+    mContext.Log(CCat(3), "a literal of exactly 33 bytes....", CValue("and another of so many, no more.."));
+    EXPECT_EQ(copied, 132);
 }
 
 // A record that fits is stored behind the write position first and dated then, so that reading the clock is all
