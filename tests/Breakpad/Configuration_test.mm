@@ -331,7 +331,8 @@ TEST_F(Configuration, AKeyOrValueThatIsNoStringIsIgnoredWithALine)
 {
     void* reporter = BreakpadCreate(mValues);
     testing::internal::CaptureStderr();
-    BreakpadSetKeyValue(reporter, static_cast<NSString*>(static_cast<id>([NSNumber numberWithInt:5])), @"value");
+    BreakpadSetKeyValue(reporter, static_cast<NSString*>(static_cast<id>([NSNumber numberWithInt:5])),
+                        @"value");
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "fallcatch: a key or value that is not a string is ignored\n");
     testing::internal::CaptureStderr();

@@ -133,7 +133,8 @@ TEST(RingCursor, RingIsFilledToTheLastElementBehindAPublish)
             EXPECT_EQ(ring.readSlot(), (start + taken) % 9);
             EXPECT_EQ(ring.write("ABCDEFGHI"), (Outcome { CB_ERR_OVERFLOW, taken, "" }));
             EXPECT_EQ(ring.used(), 8u);
-            const std::string expected = std::string("abcdefghABCDEFGH").substr(static_cast<std::size_t>(taken), 8);
+            const std::string expected =
+                std::string("abcdefghABCDEFGH").substr(static_cast<std::size_t>(taken), 8);
             EXPECT_EQ(take(cursor, 9), expected + std::string(1, '\0'));
             cursor.Publish();
             EXPECT_EQ(ring.used(), 0u);

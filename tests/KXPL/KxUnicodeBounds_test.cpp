@@ -1,5 +1,5 @@
-// Texts and targets between pages that must not be touched: a converter that looks or writes beside them faults,
-// in every build.
+// Texts and targets between pages that must not be touched: a converter that looks or writes beside them
+// faults, in every build.
 #include "KxUnicode.h"
 
 #include "UnicodeModel.h"
@@ -51,8 +51,8 @@ template <typename Unit> Unit* put(const UnicodeUnits& units, Unit* to)
 template <typename Source, typename Target>
 using Function = ConversionResult (*)(const Source**, const Source*, Target**, Target*, ConversionFlags);
 
-// Converts a text that begins or ends with its page into a target of exactly the room that it needs, which begins
-// or ends with its page as well.
+// Converts a text that begins or ends with its page into a target of exactly the room that it needs, which
+// begins or ends with its page as well.
 template <typename Source, typename Target>
 void convertBetweenFences(Function<Source, Target> convert, UnicodeForm from, UnicodeForm to,
                           const UnicodeUnits& text, bool atBegin)

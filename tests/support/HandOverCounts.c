@@ -1,7 +1,7 @@
 /* Hands over what was counted for coverage where a process ends without passing its exit: when a crash handler
  * puts the signals' former handlers back, which is the last that it does, and when a child of a crashed process
- * leaves. For coverage builds only, into whose library the linker leads the calls. Crashed processes that no longer
- * can do even this lose their counts as before. */
+ * leaves. For coverage builds only, into whose library the linker leads the calls. Crashed processes that no
+ * longer can do even this lose their counts as before. */
 #include <signal.h>
 #include <stdarg.h>
 #include <sys/resource.h>

@@ -416,13 +416,15 @@ TEST_F(LogRecord, RecordBeyondTheReserveIsCutShortAndCountedAllTheSame)
     EXPECT_EQ(BytesIn(*context.mBuffer), whole.substr(0, 4097));
 }
 
-// A record that does not lie in one piece goes another way through the code; which it is hangs on its exact size.
+// A record that does not lie in one piece goes another way through the code; which it is hangs on its exact
+// size.
 TEST_F(LogRecord, RecordsAreWholeWhereverTheRingEnds)
 {
     const std::string text(40, 't');
     const char* const utf8 = text.c_str();
-    LogAtTheRingsEnd([&](CLogContext& context) { context.Log(CCat(3), "%d %s %s", 7, utf8, "short"); },
-                     RecordBytes().InlineFormat("%d %s %s").ValueCount(3).Int32(7).String(text).String("short"));
+    LogAtTheRingsEnd(
+        [&](CLogContext& context) { context.Log(CCat(3), "%d %s %s", 7, utf8, "short"); },
+        RecordBytes().InlineFormat("%d %s %s").ValueCount(3).Int32(7).String(text).String("short"));
     LogAtTheRingsEnd([&](CLogContext& context) { context.Log(CCat(3), static_cast<short>(5), utf8, 7); },
                      RecordBytes().FormatId(5).ValueCount(2).String(text).Int32(7));
     LogAtTheRingsEnd([&](CLogContext& context) { context.Log(CCat(3), "alone"); },
@@ -437,9 +439,8 @@ TEST_F(LogRecord, RecordsOfAnyValuesAreWholeWhereverTheRingEnds)
     LogAtTheRingsEnd(
         [&](CLogContext& context) { context.Log(CCat(3), "%d %s %s", any[0], any[1], any[2]); },
         RecordBytes().InlineFormat("%d %s %s").ValueCount(3).Int32(7).String(text).String("short"));
-    LogAtTheRingsEnd(
-        [&](CLogContext& context) { context.Log(CCat(3), static_cast<short>(5), any[1], any[0]); },
-        RecordBytes().FormatId(5).ValueCount(2).String(text).Int32(7));
+    LogAtTheRingsEnd([&](CLogContext& context) { context.Log(CCat(3), static_cast<short>(5), any[1], any[0]); },
+                     RecordBytes().FormatId(5).ValueCount(2).String(text).Int32(7));
 }
 
 TEST_F(LogRecord, AsManyValuesOfAnyTypesAsThereMayBeAreRecorded)

@@ -19,8 +19,8 @@ namespace {
 constexpr int kMessages = 20000;
 constexpr int kMoreInstructionsThanACallHas = 100000;
 
-// Stepping takes the square of the number of instructions, of which an instrumented call has very many, and one that
-// is not optimised many.
+// Stepping takes the square of the number of instructions, of which an instrumented call has very many, and one
+// that is not optimised many.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr int kBetweenPositions = 97;
 #elif !defined(__OPTIMIZE__)
