@@ -3,6 +3,52 @@
 import re
 from dataclasses import dataclass
 
+KXPL = "Shared/KXPL/"
+HSLOG = "Shared/KXPL/include/hslog/"
+# Which test programs a source's mistakes should show up in.
+WATCHED = {
+    "ring": {
+        KXPL + "CCircularBuffer.cpp": ["circularbuffer_test"],
+        KXPL + "CircularBuffer.cpp": ["circularbuffer_test"],
+        KXPL + "CircularBufferCursor.cpp": ["circularbuffer_test"],
+        KXPL + "CircularBufferRead.cpp": ["circularbuffer_test"],
+        KXPL + "CircularBufferWrite.cpp": ["circularbuffer_test"],
+        KXPL + "CircularBufferPositions.h": ["circularbuffer_test"],
+        KXPL + "CircularBufferCursor.h": ["circularbuffer_test", "hslcollect_test"],
+        KXPL + "KxShortBytes.h": ["circularbuffer_test", "hslstringify_test"],
+        KXPL + "include/CircularBuffer.h": ["circularbuffer_test"],
+    },
+    "converters": {
+        KXPL + "KxUnicodeUTF8.cpp": ["kxunicode_test"],
+        KXPL + "KxUnicodeUTF16.cpp": ["kxunicode_test"],
+        KXPL + "KxUnicodeUTF32.cpp": ["kxunicode_test"],
+        KXPL + "KxUnicodeBlocks.h": ["kxunicode_test"],
+        KXPL + "KxUnicodeLanes.h": ["kxunicode_test"],
+        KXPL + "KxUnicodePutUTF8.h": ["kxunicode_test"],
+        KXPL + "KxUnicodeScalar.h": ["kxunicode_test"],
+    },
+    "renderer": {
+        HSLOG + "HSLDigits.cpp": ["hslshortcuts_test"],
+        HSLOG + "HSLDigits.h": ["hslshortcuts_test", "hslcollecttime_test"],
+        HSLOG + "HSLFormatPieces.cpp": ["hslshortcuts_test", "hslstringify_test"],
+        HSLOG + "HSLFormatPieces.h": ["hslshortcuts_test", "hslstringify_test"],
+        HSLOG + "HSLLineHeader.cpp": ["hslcollecttime_test", "hslcollect_test"],
+        HSLOG + "HSLShortcuts.cpp": ["hslshortcuts_test", "hslstringify_test"],
+        HSLOG + "HSLStringify.cpp": ["hslshortcuts_test", "hslstringify_test"],
+        HSLOG + "HSLStringifyFormatArgs.cpp": ["hslshortcuts_test", "hslstringify_test"],
+    },
+    "merge": {
+        HSLOG + "HSLCollect.cpp": ["hslcollect_test"],
+        HSLOG + "HSLMerge.h": ["hslmerge_test", "hslcollect_test"],
+    },
+    "record": {
+        HSLOG + "HSLLogContext.cpp": ["hsl_log_context_test", "hsl_log_context_write_path_test"],
+        HSLOG + "HSLRecordPlace.cpp": ["hsl_log_context_test", "hsl_log_context_write_path_test"],
+        HSLOG + "HSLRecordPlace.h": ["hsl_log_context_test", "hsl_log_context_write_path_test"],
+        HSLOG + "HSLLogContext.h": ["hsl_log_context_test", "hsl_log_context_write_path_test"],
+    },
+}
+
 SWAPS = {
     "<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==",
     "&&": "||", "||": "&&",
@@ -82,3 +128,7 @@ def mutants_of(name, text):
         if line.strip("\x01 "):
             previous = line
     return found
+
+
+def programs_of():
+    return {file: programs for files in WATCHED.values() for file, programs in files.items()}

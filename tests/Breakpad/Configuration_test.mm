@@ -195,6 +195,10 @@ TEST_F(Configuration, ServerParametersMustBeADictionaryOfStrings)
         [NSDictionary dictionaryWithObject:[NSNumber numberWithInt:5] forKey:@"Channel"]);
     EXPECT_EQ(Read(kProduct), "(refused)");
     EXPECT_EQ(mWhy, "the value of Channel is not a string");
+    Set("BreakpadServerParameters",
+        [NSDictionary dictionaryWithObject:@"beta" forKey:[NSNumber numberWithInt:5]]);
+    EXPECT_EQ(Read(kProduct), "(refused)");
+    EXPECT_EQ(mWhy, "the value of a key in BreakpadServerParameters is not a string");
 }
 
 TEST_F(Configuration, DumpsGoToTheProductsFolderInTheUsersCache)
@@ -251,6 +255,39 @@ TEST_F(Configuration, AMissingSenderIsRefused)
     EXPECT_EQ(mWhy, "/none/sender is not a program that can be run");
 }
 
+// This program contains the adapter, and no sender lies beside it.
+TEST_F(Configuration, ASenderThatIsNotNamedMustLieInItsPlace)
+{
+    for (id sender : { static_cast<id>(@""), static_cast<id>(nil) }) {
+        Set("BreakpadReporterExeLocation", sender);
+        EXPECT_EQ(Read(kProduct), "(refused)");
+        EXPECT_EQ(mWhy, "the program fallcatch_sender is not where it belongs");
+    }
+}
+
+TEST_F(Configuration, EmptyValuesAreAsGoodAsNone)
+{
+    Set("BreakpadMinidumpLocation", @"");
+    Set("BreakpadServerType", @"");
+    EXPECT_EQ(Read(kMinidumpLocation), home() + "/Library/Caches/Breakpad/App");
+    EXPECT_EQ(Read(kServerType), "google");
+}
+
+TEST_F(Configuration, WithoutAUsableCacheAllLiesWithTheDumps)
+{
+    const std::string caches = home() + "/Library/Caches/Breakpad";
+    fs::create_directories(caches);
+    std::ofstream(caches + "/Uncached") << "a file where the folder would be";
+    Set("BreakpadProduct", @"Uncached");
+    EXPECT_EQ(Read(kProduct), "(refused)");
+    const std::string folder = home() + "/uncached";
+    Set("BreakpadMinidumpLocation", [NSString stringWithUTF8String:folder.c_str()]);
+    const auto settings = ReadConfiguration(mValues, mWhy);
+    ASSERT_TRUE(settings) << mWhy;
+    EXPECT_EQ(settings->dumpFolder, folder);
+    EXPECT_EQ(settings->stateFolder, folder);
+}
+
 TEST_F(Configuration, LongValuesAreCutBetweenCharacters)
 {
     const std::string text = std::string(254, 'x') + "\xE2\x82\xAC";
@@ -290,9 +327,14 @@ TEST_F(Configuration, ANullReporterIsLeftAlone)
     BreakpadRelease(nullptr);
 }
 
-TEST_F(Configuration, AValueThatIsNoStringIsIgnoredWithALine)
+TEST_F(Configuration, AKeyOrValueThatIsNoStringIsIgnoredWithALine)
 {
     void* reporter = BreakpadCreate(mValues);
+    testing::internal::CaptureStderr();
+    BreakpadSetKeyValue(reporter, static_cast<NSString*>(static_cast<id>([NSNumber numberWithInt:5])),
+                        @"value");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "fallcatch: a key or value that is not a string is ignored\n");
     testing::internal::CaptureStderr();
     BreakpadSetKeyValue(reporter, @"key", static_cast<NSString*>(static_cast<id>([NSNumber numberWithInt:5])));
     EXPECT_EQ(testing::internal::GetCapturedStderr(),

@@ -79,7 +79,7 @@ CrashServer::CrashServer(int port)
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(mDelay));
         response.status = mStatus;
-        response.set_content("CrashID=bp-1\n", "text/plain");
+        response.set_content(mText, "text/plain");
     });
     if (port == 0) {
         mPort = mServer->bind_to_any_port("127.0.0.1");

@@ -38,6 +38,7 @@ public:
 
     // Of the reports to come.
     void SetStatus(int status) { mStatus = status; }
+    void SetText(const std::string& text) { mText = text; } // before any report
     void SetDelay(int milliseconds) { mDelay = milliseconds; }
     // Runs for each report before it is answered.
     void BeforeAnswer(std::function<void()> look) { mLook = std::move(look); }
@@ -48,6 +49,7 @@ private:
     int mPort = 0;
     std::atomic<int> mStatus { 200 };
     std::atomic<int> mDelay { 0 };
+    std::string mText = "CrashID=bp-1\n";
     std::function<void()> mLook;
     mutable std::mutex mLock;
     std::vector<Received> mReports;

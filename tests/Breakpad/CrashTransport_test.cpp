@@ -191,3 +191,12 @@ TEST_F(CrashTransport, TheSenderByHandTellsWhatBecomesOfAReport)
     EXPECT_EQ(sent.status, 0);
     EXPECT_NE(sent.err.find("sent, HTTP 200 CrashID=bp-1"), std::string::npos) << sent.err;
 }
+
+TEST_F(CrashTransport, WhatACollectorAnswersIsOneLineWithoutControlCharacters)
+{
+    CrashServer server;
+    server.SetText("Crash\tID\x7F=\x1B[1m5\r\nsecond line\n");
+    Crash(server.Port());
+    EXPECT_NE(mSandbox.Log().find("sent, HTTP 200 Crash ID = [1m5\n"), std::string::npos) << mSandbox.Log();
+    EXPECT_EQ(mSandbox.Log().find("second line"), std::string::npos);
+}

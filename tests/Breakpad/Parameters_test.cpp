@@ -111,6 +111,16 @@ TEST(Parameters, AUrlIsNeverCut)
     EXPECT_EQ(valueOf(parameters, BreakpadLinux::kUrl), url);
 }
 
+TEST(Parameters, PlacesAreNeverCut)
+{
+    const std::string path = "/" + std::string(400, 'p');
+    for (const char* key : { BreakpadLinux::kMinidumpLocation, BreakpadLinux::kReporterExeLocation }) {
+        Parameters parameters;
+        parameters.Set(key, path);
+        EXPECT_EQ(valueOf(parameters, key), path);
+    }
+}
+
 // Every length of character, at every place over the limit.
 TEST(CutAtCharacter, NeverSplitsACharacter)
 {

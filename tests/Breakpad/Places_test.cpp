@@ -1,9 +1,12 @@
 #include "Places.h"
 
+#include "Refuse.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 using namespace BreakpadLinux;
@@ -59,6 +62,17 @@ TEST_F(Places, AFileIsNoFolderAndNoneIsMadeBelowIt)
     EXPECT_FALSE(MakeFolder(mFolder + "/file"));
     EXPECT_FALSE(MakeFolder(mFolder + "/file/below"));
     EXPECT_FALSE(MakeFolder(""));
+}
+
+TEST_F(Places, AFolderThatMayNotBeWrittenIsOfNoUse)
+{
+    // Root may write everywhere, so it is the question that is refused.
+    EXPECT_EXIT(
+        {
+            Refuse(SYS_access);
+            std::exit(MakeFolder(mFolder) ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Places, OnlyAFileThatCanBeRunIsAProgram)

@@ -1,9 +1,13 @@
 #include "fallcatch_breakpad.h"
 
+#include "Refuse.h"
+
 #include <csignal>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <thread>
 #include <vector>
 
@@ -101,6 +105,18 @@ TEST(PreparedThread, WithoutAFreeKeyRunsOnWithoutAStack)
                 stack = hasStack();
             }).join();
             std::exit(prepared == 0 && !stack ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(PreparedThread, WhereTheSystemRefusesAStackRunsOnWithoutOne)
+{
+    EXPECT_EXIT(
+        {
+            Refuse(SYS_sigaltstack);
+            int prepared = -1;
+            std::thread([&] { prepared = FallcatchBreakpadPrepareThread(); }).join();
+            std::exit(prepared == 0 ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
 }

@@ -1,8 +1,10 @@
 #include "ReportWriter.h"
 
 #include "Keys.h"
+#include "Refuse.h"
 #include "ReportFile.h"
 
+#include <chrono>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
@@ -12,6 +14,9 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <thread>
 
 using namespace BreakpadLinux;
 namespace fs = std::filesystem;
@@ -102,4 +107,40 @@ TEST_F(ReportWriter, AFileThatMayNotGrowLeavesNothing)
     setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_EQ(made, 0);
     EXPECT_TRUE(fs::is_empty(mFolder));
+}
+
+// Some file systems tell of a full disk only at the end.
+TEST_F(ReportWriter, AFileThatCannotBeClosedIsNoReport)
+{
+    EXPECT_EXIT(
+        {
+            Refuse(SYS_close);
+            const bool written = WriteReport(Dump().c_str(), mPairs, 0) != nullptr;
+            std::exit(written || !fs::is_empty(mFolder) ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+// A pipe that is full for a while stands for a slow disk.
+TEST_F(ReportWriter, SignalsDoNotEndTheWriting)
+{
+    AppendPair(mPairs, "long", std::string(300000, 'x'));
+    const std::string pipe = mFolder + "/1-2-3.part";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::string read;
+    std::thread reader([&] {
+        LeaveTicksToOthers();
+        std::ifstream file(pipe, std::ios::binary);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        read.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    });
+    const char* path = nullptr;
+    for (int tries = 0; path == nullptr && tries < 1000; ++tries) {
+        const Ticks ticks(5000); // which may interrupt the opening too
+        path = WriteReport(Dump().c_str(), mPairs, 0);
+    }
+    reader.join();
+    EXPECT_NE(path, nullptr);
+    EXPECT_EQ(read.compare(0, mPairs.size(), mPairs), 0);
+    EXPECT_TRUE(ParseReport(read));
 }

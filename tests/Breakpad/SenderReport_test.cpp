@@ -103,6 +103,12 @@ TEST_F(SenderReport, AnExtraParameterReplacesAFieldOfItsName)
     EXPECT_EQ(made.fields.at("Version"), "mine");
 }
 
+TEST_F(SenderReport, APairOfTheHostsOwnIsNotSent)
+{
+    const Submission made = Made(Stored({ { kServerType, "other" }, { std::string(100, 'k'), "x" } }));
+    EXPECT_TRUE(made.fields.empty());
+}
+
 TEST_F(SenderReport, AnExtraParameterWithoutANameIsNotSent)
 {
     const Submission made =

@@ -1,12 +1,18 @@
 #include "SenderState.h"
 
+#include "Refuse.h"
+
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <sys/file.h>
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 
 using BreakpadLinux::State;
@@ -106,4 +112,34 @@ TEST_F(SenderState, AMissingFolderMeansNothingIsRemembered)
     state.Log("lost");
     EXPECT_TRUE(state.IntervalHasPassed(3600, 1001));
     EXPECT_EQ(state.ClientId().size(), 32U);
+}
+
+TEST_F(SenderState, SignalsDoNotEndTheWaitForTheFolder)
+{
+    const int other = open(mFolder.c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
+    std::atomic<bool> released { false };
+    std::thread holder([&] {
+        LeaveTicksToOthers();
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        released = true;
+        close(other);
+    });
+    {
+        const Ticks ticks(5000);
+        const State state(mFolder);
+        EXPECT_GT(ticks.Seen(), 0);
+        EXPECT_TRUE(released);
+    }
+    holder.join();
+}
+
+TEST_F(SenderState, WhereFoldersCannotBeLockedNobodyWaits)
+{
+    EXPECT_EXIT(
+        {
+            Refuse(SYS_flock);
+            std::exit(State(mFolder).ClientId().size() == 32 ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }

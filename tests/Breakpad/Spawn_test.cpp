@@ -1,18 +1,23 @@
 #include "Spawn.h"
 
+#include "Refuse.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstddef>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
+#include <sched.h>
 #include <string>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 using BreakpadLinux::StartDetached;
 namespace fs = std::filesystem;
@@ -28,18 +33,39 @@ bool start(const char* program, const std::string& script)
     return StartDetached(program, arguments);
 }
 
-// All system calls of one number fail from now on, in this process for good.
-void refuse(unsigned int call)
+// What became of the program, in a process that may refuse some of its own system calls first. 1000: it was not
+// started.
+constexpr int kNotStarted = 1000;
+
+int endOf(const char* program, const std::string& script)
 {
-    sock_filter program[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    const sock_fprog filter = { sizeof program / sizeof *program, program };
-    ASSERT_EQ(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
-    ASSERT_EQ(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), 0);
+    prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
+    if (!start(program, script)) {
+        return kNotStarted;
+    }
+    int status = 0;
+    while (waitpid(-1, &status, 0) < 0 && errno == EINTR) { }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Ends the process with 0 if a program that is started now finds none of its starter's files.
+[[noreturn]] void exitWithoutInheritedFiles()
+{
+    for (const int number : { 3, 17, 300 }) {
+        dup2(1, number);
+    }
+    std::exit(endOf("/bin/sh", "for i in 3 17 300; do test ! -e /proc/$$/fd/$i || exit 1; done"));
+}
+
+void limitFiles(rlim_t most)
+{
+    const rlimit all = { most, most };
+    if (setrlimit(RLIMIT_NOFILE, &all) != 0) { // who may not raise it
+        rlimit limit = {};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = std::min(most, limit.rlim_max);
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    }
 }
 
 } // namespace
@@ -71,8 +97,90 @@ TEST(Spawn, WithoutNewProcessesNothingIsStarted)
 {
     EXPECT_EXIT(
         {
-            refuse(SYS_clone);
+            Refuse(SYS_clone);
             std::exit(start("/bin/sh", "true") ? 1 : 0);
         },
         testing::ExitedWithCode(0), "");
+}
+
+TEST(Spawn, WithoutASecondProcessNothingIsStarted)
+{
+    EXPECT_EXIT(
+        {
+            Refuse(SYS_clone, CLONE_UNTRACED | SIGCHLD);
+            std::exit(start("/bin/sh", "true") ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(Spawn, AChildInBetweenThatDiesMeansNothingIsStarted)
+{
+    EXPECT_EXIT(
+        {
+            Refuse(SYS_setsid, std::nullopt, SECCOMP_RET_KILL_PROCESS);
+            std::exit(start("/bin/sh", "true") ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(Spawn, AChildThatCannotBeWaitedForCountsAsNotStarted)
+{
+    EXPECT_EXIT(
+        {
+            Refuse(SYS_wait4);
+            std::exit(start("/bin/sh", "true") ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(Spawn, SignalsDoNotEndTheWait)
+{
+    const Ticks ticks(40);
+    int started = 0;
+    for (int i = 0; i < 100; ++i) {
+        started += start("/none/of/these", "") ? 1 : 0;
+    }
+    EXPECT_EQ(started, 100);
+    EXPECT_GT(ticks.Seen(), 0);
+}
+
+TEST(Spawn, TheProgramInheritsNoFiles)
+{
+    EXPECT_EXIT(exitWithoutInheritedFiles(), testing::ExitedWithCode(0), "");
+}
+
+// As on a kernel that is older than the call for all files at once.
+TEST(Spawn, FilesAreClosedOneByOneWhereTheyCannotBeTogether)
+{
+    for (const rlim_t most : { 400, 100000 }) {
+        EXPECT_EXIT(
+            {
+                limitFiles(most);
+                Refuse(SYS_close_range);
+                exitWithoutInheritedFiles();
+            },
+            testing::ExitedWithCode(0), "")
+            << most;
+    }
+}
+
+TEST(Spawn, FilesAreClosedWhereTheirLimitIsUnknown)
+{
+    EXPECT_EXIT(
+        {
+            Refuse(SYS_close_range);
+            Refuse(SYS_prlimit64);
+            exitWithoutInheritedFiles();
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(Spawn, WithoutItsFolderTheProgramDoesNotRun)
+{
+    EXPECT_EXIT(
+        {
+            Refuse(SYS_chdir);
+            std::exit(endOf("/bin/sh", "true"));
+        },
+        testing::ExitedWithCode(127), "");
 }

@@ -117,6 +117,31 @@ TEST(RingCursor, PublishWhereTheDataEndsWithTheRing)
     EXPECT_EQ(take(cursor, 2), std::string("D\0", 2));
 }
 
+// Wherever the reader stood before: a pass may end exactly with the ring, and the writer may then use up all
+// that the pass gave back.
+TEST(RingCursor, RingIsFilledToTheLastElementBehindAPublish)
+{
+    for (int start = 0; start < 9; ++start) {
+        for (int taken = 0; taken <= 8; ++taken) {
+            SCOPED_TRACE(start);
+            Ring ring(1, 8);
+            ring.advance(start);
+            ring.write("abcdefgh");
+            RingCursor cursor(ring.control());
+            take(cursor, static_cast<std::size_t>(taken));
+            cursor.Publish();
+            EXPECT_EQ(ring.readSlot(), (start + taken) % 9);
+            EXPECT_EQ(ring.write("ABCDEFGHI"), (Outcome { CB_ERR_OVERFLOW, taken, "" }));
+            EXPECT_EQ(ring.used(), 8u);
+            const std::string expected =
+                std::string("abcdefghABCDEFGH").substr(static_cast<std::size_t>(taken), 8);
+            EXPECT_EQ(take(cursor, 9), expected + std::string(1, '\0'));
+            cursor.Publish();
+            EXPECT_EQ(ring.used(), 0u);
+        }
+    }
+}
+
 TEST(RingCursor, BytesInOnePieceAreTakenWhereTheyLie)
 {
     Ring ring(1, 8);

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <random>
+#include <utility>
 
 namespace {
 
@@ -194,6 +195,27 @@ TEST(CollectMalformed, ContextDeletedByACallbackDoesNotHarmThePass)
     pass.inCallback = [&deleted] { deleted.reset(); };
     EXPECT_FALSE(pass.Manager().Collect());
     EXPECT_EQ(pass.lines.size(), 1u);
+}
+
+// The bytes that the pass knew of may be gone with their block.
+TEST(CollectMalformed, RingReplacedByACallbackIsReadNoFurther)
+{
+    ManualPass pass;
+    HSL::CLogContext& context = pass.Context("replaced");
+    HSL::CLogContext& other = pass.Context("other");
+    CCircularBuffer fresh(1, 4096, HSL::CLogContext::MallocFunc, HSL::CLogContext::FreeFunc, nullptr);
+    numbered(1).PublishIn(context);
+    numbered(2).PublishIn(context);
+    numbered(3).PublishIn(other);
+    pass.inCallback = [&] {
+        std::swap(context.mBuffer->mControl, fresh.mControl);
+        pass.inCallback = nullptr;
+    };
+    EXPECT_FALSE(pass.Manager().Collect());
+    ASSERT_EQ(pass.lines.size(), 2u);
+    EXPECT_EQ(messageOf(pass.lines[0]), "n=1");
+    EXPECT_EQ(messageOf(pass.lines[1]), "n=3");
+    EXPECT_EQ(context.mRecordCount, 2);
 }
 
 TEST(CollectMalformed, RandomBytesAreMemorySafeAndEnd)

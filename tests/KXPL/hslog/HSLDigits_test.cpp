@@ -51,8 +51,17 @@ TEST(Digits, SixDigitsOfEveryNumber)
 {
     for (unsigned int number = 0; number < 1000000; ++number) {
         char text[6];
-        HSL::putSixDigits(text, number);
+        ASSERT_EQ(HSL::putSixDigits(text, number), text + 6);
         ASSERT_EQ(std::string(text, 6), printed("%06llu", number));
+    }
+}
+
+TEST(Digits, NumberInFrontOfAPlaceEndsThere)
+{
+    for (const unsigned int number : { 0u, 9u, 10u, 99u, 100u, 999u, 1000u, 123456u, 4294967295u }) {
+        char text[HSL::kMostDigits];
+        char* const end = text + sizeof text;
+        EXPECT_EQ(std::string(HSL::putDecimalInFrontOf(end, number), end), printed("%llu", number));
     }
 }
 

@@ -48,6 +48,27 @@ protected:
         return TakeFrom(*mContext.mBuffer, UsedIn(*mContext.mBuffer));
     }
 
+    // Logs twice where the ring ends so many bytes behind the first record's begin, for every such number up to
+    // a few more than the record has.
+    template <typename Function> void LogAtTheRingsEnd(const Function& log, const RecordBytes& body)
+    {
+        const std::string first = Header(1).AddRaw(body.Bytes()).Bytes();
+        const std::string second = Header(2).AddRaw(body.Bytes()).Bytes();
+        for (unsigned int left = 1; left < first.size() + 4; ++left) {
+            CLogContext context("context", 8192, CLogContext::MallocFunc, CLogContext::FreeFunc);
+            CCircularBuffer& ring = *context.mBuffer;
+            SetUsed(ring, 8193 - left);
+            SetUsed(ring, 0);
+            ASSERT_EQ(ring.mControl->end_offset + 1 - ring.mControl->write_offset, left);
+            mManager->mSequence = 0;
+            log(context);
+            ASSERT_EQ(BytesIn(ring), first) << left << " bytes before the ring's end";
+            log(context);
+            ASSERT_EQ(BytesIn(ring), first + second) << left << " bytes before the ring's end";
+            ASSERT_LE(ring.mControl->write_offset, ring.mControl->end_offset);
+        }
+    }
+
     static RecordBytes Header(int sequence)
     {
         return RecordBytes().Header(sequence, kSeconds, kMicroseconds, 0, { 3 });
@@ -393,4 +414,45 @@ TEST_F(LogRecord, RecordBeyondTheReserveIsCutShortAndCountedAllTheSame)
     TakeFrom(*context.mBuffer, 61439);
     const std::string whole = Header(1).InlineFormat("%s").ValueCount(1).String(text).Bytes();
     EXPECT_EQ(BytesIn(*context.mBuffer), whole.substr(0, 4097));
+}
+
+// A record that does not lie in one piece goes another way through the code; which it is hangs on its exact
+// size.
+TEST_F(LogRecord, RecordsAreWholeWhereverTheRingEnds)
+{
+    const std::string text(40, 't');
+    const char* const utf8 = text.c_str();
+    LogAtTheRingsEnd(
+        [&](CLogContext& context) { context.Log(CCat(3), "%d %s %s", 7, utf8, "short"); },
+        RecordBytes().InlineFormat("%d %s %s").ValueCount(3).Int32(7).String(text).String("short"));
+    LogAtTheRingsEnd([&](CLogContext& context) { context.Log(CCat(3), static_cast<short>(5), utf8, 7); },
+                     RecordBytes().FormatId(5).ValueCount(2).String(text).Int32(7));
+    LogAtTheRingsEnd([&](CLogContext& context) { context.Log(CCat(3), "alone"); },
+                     RecordBytes().InlineFormat("alone").ValueCount(0));
+}
+
+TEST_F(LogRecord, RecordsOfAnyValuesAreWholeWhereverTheRingEnds)
+{
+    const std::string text(40, 't');
+    const CValue values[] = { CValue(7), CValue(text.c_str()), CValue("short") };
+    const CValue* volatile any = values; // whose types the compiler cannot see
+    LogAtTheRingsEnd(
+        [&](CLogContext& context) { context.Log(CCat(3), "%d %s %s", any[0], any[1], any[2]); },
+        RecordBytes().InlineFormat("%d %s %s").ValueCount(3).Int32(7).String(text).String("short"));
+    LogAtTheRingsEnd([&](CLogContext& context) { context.Log(CCat(3), static_cast<short>(5), any[1], any[0]); },
+                     RecordBytes().FormatId(5).ValueCount(2).String(text).Int32(7));
+}
+
+TEST_F(LogRecord, AsManyValuesOfAnyTypesAsThereMayBeAreRecorded)
+{
+    const CValue values[] = { CValue(1), CValue(2), CValue(3), CValue(4), CValue(5),
+                              CValue(6), CValue(7), CValue(8), CValue(9), CValue("ten") };
+    const CValue* volatile any = values;
+    RecordBytes expected = Header(1).FormatId(5).ValueCount(10);
+    for (int number = 1; number < 10; ++number) {
+        expected.Int32(number);
+    }
+    EXPECT_EQ(Logged(CCat(3), static_cast<short>(5), any[0], any[1], any[2], any[3], any[4], any[5], any[6],
+                     any[7], any[8], any[9]),
+              expected.String("ten").Bytes());
 }

@@ -222,6 +222,28 @@ TEST_F(WritePath, LongTextsGoThroughTheRingsCopyFunction)
     EXPECT_EQ(copied, 0);
     mContext.Log(CCat(3), longer.c_str(), CValue(longer.c_str()));
     EXPECT_EQ(copied, 66);
+    // So do those whose length the compiler knows.
+    mContext.Log(CCat(3), "a literal of exactly 32 bytes...", CValue("and another of so many, no more."));
+    EXPECT_EQ(copied, 66);
+    mContext.Log(CCat(3), "a literal of exactly 33 bytes....", CValue("and another of so many, no more.."));
+    EXPECT_EQ(copied, 132);
+}
+
+// A record that fits is stored behind the write position first and dated then, so that reading the clock is all
+// that a call does between a record's number and the time at which readers get it.
+TEST_F(WritePath, RecordInOnePieceIsInItsPlaceWhenItIsDated)
+{
+    std::string found;
+    Interposed hooks;
+    hooks.gettimeofdayHook = [&](struct timeval* time, void* zone) {
+        const cb_control* control = mContext.mBuffer->mControl;
+        const char* ring = reinterpret_cast<const char*>(control);
+        // Marker and number are published; time, depth, category, kind and length are not.
+        found = std::string(ring + control->write_offset + 8 + 1 + 2 + 1 + 2, 6);
+        return __real_gettimeofday(time, zone);
+    };
+    mContext.Log(CCat(3), "format", CValue(1));
+    EXPECT_EQ(found, "format");
 }
 
 // The collector takes no more records than the count shows, so the count must not run ahead of the bytes.

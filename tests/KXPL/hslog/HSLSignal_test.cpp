@@ -19,9 +19,12 @@ namespace {
 constexpr int kMessages = 20000;
 constexpr int kMoreInstructionsThanACallHas = 100000;
 
-// Stepping takes the square of the number of instructions, of which an instrumented call has very many.
+// Stepping takes the square of the number of instructions, of which an instrumented call has very many, and one
+// that is not optimised many.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr int kBetweenPositions = 97;
+#elif !defined(__OPTIMIZE__)
+constexpr int kBetweenPositions = 7;
 #else
 constexpr int kBetweenPositions = 1;
 #endif

@@ -65,7 +65,7 @@ bool IsProgram(const std::string& path)
 std::string FindSender()
 {
     Dl_info info = {};
-    if (dladdr(reinterpret_cast<const void*>(&FindSender), &info) == 0 || info.dli_fname == nullptr) {
+    if (dladdr(reinterpret_cast<const void*>(&FindSender), &info) == 0) {
         return std::string();
     }
     const fs::path library = fs::path(AbsolutePath(info.dli_fname)).parent_path();

@@ -44,7 +44,7 @@ Outcome post(State& state, const StoredReport& report)
 {
     const Answer answer = Upload(MakeSubmission(report, [&state] { return state.ClientId(); }));
     if (answer.status < 200 || answer.status > 299) {
-        const bool answered = answer.status != 0 && answer.error.empty();
+        const bool answered = answer.status != 0;
         tell(state, report, "kept, " + (answered ? "HTTP " + std::to_string(answer.status) : answer.error));
         return answered ? Outcome::kept : Outcome::unreachable;
     }

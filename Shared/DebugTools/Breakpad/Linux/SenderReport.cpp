@@ -8,7 +8,6 @@
 #include <fstream>
 #include <iterator>
 #include <utility>
-#include <vector>
 
 namespace BreakpadLinux {
 
@@ -16,24 +15,25 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Names = std::vector<std::pair<const char*, const char*>>; // of the pair, of the field
+struct FieldName {
+    const char* serverType;
+    const char* pair;
+    const char* field;
+};
 
-const Names& fieldNames(const std::string& serverType)
-{
-    static const Names socorro { { kProduct, "ProductName" },   { kVersion, "Version" },
-                                 { kStartTime, "StartupTime" }, { kCrashTime, "CrashTime" },
-                                 { kComments, "Comments" },     { kEmail, "Email" } };
-    static const Names google { { kProduct, "prod" },
-                                { kVersion, "ver" },
-                                { kUpTime, "ptime" },
-                                { kComments, "comments" },
-                                { kEmail, "email" } };
-    static const Names none;
-    if (serverType == kSocorro) {
-        return socorro;
-    }
-    return serverType == kGoogle ? google : none;
-}
+constexpr FieldName kFieldNames[] = {
+    { kSocorro, kProduct, "ProductName" },
+    { kSocorro, kVersion, "Version" },
+    { kSocorro, kStartTime, "StartupTime" },
+    { kSocorro, kCrashTime, "CrashTime" },
+    { kSocorro, kComments, "Comments" },
+    { kSocorro, kEmail, "Email" },
+    { kGoogle, kProduct, "prod" },
+    { kGoogle, kVersion, "ver" },
+    { kGoogle, kUpTime, "ptime" },
+    { kGoogle, kComments, "comments" },
+    { kGoogle, kEmail, "email" },
+};
 
 } // namespace
 
@@ -87,10 +87,10 @@ Submission MakeSubmission(const StoredReport& report, const std::function<std::s
     if (serverType.empty()) {
         serverType = kGoogle;
     }
-    for (const auto& name : fieldNames(serverType)) {
-        const auto found = report.Pairs().find(name.first);
-        if (found != report.Pairs().end()) {
-            submission.fields[name.second] = found->second;
+    for (const FieldName& name : kFieldNames) {
+        const auto found = report.Pairs().find(name.pair);
+        if (serverType == name.serverType && found != report.Pairs().end()) {
+            submission.fields[name.field] = found->second;
         }
     }
     if (serverType == kGoogle) {

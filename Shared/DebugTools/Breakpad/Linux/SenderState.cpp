@@ -54,9 +54,6 @@ void State::SetLastSubmission(time_t when)
 std::string State::ClientId()
 {
     std::string id = read(kClientId);
-    while (!id.empty() && id.back() == '\n') {
-        id.pop_back();
-    }
     if (id.empty()) {
         std::random_device random;
         char text[33];

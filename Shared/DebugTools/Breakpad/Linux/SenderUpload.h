@@ -9,7 +9,7 @@
 namespace BreakpadLinux {
 
 struct Answer {
-    long status = 0;   // of HTTP; 0 without an answer
+    long status = 0;   // of HTTP; 0 without a whole answer
     std::string error; // empty when the exchange came to its end
     std::string text;  // the first line of what the server said, usually the report's name there
 };
