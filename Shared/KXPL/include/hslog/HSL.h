@@ -19,11 +19,23 @@ namespace HSL {
 // The module's manager; null before CLogManager::Initialize.
 CLogManager* LogManager();
 
-// Logs to the calling thread's context; returns at once while there is no manager or it is switched off. More
-// values, and format ids, are for CLogContext::Log on LogManager()->GetTLSContext(). That is also faster: it
-// becomes part of the calling code, which knows the types of the values, while these two are functions.
-void HSLog(const CCat& cat, const char* format);
-void HSLog(const CCat& cat, const char* format, const CValue& value);
+// Logs to the calling thread's context; returns at once while there is no manager or it is switched off: only that
+// question becomes part of the calling code. More values, and format ids, are for CLogContext::Log on
+// LogManager()->GetTLSContext(). That is also faster: all of it becomes part of the calling code, which knows the
+// types of the values.
+HSL_AT_CALL inline void HSLog(const CCat& cat, const char* format)
+{
+    if (CLogManager::IsEnabled()) {
+        CLogContext::LogOnThisThread(cat, format);
+    }
+}
+
+HSL_AT_CALL inline void HSLog(const CCat& cat, const char* format, const CValue& value)
+{
+    if (CLogManager::IsEnabled()) {
+        CLogContext::LogOnThisThread(cat, format, value);
+    }
+}
 
 } // namespace HSL
 

@@ -164,6 +164,11 @@ public:
         Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
     }
 
+    // HSLog behind its switch: GetTLSContext of the module's manager, which must exist, and Log on what that
+    // returns. Functions of the library, so that a call of HSLog stays small.
+    static void LogOnThisThread(const CCat& cat, const char* format);
+    static void LogOnThisThread(const CCat& cat, const char* format, const CValue& value);
+
     CCircularBuffer* mBuffer; // owned
     KxCacheLineGap mGapBeforeCount;
     int mRecordCount; // complete records not yet taken; raised by the writer, lowered by the collector
@@ -178,6 +183,10 @@ private:
     // What Begin answers when there is no place for a record as a whole; no offset is that small.
     static constexpr unsigned int kNothingToWrite = 0;
     static constexpr unsigned int kPieceByPiece = 1;
+
+    [[gnu::noinline]] static void LogPassed(CLogManager* manager, const CCat& cat, const char* format);
+    [[gnu::noinline]] static void LogPassed(CLogManager* manager, const CCat& cat, const char* format,
+                                            const CValue& value);
 
     template <typename Format, typename... Values>
     HSL_AT_CALL void Record(const CCat& cat, Format format, const Values&... values);
