@@ -164,10 +164,14 @@ public:
         Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
     }
 
-    // HSLog behind its switch: GetTLSContext of the module's manager, which must exist, and Log on what that
-    // returns. Functions of the library, so that a call of HSLog stays small.
+    // HSLog behind its switch: Log on the context that GetTLSContext of the module's manager returns. The manager
+    // must exist. The plain ones are for a message of one category, and take a value apart: its type, which is
+    // one of ValueType, and what ContentOf made of it.
     static void LogOnThisThread(const CCat& cat, const char* format);
     static void LogOnThisThread(const CCat& cat, const char* format, const CValue& value);
+    static void LogPlainOnThisThread(unsigned char code, const char* format);
+    static void LogPlainOnThisThread(unsigned char code, const char* format, unsigned char type,
+                                     unsigned long long content);
 
     CCircularBuffer* mBuffer; // owned
     KxCacheLineGap mGapBeforeCount;
@@ -184,9 +188,9 @@ private:
     static constexpr unsigned int kNothingToWrite = 0;
     static constexpr unsigned int kPieceByPiece = 1;
 
-    [[gnu::noinline]] static void LogPassed(CLogManager* manager, const CCat& cat, const char* format);
-    [[gnu::noinline]] static void LogPassed(CLogManager* manager, const CCat& cat, const char* format,
-                                            const CValue& value);
+    [[gnu::noinline]] static void LogPassed(CLogManager* manager, unsigned char code, const char* format);
+    [[gnu::noinline]] static void LogPassed(CLogManager* manager, unsigned char code, const char* format,
+                                            unsigned char type, unsigned long long content);
 
     template <typename Format, typename... Values>
     HSL_AT_CALL void Record(const CCat& cat, Format format, const Values&... values);
@@ -217,7 +221,7 @@ inline void CLogContext::Record(const CCat& cat, Format format, const Values&...
         // Whether it is written, replaced or discarded, a message that passes takes one number. Taking it at
         // once lets the processor look at the ring while it waits for the shared counter.
         const int sequence = KxAtomicAdd32Barrier(1, &manager->mSequence);
-        if ((true && ... && __builtin_constant_p(values.mType))) {
+        if ((true && ... && IsTypeKnownHere(values))) {
             RecordMeasured(cat, sequence, MeasureFormat(format), MeasureValue(values)...);
         } else {
             const CValue all[] = { values..., CValue(0) };
