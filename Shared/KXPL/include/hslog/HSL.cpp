@@ -9,7 +9,11 @@ CLogManager* LogManager()
 
 void CLogContext::LogOnThisThread(const CCat& cat, const char* format)
 {
-    CLogManager::Instance()->GetTLSContext()->Log(cat, format);
+    if (cat.mCount == 1) {
+        LogPlainOnThisThread(cat.mCodes[0], format);
+    } else {
+        CLogManager::Instance()->GetTLSContext()->Log(cat, format);
+    }
 }
 
 void CLogContext::LogOnThisThread(const CCat& cat, const char* format, const CValue& value)
