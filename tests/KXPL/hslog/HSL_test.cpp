@@ -44,7 +44,8 @@ protected:
         const CCat* volatile someCat = &mCat;
         const CValue some(value);
         const CValue* volatile someValue = &some;
-        const std::string expected = RecordBytes().InlineFormat("f").ValueCount(1).Bytes() + Serialized(recorded);
+        const std::string expected =
+            RecordBytes().InlineFormat("f").ValueCount(1).Bytes() + Serialized(recorded);
         HSL::HSLog(CCat(3), "f", value);
         EXPECT_EQ(RecordTaken(), expected);
         HSL::HSLog(CCat(3), "f", *someValue);
@@ -204,7 +205,8 @@ TEST_F(HSLog, NullAndEmptyTextsAreRecorded)
     ExpectRecorded("", CValue(""));
     ExpectRecorded(static_cast<const char*>(nullptr), CValue("<NULL>"));
     ExpectRecorded(static_cast<const wchar_t*>(nullptr), CValue(static_cast<const wchar_t*>(nullptr)));
-    ExpectRecorded(static_cast<const unsigned short*>(nullptr), CValue(static_cast<const unsigned short*>(nullptr)));
+    ExpectRecorded(static_cast<const unsigned short*>(nullptr),
+                   CValue(static_cast<const unsigned short*>(nullptr)));
 }
 
 TEST_F(HSLog, ReservedTagIsRecordedAlone)

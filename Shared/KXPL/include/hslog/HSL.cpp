@@ -25,8 +25,8 @@ void CLogContext::LogOnThisThread(const CCat& cat, const char* format, const CVa
     }
 }
 
-// The same for a message of one category. The filter is asked first, so that a refused call has nothing to remember
-// while the context is looked up; it is made all the same.
+// The same for a message of one category. The filter is asked first, so that a refused call has nothing to
+// remember while the context is looked up; it is made all the same.
 void CLogContext::LogPlainOnThisThread(unsigned char code, const char* format)
 {
     CLogManager* manager = CLogManager::Instance();

@@ -19,10 +19,10 @@ namespace HSL {
 // The module's manager; null before CLogManager::Initialize.
 CLogManager* LogManager();
 
-// Logs to the calling thread's context; returns at once while there is no manager or it is switched off. Only that
-// question becomes part of the calling code; the rest are functions of the library. More values, and format ids,
-// are for CLogContext::Log on LogManager()->GetTLSContext(), which becomes part of the calling code altogether and
-// is quicker for it.
+// Logs to the calling thread's context; returns at once while there is no manager or it is switched off. Only
+// that question becomes part of the calling code; the rest are functions of the library. More values, and
+// format ids, are for CLogContext::Log on LogManager()->GetTLSContext(), which becomes part of the calling code
+// altogether and is quicker for it.
 //
 // The arguments are looked at in front of the switch, whose acquire would make the compiler store them and look
 // anew; behind it they are handed on in registers, if their kinds are known by then.

@@ -164,9 +164,9 @@ public:
         Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
     }
 
-    // HSLog behind its switch: Log on the context that GetTLSContext of the module's manager returns. The manager
-    // must exist. The plain ones are for a message of one category, and take a value apart: its type, which is
-    // one of ValueType, and what ContentOf made of it.
+    // HSLog behind its switch: Log on the context that GetTLSContext of the module's manager returns. The
+    // manager must exist. The plain ones are for a message of one category, and take a value apart: its type,
+    // which is one of ValueType, and what ContentOf made of it.
     static void LogOnThisThread(const CCat& cat, const char* format);
     static void LogOnThisThread(const CCat& cat, const char* format, const CValue& value);
     static void LogPlainOnThisThread(unsigned char code, const char* format);
@@ -217,15 +217,14 @@ private:
 template <typename Format, typename... Values>
 inline void CLogContext::Record(const CCat& cat, Format format, const Values&... values)
 {
-    // Looked at in front of the first acquire, behind which the compiler would have to look anew. A category that
-    // need not lie in memory spares the locked add the wait for it.
+    // Looked at in front of the first acquire, behind which the compiler would have to look anew. A category
+    // that need not lie in memory spares the locked add the wait for it.
     const bool areTypesKnown = (true && ... && IsTypeKnownHere(values));
     const bool isPlain = IsPlainHere(cat);
     const unsigned char code = cat.mCodes[0];
     CLogManager* manager = CLogManager::Instance();
     if (manager != nullptr
-        && (isPlain ? manager->GetFilterValue(code)
-                    : manager->PassesFilter(cat.UsableCount(), cat.mCodes))) {
+        && (isPlain ? manager->GetFilterValue(code) : manager->PassesFilter(cat.UsableCount(), cat.mCodes))) {
         // Whether it is written, replaced or discarded, a message that passes takes one number. Taking it at
         // once lets the processor look at the ring while it waits for the shared counter.
         const int sequence = KxAtomicAdd32Barrier(1, &manager->mSequence);

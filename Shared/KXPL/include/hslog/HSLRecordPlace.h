@@ -285,7 +285,8 @@ HSL_AT_CALL inline unsigned long long ContentOf(const CValue& value)
     }
 }
 
-// Whether the compiler sees, where a call of these is inlined, that a message has one category, and a value's type.
+// Whether the compiler sees, where a call of these is inlined, that a message has one category, and a value's
+// type.
 HSL_AT_CALL inline bool IsPlainHere(const CCat& cat)
 {
     return __builtin_constant_p(cat.mCount) && cat.mCount == 1;
