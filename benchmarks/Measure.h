@@ -147,8 +147,11 @@ public:
     explicit Partner(std::size_t processor)
         : mThread([this, processor] { Run(processor); })
     {
-        // Only a thread that has been pinned may be given work.
-        Wait();
+        // Only a thread that has been pinned may be given work. Until then it may share this one's processor,
+        // and under real-time scheduling it gets it only if this one lets go.
+        while (mBusy.load(std::memory_order_acquire)) { // partner: the release in Run
+            std::this_thread::yield();
+        }
     }
     ~Partner()
     {

@@ -6,8 +6,11 @@ from machine import Machine
 
 CLASS = "_OBJC_CLASS_$_"
 CONSTANT_CLASS = "___CFConstantStringClassReference"
-LOG = "__ZN3HSL5HSLogERKNS_4CCatEPKc"
-LOG_WITH_VALUE = "__ZN3HSL5HSLogERKNS_4CCatEPKcRKNS_6CValueE"
+# What a call of HSLog calls behind its switch: with the category's code and the format, and with a value's tag and
+# content.
+LOG = "__ZN3HSL11CLogContext20LogPlainOnThisThreadEhPKc"
+LOG_WITH_VALUE = "__ZN3HSL11CLogContext20LogPlainOnThisThreadEhPKchy"
+MANAGER = "__ZN3HSL11CLogManager6msThisE"
 INITIALIZE = ("__ZN3HSL11CLogManager10InitializeEv", "__ZN3HSL11CLogManager10InitializeEPS0_")
 POINTER_TAG = 15
 NOT_WRITTEN = -9
@@ -114,15 +117,16 @@ class Imports:
 
 
 class Bridge:
-    def __init__(self, processor, load, world, imports=Imports):
-        """load(machine, resolve) puts the code into the machine's memory."""
+    def __init__(self, processor, load, world, imports=Imports, logs=True):
+        """load(machine, resolve) puts the code into the machine's memory. With logs there is a manager, switched
+        on, and log calls are written down and do nothing else."""
         self.machine = Machine(processor)
         self.world = world
         world.machine = self.machine
         self.imports = imports(world)
         self.image = load(self.machine, self.imports.resolve)
         self.machine.watch(self.image.symbol(LOG), lambda: self._on_log(2))
-        self.machine.watch(self.image.symbol(LOG_WITH_VALUE), lambda: self._on_log(3))
+        self.machine.watch(self.image.symbol(LOG_WITH_VALUE), lambda: self._on_log(4))
         for name in INITIALIZE:
             self.machine.watch(
                 self.image.symbol(name), lambda: world.events.append("CLogManager::Initialize"))
@@ -131,16 +135,25 @@ class Bridge:
         self.initialiser_events = list(world.events)
         world.events.clear()
         self.imports.called.clear()
+        if logs:
+            self._switch_on_logging()
+
+    def _switch_on_logging(self):
+        machine = self.machine
+        for name in (LOG, LOG_WITH_VALUE):
+            machine.uc.mem_write(self.image.symbol(name), machine.processor.return_instruction)
+        manager = machine.store(bytes(64))
+        machine.set_number(manager + machine.processor.width, 1, 1)
+        machine.set_number(self.image.symbol(MANAGER), manager)
 
     def _on_log(self, count):
-        category, text_format, *value = self.machine.arguments(count)
-        codes = list(self.machine.uc.mem_read(category + 1, self.machine.number(category, 1)))
-        line = f"HSLog({codes}, {self.machine.text(text_format)!r}"
+        code, text_format, *value = self.machine.arguments(count)
+        line = f"HSLog([{code & 0xFF}], {self.machine.text(text_format)!r}"
         if value:
-            tag = self.machine.number(value[0], 1)
+            # Of the content 32-bit x86 passes two words; a pointer is the first.
+            tag, content = value[0] & 0xFF, value[1]
             if tag == POINTER_TAG:
-                pointer = self.machine.number(value[0] + self.machine.processor.width)
-                line += f", pointer to {self.world.name(pointer)}"
+                line += f", pointer to {self.world.name(content)}"
             else:
                 line += f", a value of tag {tag}"
         self.world.events.append(line + ")")

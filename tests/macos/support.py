@@ -49,18 +49,18 @@ def internal_symbols(name):
     return {symbol.name: symbol.value for symbol in slices(DWARF)[name].symbols if symbol.value}
 
 
-def bridge(name, world=None, imports=Imports):
+def bridge(name, world=None, imports=Imports, logs=True):
     world = world or World()
     if name == "i386":
         def load(machine, resolve):
             return ObjectsImage(object_files(), machine, resolve, world.class_address)
-        return Bridge(I386(), load, world, imports)
+        return Bridge(I386(), load, world, imports, logs)
     binary = slices(BINARY)[name]
     symbols = internal_symbols(name)
 
     def load(machine, resolve):
         return FrameworkImage(binary, machine, resolve, symbols)
-    return Bridge(X86_64() if name == "x86_64" else Arm64(), load, world, imports)
+    return Bridge(X86_64() if name == "x86_64" else Arm64(), load, world, imports, logs)
 
 
 def on_slices(names):

@@ -2,7 +2,7 @@
 
 import struct
 
-from bridge import NOT_WRITTEN
+from bridge import LOG_WITH_VALUE, NOT_WRITTEN
 from cxx import LoggingSystem
 from foundation import World
 from platform_objects import Library
@@ -49,11 +49,8 @@ class Logger:
     def log(self, text_format, tag, payload):
         """Logs one value: payload is what stands behind the tag in memory."""
         machine = self.library.machine
-        category = machine.store(bytes([1, INFO]) + bytes(9))
-        value = machine.store(bytes([tag]).ljust(self.library.width, b"\0") + payload.ljust(8, b"\0"))
-        self.library.call(
-            "__ZN3HSL5HSLogERKNS_4CCatEPKcRKNS_6CValueE", category,
-            machine.store(text_format.encode() + b"\0"), value)
+        content = self.library.wide(int.from_bytes(payload, "little"))
+        self.library.call(LOG_WITH_VALUE, INFO, machine.store(text_format.encode() + b"\0"), tag, *content)
 
     def pointer(self, data):
         """The payload that points at some data."""

@@ -114,7 +114,8 @@ class GetTestCommandsList:
                 capacity=capacity)
 
     def test_logging_calls_nothing_while_there_is_no_manager(self):
-        bridge_ = bridge(self.slice, World(arguments=[PATH]))
+        bridge_ = bridge(self.slice, World(arguments=[PATH]), logs=False)
         bridge_.test_commands()
         self.assertEqual(
             [name for name in bridge_.imports.called if not name.startswith("_objc_")], [])
+        self.assertEqual([event for event in bridge_.world.events if event.startswith("HSLog")], [])

@@ -178,11 +178,15 @@ private:
 
     // Both do all that is asked of them or nothing. The position never comes to the ring's end here, where it
     // would have to start anew.
+    //
+    // The line of both positions is fetched once to be written, not to be read first: between two busy threads
+    // that saves one of two transfers.
     bool WriteOnePiece(const void* source, int count)
     {
         if (mControl == nullptr || mControl->elem_size != 1 || count <= 0) {
             return false;
         }
+        KxPrefetchToWrite(&mControl->write_offset);
         const unsigned int size = static_cast<unsigned int>(count);
         const unsigned int from = mControl->write_offset;
         // Acquires the reader's position. Partner: the releases of read_offset; what was read may be
@@ -208,6 +212,7 @@ private:
         if (mControl == nullptr || mControl->elem_size != 1 || count <= 0) {
             return false;
         }
+        KxPrefetchToWrite(&mControl->read_offset);
         const unsigned int size = static_cast<unsigned int>(count);
         const unsigned int from = mControl->read_offset;
         // Acquires the writer's position. Partner: the releases of write_offset; the bytes before it are

@@ -33,6 +33,19 @@ template <typename T> inline void KxStoreRelaxed(T& to, T value)
     __atomic_store_n(&to, value, __ATOMIC_RELAXED);
 }
 
+// Fetches a cache line to be read and then written: at once for this processor alone, where a read would fetch
+// it to be shared first. Changes nothing that can be observed.
+inline void KxPrefetchToWrite(const void* place)
+{
+#ifdef __x86_64__
+    // The built-in function makes this instruction only where the compiler is told of processors that know it.
+    // Those of 64 bits that do not do nothing instead.
+    asm volatile("prefetchw %0" : : "m"(*static_cast<const char*>(place)));
+#else
+    __builtin_prefetch(place, 1);
+#endif
+}
+
 // Keeps what lies in front of it and what lies behind it out of one cache line: 64 bytes on every x86
 // processor, and as much again because they fetch lines in pairs. No alignment is asked for, so objects that
 // hold one go into any memory.

@@ -1,5 +1,5 @@
 // How a log call writes: field by field, without a lock, an allocation or any formatting.
-#include "hslog/HSLLogContext.h"
+#include "hslog/HSL.h"
 
 #include "Allocations.h"
 #include "BareManager.h"
@@ -119,6 +119,28 @@ TEST_F(WritePath, EveryFieldOfARecordWithAnIdIsAWriteOfItsOwn)
 {
     EXPECT_EQ(SizesOf([&] { mContext.Log(CCat(3), static_cast<short>(7)); }),
               (Sizes { 1, 4, 4, 4, 1, 1, 1, 1, 2, 1 }));
+}
+
+TEST_F(WritePath, EveryFieldOfARecordOfSeveralCategoriesIsAWriteOfItsOwn)
+{
+    CCat cat(3);
+    cat.mCount = 3;
+    EXPECT_EQ(SizesOf([&] { mContext.Log(cat, "%d", 1); }), (Sizes { 1, 4, 4, 4, 1, 1, 3, 1, 2, 2, 1, 1, 4 }));
+}
+
+TEST_F(WritePath, EveryFieldOfARecordThroughTheFrontDoorIsAWriteOfItsOwn)
+{
+    mManager->SetEnable(true);
+    CCircularBuffer* ring = mManager->GetTLSContext()->mBuffer;
+    EXPECT_EQ(SizesOf(ring, [] { HSL::HSLog(CCat(3), "f"); }), (Sizes { 1, 4, 4, 4, 1, 1, 1, 1, 2, 1, 1 }));
+    EXPECT_EQ(SizesOf(ring, [] { HSL::HSLog(CCat(3), "%d", 1); }),
+              (Sizes { 1, 4, 4, 4, 1, 1, 1, 1, 2, 2, 1, 1, 4 }));
+    EXPECT_EQ(SizesOf(ring, [] { HSL::HSLog(CCat(3), "%s", "abc"); }),
+              (Sizes { 1, 4, 4, 4, 1, 1, 1, 1, 2, 2, 1, 1, 2, 3 }));
+    const CCat cat(3);
+    const CCat* volatile someCat = &cat;
+    EXPECT_EQ(SizesOf(ring, [&] { HSL::HSLog(*someCat, "%d", 1); }),
+              (Sizes { 1, 4, 4, 4, 1, 1, 1, 1, 2, 2, 1, 1, 4 }));
 }
 
 TEST_F(WritePath, EveryFieldOfADroppedRecordIsAWriteOfItsOwn)

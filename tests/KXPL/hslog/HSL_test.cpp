@@ -38,7 +38,42 @@ protected:
         mManager->SetFilterValue(3, true);
     }
 
+    // A value whose type the compiler sees, and the same handed on so that it does not.
+    template <typename T> void ExpectRecorded(T value, const CValue& recorded)
+    {
+        const CCat* volatile someCat = &mCat;
+        const CValue some(value);
+        const CValue* volatile someValue = &some;
+        const std::string expected =
+            RecordBytes().InlineFormat("f").ValueCount(1).Bytes() + Serialized(recorded);
+        HSL::HSLog(CCat(3), "f", value);
+        EXPECT_EQ(RecordTaken(), expected);
+        HSL::HSLog(CCat(3), "f", *someValue);
+        EXPECT_EQ(RecordTaken(), expected);
+        HSL::HSLog(*someCat, "f", value);
+        EXPECT_EQ(RecordTaken(), expected);
+        HSL::HSLog(*someCat, "f", *someValue);
+        EXPECT_EQ(RecordTaken(), expected);
+    }
+
+    // What follows the header of the only record, which is taken off the ring.
+    std::string RecordTaken()
+    {
+        const std::string record = recordBehindHeader();
+        int size = static_cast<int>(record.size()) + 16;
+        EXPECT_EQ(mManager->GetTLSContext()->mBuffer->Remove(size), 0u);
+        return record;
+    }
+
+    static std::string Serialized(const CValue& value)
+    {
+        ByteRing ring;
+        value.Serialize(&ring);
+        return BytesIn(ring);
+    }
+
     BareManager mManager;
+    const CCat mCat { 3 };
 };
 
 } // namespace
@@ -131,6 +166,77 @@ TEST_F(HSLog, NullFormatIsTheTextNull)
 TEST_F(HSLog, RefusedMessageMakesTheContextAllTheSame)
 {
     HSL::HSLog(CCat(4), "refused");
+    ASSERT_EQ(mManager->mContexts.size(), 1u);
+    EXPECT_EQ(UsedIn(*mManager->mContexts[0]->mBuffer), 0u);
+    EXPECT_EQ(mManager->mSequence, 0);
+}
+
+TEST_F(HSLog, RefusedMessageWithAValueMakesTheContextAllTheSame)
+{
+    HSL::HSLog(CCat(4), "refused %d", 1);
+    ASSERT_EQ(mManager->mContexts.size(), 1u);
+    EXPECT_EQ(mManager->GetTLSContext(), mManager->mContexts[0]);
+    EXPECT_EQ(UsedIn(*mManager->mContexts[0]->mBuffer), 0u);
+    EXPECT_EQ(mManager->mSequence, 0);
+}
+
+TEST_F(HSLog, ValuesOfAllTypesAreRecorded)
+{
+    const unsigned short sixteen[] = { 'u', 0xD83E, 0xDD9E, 0 };
+    ExpectRecorded(static_cast<signed char>(-1), CValue(static_cast<signed char>(-1)));
+    ExpectRecorded(static_cast<short>(-300), CValue(static_cast<short>(-300)));
+    ExpectRecorded(-70000, CValue(-70000));
+    ExpectRecorded(-(1LL << 40), CValue(-(1LL << 40)));
+    ExpectRecorded(static_cast<unsigned char>(200), CValue(static_cast<unsigned char>(200)));
+    ExpectRecorded(static_cast<unsigned short>(60000), CValue(static_cast<unsigned short>(60000)));
+    ExpectRecorded(4000000000u, CValue(4000000000u));
+    ExpectRecorded(1ULL << 63, CValue(1ULL << 63));
+    ExpectRecorded(0.1f, CValue(0.1f));
+    ExpectRecorded(-0.1, CValue(-0.1));
+    ExpectRecorded(-70001L, CValue(-70001L));
+    ExpectRecorded(static_cast<const void*>(this), CValue(static_cast<const void*>(this)));
+    ExpectRecorded("text", CValue("text"));
+    ExpectRecorded(L"wide", CValue(L"wide"));
+    ExpectRecorded(static_cast<const unsigned short*>(sixteen), CValue(sixteen));
+}
+
+TEST_F(HSLog, NullAndEmptyTextsAreRecorded)
+{
+    ExpectRecorded("", CValue(""));
+    ExpectRecorded(static_cast<const char*>(nullptr), CValue("<NULL>"));
+    ExpectRecorded(static_cast<const wchar_t*>(nullptr), CValue(static_cast<const wchar_t*>(nullptr)));
+    ExpectRecorded(static_cast<const unsigned short*>(nullptr),
+                   CValue(static_cast<const unsigned short*>(nullptr)));
+}
+
+TEST_F(HSLog, ReservedTagIsRecordedAlone)
+{
+    CValue value(1);
+    value.mType = 19;
+    HSL::HSLog(CCat(3), "f", value);
+    EXPECT_EQ(recordBehindHeader(), RecordBytes().InlineFormat("f").ValueCount(1).Bytes() + Raw({ 19 }));
+}
+
+TEST_F(HSLog, MessageOfSeveralCategoriesPassesByOneAndKeepsAll)
+{
+    CCat cat(4);
+    cat.mCount = 2;
+    cat.mCodes[1] = 3;
+    HSL::HSLog(cat, "f");
+    const HSL::CLogContext& context = *mManager->GetTLSContext();
+    EXPECT_EQ(BytesIn(*context.mBuffer).substr(14),
+              Raw({ 2, 4, 3 }) + RecordBytes().InlineFormat("f").ValueCount(0).Bytes());
+    HSL::HSLog(cat, "f", 7);
+    EXPECT_EQ(BytesIn(*context.mBuffer).substr(14 + 3 + 5 + 14),
+              Raw({ 2, 4, 3 }) + RecordBytes().InlineFormat("f").ValueCount(1).Int32(7).Bytes());
+}
+
+TEST_F(HSLog, MessageWithoutACategoryIsRefusedAndMakesTheContext)
+{
+    CCat cat(3);
+    cat.mCount = 0;
+    HSL::HSLog(cat, "f");
+    HSL::HSLog(cat, "f", 7);
     ASSERT_EQ(mManager->mContexts.size(), 1u);
     EXPECT_EQ(UsedIn(*mManager->mContexts[0]->mBuffer), 0u);
     EXPECT_EQ(mManager->mSequence, 0);

@@ -19,11 +19,40 @@ namespace HSL {
 // The module's manager; null before CLogManager::Initialize.
 CLogManager* LogManager();
 
-// Logs to the calling thread's context; returns at once while there is no manager or it is switched off. More
-// values, and format ids, are for CLogContext::Log on LogManager()->GetTLSContext(). That is also faster: it
-// becomes part of the calling code, which knows the types of the values, while these two are functions.
-void HSLog(const CCat& cat, const char* format);
-void HSLog(const CCat& cat, const char* format, const CValue& value);
+// Logs to the calling thread's context; returns at once while there is no manager or it is switched off. Only
+// that question becomes part of the calling code; the rest are functions of the library. More values, and
+// format ids, are for CLogContext::Log on LogManager()->GetTLSContext(), which becomes part of the calling code
+// altogether and is quicker for it.
+//
+// The arguments are looked at in front of the switch, whose acquire would make the compiler store them and look
+// anew; behind it they are handed on in registers, if their kinds are known by then.
+HSL_AT_CALL inline void HSLog(const CCat& cat, const char* format)
+{
+    const bool isPlain = IsPlainHere(cat);
+    const unsigned char code = cat.mCodes[0];
+    if (CLogManager::IsEnabled()) {
+        if (isPlain) {
+            CLogContext::LogPlainOnThisThread(code, format);
+        } else {
+            CLogContext::LogOnThisThread(cat, format);
+        }
+    }
+}
+
+HSL_AT_CALL inline void HSLog(const CCat& cat, const char* format, const CValue& value)
+{
+    const bool isPlain = IsPlainHere(cat) && IsTypeKnownHere(value);
+    const unsigned char code = cat.mCodes[0];
+    const unsigned char type = value.mType;
+    const unsigned long long content = ContentOf(value);
+    if (CLogManager::IsEnabled()) {
+        if (isPlain) {
+            CLogContext::LogPlainOnThisThread(code, format, type, content);
+        } else {
+            CLogContext::LogOnThisThread(cat, format, value);
+        }
+    }
+}
 
 } // namespace HSL
 

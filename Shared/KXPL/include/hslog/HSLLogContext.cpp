@@ -142,31 +142,36 @@ void CLogContext::RecordAny(const CCat& cat, int sequence, short formatId, const
     RecordAnyMeasured(cat, sequence, MeasureFormat(formatId), values, count);
 }
 
-// Begins a record of `size` bytes, if it may be written and there is a place for it in one piece: stores the
-// header but for the time, and publishes the fields in front of that.
-CRecordPublisher CLogContext::Begin(const CCat& cat, int sequence, unsigned int size)
+// Begins a record of `size` bytes and one category, if it may be written and there is a place for it in one
+// piece: stores the header but for the time, and publishes the fields in front of that.
+CRecordPublisher CLogContext::Begin(unsigned char code, int sequence, unsigned int size)
 {
     cb_control* control = mBuffer->mControl;
     if (control == nullptr || control->elem_size != 1) {
-        return BeginByWrites(cat, sequence);
+        return BeginByWrites(code, sequence);
     }
     const unsigned int offset = control->write_offset;
     const unsigned int used = KXPL::bytesUsed(control, KXPL::readerPosition(control), offset);
     if (mDropping || static_cast<int>(used) >= mHighWater || used + size > control->num_elem
-        || offset + size > control->end_offset || cat.mCount != 1) {
-        return BeginByWrites(cat, sequence);
+        || offset + size > control->end_offset) {
+        return BeginByWrites(code, sequence);
     }
     unsigned char* at = KXPL::slotAt(control, offset);
     at = StoreField(at, kMarker);
     at = StoreField(at, sequence);
     at += sizeof(KxSplitTime);
     at = StoreField(at, clampedDepth(mDepth));
-    at = StoreField(at, cat.mCount);
-    StoreField(at, cat.mCodes[0]);
+    at = StoreField(at, static_cast<unsigned char>(1));
+    StoreField(at, code);
     CRecordPublisher publisher { control, offset };
     publisher.Pass(sizeof kMarker);
     publisher.Pass(sizeof sequence);
     return publisher;
+}
+
+CRecordPublisher CLogContext::Begin(const CCat& cat, int sequence, unsigned int size)
+{
+    return cat.mCount == 1 ? Begin(cat.mCodes[0], sequence, size) : BeginByWrites(cat, sequence);
 }
 
 // For all that is seldom: measures anew and looks at everything.
@@ -179,7 +184,7 @@ CRecordPublisher CLogContext::BeginByWrites(const CCat& cat, int sequence)
 CRecordPublisher CLogContext::PublishHeader(CRecordPublisher publisher)
 {
     const KxSplitTime time = KxSplitTime::Current();
-    StoreField(StoreField(publisher.At(0), time.mSeconds), time.mMicroseconds);
+    StoreField(publisher.At(0), time.mSeconds | static_cast<unsigned long long>(time.mMicroseconds) << 32);
     publisher.Pass(sizeof time.mSeconds);
     publisher.Pass(sizeof time.mMicroseconds);
     publisher.Pass(1); // the depth

@@ -164,6 +164,15 @@ public:
         Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
     }
 
+    // HSLog behind its switch: Log on the context that GetTLSContext of the module's manager returns. The
+    // manager must exist. The plain ones are for a message of one category, and take a value apart: its type,
+    // which is one of ValueType, and what ContentOf made of it.
+    static void LogOnThisThread(const CCat& cat, const char* format);
+    static void LogOnThisThread(const CCat& cat, const char* format, const CValue& value);
+    static void LogPlainOnThisThread(unsigned char code, const char* format);
+    static void LogPlainOnThisThread(unsigned char code, const char* format, unsigned char type,
+                                     unsigned long long content);
+
     CCircularBuffer* mBuffer; // owned
     KxCacheLineGap mGapBeforeCount;
     int mRecordCount; // complete records not yet taken; raised by the writer, lowered by the collector
@@ -179,15 +188,20 @@ private:
     static constexpr unsigned int kNothingToWrite = 0;
     static constexpr unsigned int kPieceByPiece = 1;
 
+    [[gnu::noinline]] static void LogPassed(CLogManager* manager, unsigned char code, const char* format);
+    [[gnu::noinline]] static void LogPassed(CLogManager* manager, unsigned char code, const char* format,
+                                            unsigned char type, unsigned long long content);
+
     template <typename Format, typename... Values>
     HSL_AT_CALL void Record(const CCat& cat, Format format, const Values&... values);
-    template <typename Format, typename... Values>
-    HSL_AT_CALL void RecordMeasured(const CCat& cat, int sequence, Format format, Values... values);
+    template <typename Category, typename Format, typename... Values>
+    HSL_AT_CALL void RecordMeasured(Category cat, int sequence, Format format, Values... values);
     void RecordAny(const CCat& cat, int sequence, const char* format, const CValue* values, int count);
     void RecordAny(const CCat& cat, int sequence, short formatId, const CValue* values, int count);
     template <typename Format>
     void RecordAnyMeasured(const CCat& cat, int sequence, Format format, const CValue* values, int count);
 
+    CRecordPublisher Begin(unsigned char code, int sequence, unsigned int size);
     CRecordPublisher Begin(const CCat& cat, int sequence, unsigned int size);
     CRecordPublisher BeginByWrites(const CCat& cat, int sequence);
     static CRecordPublisher PublishHeader(CRecordPublisher publisher);
@@ -203,16 +217,24 @@ private:
 template <typename Format, typename... Values>
 inline void CLogContext::Record(const CCat& cat, Format format, const Values&... values)
 {
+    // Looked at in front of the first acquire, behind which the compiler would have to look anew. A category
+    // that need not lie in memory spares the locked add the wait for it.
+    const bool areTypesKnown = (true && ... && IsTypeKnownHere(values));
+    const bool isPlain = IsPlainHere(cat);
+    const unsigned char code = cat.mCodes[0];
     CLogManager* manager = CLogManager::Instance();
-    if (manager != nullptr && manager->PassesFilter(cat.UsableCount(), cat.mCodes)) {
+    if (manager != nullptr
+        && (isPlain ? manager->GetFilterValue(code) : manager->PassesFilter(cat.UsableCount(), cat.mCodes))) {
         // Whether it is written, replaced or discarded, a message that passes takes one number. Taking it at
         // once lets the processor look at the ring while it waits for the shared counter.
         const int sequence = KxAtomicAdd32Barrier(1, &manager->mSequence);
-        if ((true && ... && __builtin_constant_p(values.mType))) {
-            RecordMeasured(cat, sequence, MeasureFormat(format), MeasureValue(values)...);
-        } else {
+        if (!areTypesKnown) {
             const CValue all[] = { values..., CValue(0) };
             RecordAny(cat, sequence, format, all, sizeof...(values));
+        } else if (isPlain) {
+            RecordMeasured(code, sequence, MeasureFormat(format), MeasureValue(values)...);
+        } else {
+            RecordMeasured<const CCat&>(cat, sequence, MeasureFormat(format), MeasureValue(values)...);
         }
     }
 }
@@ -220,8 +242,8 @@ inline void CLogContext::Record(const CCat& cat, Format format, const Values&...
 // Nearly always the record lies in one piece of free ring. Then its bytes are stored first, so that they are on
 // their way to the cache while the clock is read, and behind that the write position moves over them field by
 // field.
-template <typename Format, typename... Values>
-inline void CLogContext::RecordMeasured(const CCat& cat, int sequence, Format format, Values... values)
+template <typename Category, typename Format, typename... Values>
+inline void CLogContext::RecordMeasured(Category cat, int sequence, Format format, Values... values)
 {
     constexpr unsigned char kCount = sizeof...(values);
     CRecordPublisher publisher =

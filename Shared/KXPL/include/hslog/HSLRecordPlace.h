@@ -7,6 +7,7 @@
 #ifndef HSLOG_HSL_RECORD_PLACE_H
 #define HSLOG_HSL_RECORD_PLACE_H
 
+#include "HSLCat.h"
 #include "HSLValue.h"
 
 #include "../CircularBuffer.h"
@@ -266,6 +267,49 @@ HSL_AT_CALL inline CRecordValue MeasureValue(const CValue& value)
         return { kUTF16String, 0, MeasureText(value.mValue.mUTF16String) };
     default:
         return { value.mType, NumberBits(value), { nullptr, 0, 0 } };
+    }
+}
+
+// All that a value holds besides its type, for a way through registers: a number's bits or a text's address.
+HSL_AT_CALL inline unsigned long long ContentOf(const CValue& value)
+{
+    switch (value.mType) {
+    case kString:
+        return reinterpret_cast<unsigned long>(value.mValue.mString);
+    case kWString:
+        return reinterpret_cast<unsigned long>(value.mValue.mWString);
+    case kUTF16String:
+        return reinterpret_cast<unsigned long>(value.mValue.mUTF16String);
+    default:
+        return NumberBits(value);
+    }
+}
+
+// Whether the compiler sees, where a call of these is inlined, that a message has one category, and a value's
+// type.
+HSL_AT_CALL inline bool IsPlainHere(const CCat& cat)
+{
+    return __builtin_constant_p(cat.mCount) && cat.mCount == 1;
+}
+
+HSL_AT_CALL inline bool IsTypeKnownHere(const CValue& value)
+{
+    return __builtin_constant_p(value.mType);
+}
+
+// MeasureValue for what ContentOf made of a value.
+inline CRecordValue MeasureContent(unsigned char type, unsigned long long content)
+{
+    const unsigned long address = static_cast<unsigned long>(content);
+    switch (type) {
+    case kString:
+        return { kString, 0, MeasureText(reinterpret_cast<const char*>(address)) };
+    case kWString:
+        return { kWString, 0, MeasureText(reinterpret_cast<const wchar_t*>(address)) };
+    case kUTF16String:
+        return { kUTF16String, 0, MeasureText(reinterpret_cast<const unsigned short*>(address)) };
+    default:
+        return { type, content, { nullptr, 0, 0 } };
     }
 }
 
