@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -253,6 +254,21 @@ TEST_F(HSLog, EachThreadLogsToAContextOfItsOwn)
     EXPECT_EQ(there, RecordBytes().InlineFormat("there").ValueCount(0).Bytes());
     EXPECT_EQ(recordBehindHeader(), RecordBytes().InlineFormat("here").ValueCount(0).Bytes());
     EXPECT_EQ(mManager->mContexts.size(), 2u);
+}
+
+// A thread's first call may wait long for its context.
+TEST_F(HSLog, FilterIsAskedWhenTheContextIsThere)
+{
+    mManager->mLock.Lock();
+    std::thread caller([] {
+        HSL::HSLog(CCat(4), "passes by then");
+        HSL::HSLog(CCat(4), "passes by then, %d", 1);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    mManager->SetFilterValue(4, true);
+    mManager->mLock.Unlock();
+    caller.join();
+    EXPECT_EQ(mManager->mSequence, 2);
 }
 
 TEST_F(HSLog, HasTheseTwoOverloads)

@@ -25,15 +25,14 @@ void CLogContext::LogOnThisThread(const CCat& cat, const char* format, const CVa
     }
 }
 
-// The same for a message of one category. The filter is asked first, so that a refused call has nothing to
-// remember while the context is looked up; it is made all the same.
+// The same for a message of one category. What becomes of a message that passes is a function of its own, so that
+// a refused one keeps little while the thread's context is looked up.
 void CLogContext::LogPlainOnThisThread(unsigned char code, const char* format)
 {
     CLogManager* manager = CLogManager::Instance();
+    CLogContext* context = manager->GetTLSContext();
     if (manager->GetFilterValue(code)) {
-        LogPassed(manager, code, format);
-    } else {
-        manager->GetTLSContext();
+        context->LogPassed(manager, code, format);
     }
 }
 
@@ -41,26 +40,23 @@ void CLogContext::LogPlainOnThisThread(unsigned char code, const char* format, u
                                        unsigned long long content)
 {
     CLogManager* manager = CLogManager::Instance();
+    CLogContext* context = manager->GetTLSContext();
     if (manager->GetFilterValue(code)) {
-        LogPassed(manager, code, format, type, content);
-    } else {
-        manager->GetTLSContext();
+        context->LogPassed(manager, code, format, type, content);
     }
 }
 
 void CLogContext::LogPassed(CLogManager* manager, unsigned char code, const char* format)
 {
-    CLogContext* context = manager->GetTLSContext();
     const int sequence = KxAtomicAdd32Barrier(1, &manager->mSequence);
-    context->RecordMeasured(code, sequence, MeasureFormat(format));
+    RecordMeasured(code, sequence, MeasureFormat(format));
 }
 
 void CLogContext::LogPassed(CLogManager* manager, unsigned char code, const char* format, unsigned char type,
                             unsigned long long content)
 {
-    CLogContext* context = manager->GetTLSContext();
     const int sequence = KxAtomicAdd32Barrier(1, &manager->mSequence);
-    context->RecordMeasured(code, sequence, MeasureFormat(format), MeasureContent(type, content));
+    RecordMeasured(code, sequence, MeasureFormat(format), MeasureContent(type, content));
 }
 
 } // namespace HSL

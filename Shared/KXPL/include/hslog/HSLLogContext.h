@@ -188,9 +188,9 @@ private:
     static constexpr unsigned int kNothingToWrite = 0;
     static constexpr unsigned int kPieceByPiece = 1;
 
-    [[gnu::noinline]] static void LogPassed(CLogManager* manager, unsigned char code, const char* format);
-    [[gnu::noinline]] static void LogPassed(CLogManager* manager, unsigned char code, const char* format,
-                                            unsigned char type, unsigned long long content);
+    [[gnu::noinline]] void LogPassed(CLogManager* manager, unsigned char code, const char* format);
+    [[gnu::noinline]] void LogPassed(CLogManager* manager, unsigned char code, const char* format,
+                                     unsigned char type, unsigned long long content);
 
     template <typename Format, typename... Values>
     HSL_AT_CALL void Record(const CCat& cat, Format format, const Values&... values);
