@@ -63,6 +63,13 @@ protected:
         mManager->SetFilterValue(3, true);
     }
 
+    void SetUp() override
+    {
+        if (!SingleStep::IsPossible()) {
+            GTEST_SKIP();
+        }
+    }
+
     template <typename Function> static Sizes SizesOf(CCircularBuffer* ring, const Function& function)
     {
         Positions positions(ring);
