@@ -219,7 +219,7 @@ inline void CLogContext::Record(const CCat& cat, Format format, const Values&...
 {
     // Looked at in front of the first acquire, behind which the compiler would have to look anew. A category
     // that need not lie in memory spares the locked add the wait for it.
-    const bool areTypesKnown = (true && ... && IsTypeKnownHere(values));
+    const int unseenTypes = (0 + ... + static_cast<int>(!IsTypeKnownHere(values)));
     const bool isPlain = IsPlainHere(cat);
     const unsigned char code = cat.mCodes[0];
     CLogManager* manager = CLogManager::Instance();
@@ -228,7 +228,7 @@ inline void CLogContext::Record(const CCat& cat, Format format, const Values&...
         // Whether it is written, replaced or discarded, a message that passes takes one number. Taking it at
         // once lets the processor look at the ring while it waits for the shared counter.
         const int sequence = KxAtomicAdd32Barrier(1, &manager->mSequence);
-        if (!areTypesKnown) {
+        if (unseenTypes != 0) {
             const CValue all[] = { values..., CValue(0) };
             RecordAny(cat, sequence, format, all, sizeof...(values));
         } else if (isPlain) {
