@@ -13,8 +13,14 @@ constexpr Words<14> kEnglish = { U"The ",  U"quick ", U"brown ", U"fox ", U"jump
                                  U"lazy ", U"dog ",   U"while ", U"42 ",  U"files ", U"are ",  U"opened. " };
 constexpr Words<12> kMixed = { U"Größe ", U"und ", U"Maß ",  U"über ",   U"7 ",           U"Flüsse: ",
                                U"съешь ", U"ещё ", U"этих ", U"мягких ", U"французских ", U"булок. " };
-constexpr Words<12> kWide = { U"記録は", U"別の",   U"糸で", U"書かれる。", U"日志",       U"由另一",
-                              U"线程",   U"写入。", U"기록", U"\U0001F600", U"\U0001F680", U"\U0001F4C4" };
+constexpr Words<9> kWide = { U"記録は", U"別の", U"糸で",   U"書かれる。", U"日志",
+                             U"由另一", U"线程", U"写入。", U"기록" };
+constexpr Words<12> kWideAndEmoji = {
+    U"記録は", U"別の",   U"糸で", U"書かれる。", U"日志",       U"由另一",
+    U"线程",   U"写入。", U"기록", U"\U0001F600", U"\U0001F680", U"\U0001F4C4"
+};
+constexpr Words<12> kWideAndEnglish = { U"記録は", U"別の ",  U"thread ", U"で",    U"書かれる。", U"\n",
+                                        U"日志",   U"由另一", U"线程",    U"写入 ", U"log ",       U"42" };
 
 constexpr std::size_t kBetweenIllFormed = 64;
 
@@ -45,8 +51,12 @@ std::vector<char32_t> Characters(Text text, std::size_t count)
     switch (text) {
     case Text::ascii:
         return textOf(kEnglish, count);
-    case Text::cjkEmoji:
+    case Text::cjk:
         return textOf(kWide, count);
+    case Text::cjkEmoji:
+        return textOf(kWideAndEmoji, count);
+    case Text::cjkAscii:
+        return textOf(kWideAndEnglish, count);
     case Text::illFormed:
         return withIllFormed(textOf(kMixed, count));
     case Text::latinCyrillic:

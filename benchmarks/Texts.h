@@ -16,7 +16,9 @@ namespace bench {
 enum class Text {
     ascii,
     latinCyrillic,
+    cjk,
     cjkEmoji,
+    cjkAscii,
     illFormed // latinCyrillic with an ill-formed unit after every 64 characters
 };
 
@@ -96,7 +98,8 @@ void MeasureConverter(benchmark::State& state, Text text, Converter<Source, Targ
 template <typename Source, typename Target>
 bool AddConverter(const char* who, Converter<Source, Target> convert, Text last = Text::illFormed)
 {
-    static constexpr const char* kTexts[] = { "ASCII", "Latin and Cyrillic", "CJK and emoji", "ill-formed" };
+    static constexpr const char* kTexts[] = { "ASCII",         "Latin and Cyrillic", "CJK",
+                                              "CJK and emoji", "CJK and ASCII",      "ill-formed" };
     const auto bits = [](std::size_t bytes) { return "UTF-" + std::to_string(bytes * 8); };
     for (int i = 0; i <= static_cast<int>(last); ++i) {
         const std::string name =

@@ -128,7 +128,7 @@ def converters(results, path):
     who = results.converters()
     if not who:
         return False
-    figure, panels = pyplot.subplots(2, 2, figsize=(11, 6.5), sharex=True)
+    figure, panels = pyplot.subplots(3, 2, figsize=(11, 9.5), sharex=True)
     width = 0.8 / len(who)
     for axes, text in zip(panels.flat, TEXTS):
         for i, name in enumerate(who):

@@ -22,7 +22,7 @@ DIRECTIONS = [
     "UTF-16 to UTF-32",
     "UTF-32 to UTF-16",
 ]
-TEXTS = ["ASCII", "Latin and Cyrillic", "CJK and emoji", "ill-formed"]
+TEXTS = ["ASCII", "Latin and Cyrillic", "CJK", "CJK and emoji", "CJK and ASCII", "ill-formed"]
 NEEDS_TWO_PROCESSORS = "needs two processors"  # a benchmark's refusal; any other error spoils the run
 RING = "ring/48 bytes between threads"
 
@@ -289,7 +289,7 @@ def _converter_targets(results):
             "converters, between UTF-16 and UTF-32, well-formed: to ICU",
             "ICU",
             wide,
-            TEXTS[:3],
+            TEXTS[:-1],
             "at least 4 x",
             lambda value: value >= 4,
         ),

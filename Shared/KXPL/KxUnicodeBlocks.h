@@ -121,19 +121,6 @@ template <std::size_t count, typename Result, typename Target>
     return to;
 }
 
-// The same for a group's results that were computed apart from one another at even and at odd places.
-template <typename Target>
-[[gnu::noinline]] Target* storeOver(const UTF32* evens, const UTF32* odds, const UTF16* lengths, Target* to)
-{
-    for (std::size_t i = 0; i < kGroup; i += 2) {
-        std::memcpy(to, &evens[i / 2], sizeof evens[i / 2]);
-        to += lengths[i];
-        std::memcpy(to, &odds[i / 2], sizeof odds[i / 2]);
-        to += lengths[i + 1];
-    }
-    return to;
-}
-
 } // namespace KXPL
 
 #endif

@@ -18,6 +18,7 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the first unit in the 
 using Lanes8 [[gnu::vector_size(16)]] = UTF8;
 using Lanes16 [[gnu::vector_size(16)]] = UTF16;
 using Lanes32 [[gnu::vector_size(16)]] = UTF32;
+using Lanes64 [[gnu::vector_size(16)]] = std::uint64_t;
 
 template <typename Unit>
 using LanesOf =

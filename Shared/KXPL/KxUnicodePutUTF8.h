@@ -63,46 +63,106 @@ inline UTF8* putBlockBelow800(const UTF16* from, UTF8* to)
     return storeOver<kBlock / 2 - 1>(results, lengths, to);
 }
 
-// What every unit gives that is no part of a pair: three bytes, of which the first ones count.
-struct BytesOfSingleUnits {
-    Lanes16 firstTwo, third, under800, lengths;
+inline Lanes16 areUnder800(Lanes16 units)
+{
+    return (Lanes16)((units & 0xF800) == 0);
+}
 
-    explicit BytesOfSingleUnits(Lanes16 units)
+// What characters give: four bytes each, of which the first ones count.
+struct BytesOfCharacters {
+    Lanes16 firstTwo, lastTwo, lengths;
+
+    // Characters below 10000.
+    explicit BytesOfCharacters(Lanes16 values)
     {
-        const Lanes16 under80 = (Lanes16)((units & 0xFF80) == 0);
-        under800 = (Lanes16)((units & 0xF800) == 0);
-        third = 0x80 | (units & 0x3F);
-        const Lanes16 two = 0xC0 | units >> 6 | third << 8;
-        const Lanes16 three = 0x80E0 | units >> 12 | (units << 2 & 0x3F00);
-        firstTwo = choose<Lanes16>(under80, units, choose<Lanes16>(under800, two, three));
+        const Lanes16 under80 = (Lanes16)((values & 0xFF80) == 0);
+        const Lanes16 under800 = areUnder800(values);
+        lastTwo = 0x80 | (values & 0x3F);
+        const Lanes16 two = 0xC0 | values >> 6 | lastTwo << 8;
+        const Lanes16 three = 0x80E0 | values >> 12 | (values << 2 & 0x3F00);
+        firstTwo = choose<Lanes16>(under80, values, choose<Lanes16>(under800, two, three));
         lengths = 3 + under80 + under800;
+    }
+
+    // Any characters, given by their lower 16 bits and by the bits above.
+    BytesOfCharacters(Lanes16 lows, Lanes16 highs)
+        : BytesOfCharacters(lows)
+    {
+        const Lanes16 supplementary = (Lanes16)(highs != 0);
+        const Lanes16 four = 0x80F0 | highs >> 2 | (lows >> 4 & 0xF00) | (highs << 12 & 0x3000);
+        const Lanes16 restOfFour = 0x80 | (lows >> 6 & 0x3F) | lastTwo << 8;
+        firstTwo = choose<Lanes16>(supplementary, four, firstTwo);
+        lastTwo = choose<Lanes16>(supplementary, restOfFour, lastTwo);
+        lengths = choose<Lanes16>(supplementary, Lanes16 {} + 4, lengths);
     }
 };
 
-// storeOver for a group of results that have three bytes each. Two of them are stored at once.
-[[gnu::noinline]] inline UTF8* storeThrees(const UTF32* evens, const UTF32* odds, UTF8* to)
-{
-    for (std::size_t i = 0; i < kGroup / 2; ++i) {
-        const std::uint64_t six = evens[i] | static_cast<std::uint64_t>(odds[i]) << 24;
-        std::memcpy(to + 6 * i, &six, sizeof six);
+// What a run of kTaken units gives in UTF-8, up to four bytes each.
+struct StagedUTF8 {
+    UTF32 evens[kTaken / 2]; // of the units at even places
+    UTF32 odds[kTaken / 2];
+    UTF16 lengths[kTaken];
+
+    // A group that begins there.
+    void stage(std::size_t place, const BytesOfCharacters& bytes)
+    {
+        storeLanes(joinEven(bytes.firstTwo, bytes.lastTwo), evens + place / 2);
+        storeLanes(joinOdd(bytes.firstTwo, bytes.lastTwo), odds + place / 2);
+        storeLanes(bytes.lengths, lengths + place);
     }
-    return to + 3 * kGroup;
+};
+
+// Stores them over one another. Not inlined for the same reason as storeOver.
+[[gnu::noinline]] inline UTF8* storeStaged(const StagedUTF8& staged, UTF8* to)
+{
+    for (std::size_t group = 0; group < kTaken; group += kGroup) {
+        for (std::size_t i = group; i < group + kGroup; i += 2) {
+            std::memcpy(to, &staged.evens[i / 2], sizeof staged.evens[0]);
+            to += staged.lengths[i];
+            std::memcpy(to, &staged.odds[i / 2], sizeof staged.odds[0]);
+            to += staged.lengths[i + 1];
+        }
+    }
+    return to;
 }
 
-// Writes a group of units that are no surrogates. Needs room for three bytes a unit and two more.
-inline UTF8* putSingleUnits(Lanes16 units, UTF8* to)
+// A group of units that give three bytes each. Two of them are stored at once, with two bytes behind them.
+inline UTF8* putThrees(Lanes16 units, UTF8* to)
 {
-    const BytesOfSingleUnits bytes(units);
-    UTF32 evens[kGroup / 2];
-    UTF32 odds[kGroup / 2];
-    storeLanes(joinEven(bytes.firstTwo, bytes.third), evens);
-    storeLanes(joinOdd(bytes.firstTwo, bytes.third), odds);
-    if (!anySet(bytes.under800)) {
-        return storeThrees(evens, odds, to);
+    constexpr std::uint64_t kSecond = 0xFFFFFF000000;
+    const Lanes16 firstTwo = 0x80E0 | units >> 12 | (units << 2 & 0x3F00);
+    const Lanes16 third = 0x80 | (units & 0x3F);
+    const Lanes64 evens = (Lanes64)joinEven(firstTwo, third);
+    const Lanes64 odds = (Lanes64)joinOdd(firstTwo, third);
+    const Lanes64 firstSixes = (evens & 0xFFFFFFFF) | (odds << 24 & kSecond);
+    const Lanes64 secondSixes = evens >> 32 | (odds >> 8 & kSecond);
+    for (int i = 0; i < 2; ++i) {
+        const std::uint64_t sixes[] = { firstSixes[i], secondSixes[i] };
+        std::memcpy(to, &sixes[0], sizeof sixes[0]);
+        std::memcpy(to + 6, &sixes[1], sizeof sixes[1]);
+        to += 12;
     }
-    UTF16 lengths[kGroup];
-    storeLanes(bytes.lengths, lengths);
-    return storeOver(evens, odds, lengths, to);
+    return to;
+}
+
+// Writes kTaken units that are no surrogates. Needs room for three bytes a unit and two more.
+inline UTF8* putSingleUnits(const UTF16* from, UTF8* to)
+{
+    Lanes16 under800 {};
+    for (std::size_t i = 0; i < kTaken; i += kGroup) {
+        under800 |= areUnder800(loadLanes(from + i));
+    }
+    if (!anySet(under800)) {
+        for (std::size_t i = 0; i < kTaken; i += kGroup) {
+            to = putThrees(loadLanes(from + i), to);
+        }
+        return to;
+    }
+    StagedUTF8 staged;
+    for (std::size_t i = 0; i < kTaken; i += kGroup) {
+        staged.stage(i, BytesOfCharacters(loadLanes(from + i)));
+    }
+    return storeStaged(staged, to);
 }
 
 } // namespace KXPL

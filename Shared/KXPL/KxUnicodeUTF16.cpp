@@ -141,26 +141,23 @@ UTF32* putGroup(const UTF16* from, UTF32* to)
     return storeValues(evens, odds, steps, to);
 }
 
-UTF8* putGroup(const UTF16* from, UTF8* to)
+// Writes kTaken units, of which some are surrogates.
+UTF8* putWithPairs(const UTF16* from, UTF8* to)
 {
-    if (!anySet(isSurrogate(loadLanes(from)))) {
-        return putSingleUnits(loadLanes(from), to);
+    StagedUTF8 staged;
+    for (std::size_t i = 0; i < kTaken; i += kGroup) {
+        const Neighbours here(from + i);
+        const Lanes16 paired = here.areLastOfPair();
+        const Lanes16 top = here.topOfPair();
+        BytesOfCharacters bytes(here.units);
+        const Lanes16 four = 0x80F0 | top >> 8 | (top << 6 & 0x3F00);
+        const Lanes16 restOfFour = 0x80 | (top << 4 & 0x30) | (here.units >> 6 & 0xF) | bytes.lastTwo << 8;
+        bytes.firstTwo = choose<Lanes16>(paired, four, bytes.firstTwo);
+        bytes.lastTwo = choose<Lanes16>(paired, restOfFour, bytes.lastTwo);
+        bytes.lengths = (bytes.lengths - paired) & ~here.areFirstOfPair();
+        staged.stage(i, bytes);
     }
-    const Neighbours here(from);
-    const BytesOfSingleUnits bytes(here.units);
-    const Lanes16 paired = here.areLastOfPair();
-    const Lanes16 top = here.topOfPair();
-    const Lanes16 four = 0x80F0 | top >> 8 | (top << 6 & 0x3F00);
-    const Lanes16 restOfFour = 0x80 | (top << 4 & 0x30) | (here.units >> 6 & 0xF) | bytes.third << 8;
-    const Lanes16 lows = choose<Lanes16>(paired, four, bytes.firstTwo);
-    const Lanes16 highs = choose<Lanes16>(paired, restOfFour, bytes.third);
-    UTF32 evens[kGroup / 2];
-    UTF32 odds[kGroup / 2];
-    UTF16 lengths[kGroup];
-    storeLanes(joinEven(lows, highs), evens);
-    storeLanes(joinOdd(lows, highs), odds);
-    storeLanes((bytes.lengths - paired) & ~here.areFirstOfPair(), lengths);
-    return storeOver(evens, odds, lengths, to);
+    return storeStaged(staged, to);
 }
 
 // A block, unless in strict mode a surrogate in it is unpaired. Looks at the unit before it.
@@ -183,11 +180,9 @@ Place<UTF16, UTF8> convertMixed(Place<UTF16, UTF8> at, bool strict)
     if (strict && hasUnpaired(at.from)) {
         return at;
     }
-    for (std::size_t i = 0; i < kTaken; i += kGroup) {
-        at.to = putGroup(at.from + i, at.to);
-    }
-    const bool cut = isHighSurrogate(at.from[kTaken - 1]) && isLowSurrogate(at.from[kTaken]);
-    return { at.from + kTaken - (cut ? 1 : 0), at.to };
+    UTF8* const to = putWithPairs(at.from, at.to);
+    const bool isCut = isHighSurrogate(at.from[kTaken - 1]) && isLowSurrogate(at.from[kTaken]);
+    return { at.from + kTaken - isCut, to };
 }
 
 Place<UTF16, UTF32> convertBlock(Place<UTF16, UTF32> at, const Bounds<UTF16, UTF32>& bounds)
@@ -212,6 +207,9 @@ Place<UTF16, UTF8> convertBlock(Place<UTF16, UTF8> at, const Bounds<UTF16, UTF8>
     }
     if (!anyHas(0xF800, at.from)) {
         return { at.from + kBlock - 2, putBlockBelow800(at.from, at.to) };
+    }
+    if (!hasSurrogate(at.from)) {
+        return { at.from + kTaken, putSingleUnits(at.from, at.to) };
     }
     return at.from != bounds.begin ? convertMixed(at, bounds.strict) : at;
 }

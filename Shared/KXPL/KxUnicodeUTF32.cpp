@@ -132,36 +132,20 @@ Place<UTF32, UTF16> convertBlock(Place<UTF32, UTF16> at, const Bounds<UTF32, UTF
     return any<kBlock>(at.from, areNoSingleUnits) ? convertMixed(at, bounds.strict) : copyBlock(at);
 }
 
-UTF8* putGroup(const UTF32* from, UTF8* to, ConversionResult& result)
+// Writes kTaken characters.
+UTF8* putOfAnyLength(const UTF32* from, UTF8* to)
 {
-    if (!any<kGroup>(from, areNoSingleUnits)) {
-        UTF16 units[kGroup];
-        copyUnits<kGroup>(from, units);
-        return putSingleUnits(loadLanes(units), to);
+    UTF16 lows[kTaken];
+    UTF16 highs[kTaken];
+    for (std::size_t i = 0; i < kTaken; ++i) {
+        lows[i] = static_cast<UTF16>(from[i]);
+        highs[i] = static_cast<UTF16>(from[i] >> 16);
     }
-    if (any<kGroup>(from, areTooLarge)) {
-        result = sourceIllegal;
+    StagedUTF8 staged;
+    for (std::size_t i = 0; i < kTaken; i += kGroup) {
+        staged.stage(i, BytesOfCharacters(loadLanes(lows + i), loadLanes(highs + i)));
     }
-    UTF32 results[kGroup];
-    UTF32 lengths[kGroup];
-    for (std::size_t i = 0; i < kGroup; i += kLanes<UTF32>) {
-        const Lanes32 source = loadLanes(from + i);
-        const Lanes32 values = replaced(areTooLarge(source), source);
-        const Lanes32 under80 = (Lanes32)(values >> 7 == 0);
-        const Lanes32 under800 = (Lanes32)(values >> 11 == 0);
-        const Lanes32 under10000 = (Lanes32)(values >> 16 == 0);
-        const Lanes32 last = 0x80 | (values & 0x3F);
-        const Lanes32 secondLast = 0x80 | (values >> 6 & 0x3F);
-        const Lanes32 thirdLast = 0x80 | (values >> 12 & 0x3F);
-        const Lanes32 two = 0xC0 | values >> 6 | last << 8;
-        const Lanes32 three = 0xE0 | values >> 12 | secondLast << 8 | last << 16;
-        const Lanes32 four = 0xF0 | values >> 18 | thirdLast << 8 | secondLast << 16 | last << 24;
-        const Lanes32 upToTwo = choose<Lanes32>(under80, values, two);
-        const Lanes32 aboveTwo = choose<Lanes32>(under10000, three, four);
-        storeLanes(choose<Lanes32>(under800, upToTwo, aboveTwo), results + i);
-        storeLanes(4 + under80 + under800 + under10000, lengths + i);
-    }
-    return storeOver<kGroup>(results, lengths, to);
+    return storeStaged(staged, to);
 }
 
 // A block but for its last group, unless in strict mode it has surrogates. Remembers values that are too large.
@@ -170,10 +154,17 @@ Place<UTF32, UTF8> convertMixed(Place<UTF32, UTF8> at, bool strict, ConversionRe
     if (strict && any<kBlock>(at.from, areSurrogates)) {
         return at;
     }
-    for (std::size_t i = 0; i < kTaken; i += kGroup) {
-        at.to = putGroup(at.from + i, at.to, result);
+    const UTF32* const next = at.from + kTaken;
+    if (!any<kTaken>(at.from, areTooLarge)) {
+        return { next, putOfAnyLength(at.from, at.to) };
     }
-    return { at.from + kTaken, at.to };
+    result = sourceIllegal;
+    UTF32 values[kTaken];
+    for (std::size_t i = 0; i < kTaken; i += kLanes<UTF32>) {
+        const Lanes32 source = loadLanes(at.from + i);
+        storeLanes(replaced(areTooLarge(source), source), values + i);
+    }
+    return { next, putOfAnyLength(values, at.to) };
 }
 
 Place<UTF32, UTF8> convertBlock(Place<UTF32, UTF8> at, const Bounds<UTF32, UTF8>& bounds,
@@ -189,6 +180,11 @@ Place<UTF32, UTF8> convertBlock(Place<UTF32, UTF8> at, const Bounds<UTF32, UTF8>
         UTF16 units[kBlock];
         copyUnits<kBlock>(at.from, units);
         return { at.from + kBlock - 2, putBlockBelow800(units, at.to) };
+    }
+    if (!any<kBlock>(at.from, areNoSingleUnits)) {
+        UTF16 units[kTaken];
+        copyUnits<kTaken>(at.from, units);
+        return { at.from + kTaken, putSingleUnits(units, at.to) };
     }
     return convertMixed(at, bounds.strict, result);
 }

@@ -2,21 +2,21 @@
 #include "KxUnicode.h"
 
 #include "KxUnicodeBlocks.h"
-#include "KxUnicodeLanes.h"
 #include "KxUnicodeScalar.h"
+#include "KxUnicodeTakeUTF8.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
 
 namespace KXPL {
 namespace {
 
-// A block that gives less than this was ended by something longer than two bytes or ill-formed, which is not
-// among the next characters for long.
-constexpr std::ptrdiff_t kShortOfBlock = kBlock - 3;
-constexpr std::size_t kAfterShortBlock = 4;
+// A block that gives less than this was ended by something that is not among the next characters for long.
+constexpr std::ptrdiff_t kMostOfBlock = kBlock - 8;
+// Characters converted one at a time where a block has nothing that is worth more, and where only some of it
+// could be taken.
+constexpr std::size_t kManyCharacters = 64;
+constexpr std::size_t kSomeCharacters = 8;
 constexpr std::ptrdiff_t kLongestSequence = 4;
 
 // Indexed by a lead byte: how many bytes follow it. The forms of five and six bytes are known so that they
@@ -122,13 +122,13 @@ ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd,
 // units for each of them. It takes what the Unicode Standard calls well-formed and leaves the rest to the
 // legality test.
 template <typename Target>
-Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds, std::size_t most)
+[[gnu::noinline]] Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds,
+                                                   std::size_t most)
 {
     std::size_t characters =
         std::min(roomBetween(at.from, bounds.end) / 4, roomBetween<Target>(at.to, bounds.room) / 2);
     for (characters = std::min(characters, most); characters > 0; --characters) {
-        UTF32 bytes;
-        std::memcpy(&bytes, at.from, sizeof bytes);
+        const UTF32 bytes = fourBytes(at.from);
         if ((bytes & 0x00C0C0F0) == 0x008080E0) {
             const UTF32 value = (bytes & 0x0F) << 12 | (bytes >> 2 & 0xFC0) | (bytes >> 16 & 0x3F);
             if (value < 0x800 || isSurrogate(value)) {
@@ -161,104 +161,44 @@ Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, const Bounds<UTF8, Targ
     return at;
 }
 
-// The values of characters of at most two bytes, given at their last bytes.
-Lanes16 valuesBelow800(Lanes16 previous, Lanes16 bytes)
+// Whether a group of characters of three bytes each may begin there, by the lead bytes of some of them.
+bool mayBeThrees(const UTF8* from)
 {
-    const Lanes16 previousLead = (Lanes16)((previous & 0xC0) == 0xC0);
-    return bytes + (((previous << 6) - static_cast<UTF16>(offsetsFromUTF8[1])) & previousLead);
-}
-
-// storeOver for results of two units, which a wider target keeps apart.
-template <typename Target>
-[[gnu::noinline]] Target* storePairs(const UTF16* firsts, const UTF16* seconds, const UTF16* lengths,
-                                     std::size_t count, Target* to)
-{
-    for (std::size_t i = 0; i < count; ++i) {
-        to[0] = firsts[i];
-        to[1] = seconds[i];
-        to += lengths[i];
-    }
-    return to;
-}
-
-// The bytes in front of the first that is refused.
-std::size_t acceptedBytes(const Lanes8 (&refused)[kBlock / kLanes<UTF8>])
-{
-    std::uint64_t words[kBlock / sizeof(std::uint64_t)];
-    std::memcpy(words, refused, sizeof words);
-    std::size_t bytes = 0;
-    for (const std::uint64_t word : words) {
-        if (word != 0) {
-            return bytes + static_cast<std::size_t>(__builtin_ctzll(word)) / 8;
-        }
-        bytes += sizeof word;
-    }
-    return bytes;
-}
-
-// The legal sequences of at most two bytes that a block begins with; of a block that has no others, all but
-// those that end in its last two bytes. A result is what two bytes give; a character is given by its last byte.
-// Looks at the byte before the block.
-template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Target> at)
-{
-    UTF16 firsts[kBlock / 2];
-    UTF16 seconds[kBlock / 2];
-    UTF16 lengths[kBlock / 2];
-    Lanes8 refused[kBlock / kLanes<UTF8>];
-    for (std::size_t i = 0; i < kBlock; i += kLanes<UTF8>) {
-        const Lanes8 previous = loadLanes(at.from + i - 1);
-        const Lanes8 bytes = loadLanes(at.from + i);
-        const Lanes8 areDue = (Lanes8)((previous & 0xC0) == 0xC0);
-        const Lanes8 areTrailing = (Lanes8)((bytes & 0xC0) == 0x80);
-        refused[i / kLanes<UTF8>] =
-            (areDue ^ areTrailing) | (Lanes8)((bytes & 0xFE) == 0xC0) | (Lanes8)((bytes & 0xE0) == 0xE0);
-        const Lanes16 before = (Lanes16)previous & 0xFF;
-        const Lanes16 first = (Lanes16)bytes & 0xFF;
-        const Lanes16 second = (Lanes16)bytes >> 8;
-        const Lanes16 firstLeads = (Lanes16)((first & 0xC0) == 0xC0);
-        const Lanes16 secondLeads = (Lanes16)((second & 0xC0) == 0xC0);
-        const Lanes16 value = valuesBelow800(first, second);
-        storeLanes(choose<Lanes16>(firstLeads, value, valuesBelow800(before, first)), firsts + i / 2);
-        storeLanes(value, seconds + i / 2);
-        storeLanes(2 + firstLeads + secondLeads, lengths + i / 2);
-    }
-    const std::size_t accepted = acceptedBytes(refused);
-    if (accepted < 2) {
-        return at;
-    }
-    std::size_t taken = accepted / 2 - 1;
-    at.to = storePairs(firsts, seconds, lengths, taken, at.to);
-    if (accepted < kBlock) {
-        // Nothing is sure to overwrite what a result leaves behind its end, so the last one leaves nothing.
-        const bool isOne = lengths[taken] == 1;
-        at.to[0] = firsts[taken];
-        at.to[isOne ? 0 : 1] = isOne ? firsts[taken] : seconds[taken];
-        at.to += lengths[taken];
-        ++taken;
-    }
-    at.from += 2 * taken - (at.from[2 * taken - 1] >= 0xC0);
-    return at;
+    return (from[0] & from[3 * 2] & from[3 * 5] & from[3 * 7]) >= 0xE0;
 }
 
 template <typename Target>
 Place<UTF8, Target> convertBlock(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds)
 {
-    // A block, and the one character in front of it where there is no other.
-    if (!has(at, bounds, kBlock + kLongestSequence, kBlock + 2)) {
+    // A block, and the two characters in front of it where there are no others.
+    if (!has(at, bounds, kBlock + 2 * kLongestSequence, kBlock + 4)) {
         return convertLegal(at, bounds, kBlock);
     }
     if (!anyHas(0x80, at.from)) {
         return copyBlock(at);
     }
-    if (at.from == bounds.begin) {
-        at = convertLegal(at, bounds, 1);
+    // Blocks look at two bytes before them.
+    if (at.from - bounds.begin < 2) {
+        at = convertLegal(at, bounds, 2);
+        if (at.from - bounds.begin < 2) {
+            return at;
+        }
     }
-    // Where a longer character stands first, the attempt would be in vain.
-    if (at.from == bounds.begin || *at.from >= 0xE0) {
-        return convertLegal(at, bounds, kBlock);
+    // Where these are not alone, branches cost less than looking at every byte of all of them.
+    if (*at.from >= 0xE0) {
+        if (mayBeThrees(at.from)) {
+            at = convertThrees(at, bounds);
+        }
+        return convertLegal(at, bounds, kManyCharacters);
     }
-    const Place<UTF8, Target> next = convertBelow800(at);
-    return next.from - at.from < kShortOfBlock ? convertLegal(next, bounds, kAfterShortBlock) : next;
+    Place<UTF8, Target> next = convertBelow800(at);
+    if (next.from == at.from) {
+        next = convertBelow10000(at);
+    }
+    if (next.from - at.from >= kMostOfBlock) {
+        return next;
+    }
+    return convertLegal(next, bounds, next.from != at.from ? kSomeCharacters : kManyCharacters);
 }
 
 template <typename Target>

@@ -30,6 +30,8 @@ const std::vector<UnicodeUnits> kAlphabets = {
     { 0x1F600, 0x10000, 0x10FFFF },
     { 0x4E2D, 0x4E2E, 0x1F600, 0x3002 },
     { 'a', 0x431, 0x4E2D, 0x1F600 },
+    { 'a', 0x4E2D, 'b', 'c', 0xE9, 0x800, 'd' },
+    { 0x4E2D, 0x3002, 0xAC00, 0x4E2E, 0x3042, 0x4E2F, 0x30A2, 0xD55C, 0x4E30, ' ' },
 };
 
 // What may stand between characters: faults, cut sequences, and what only looks like a fault.
@@ -217,8 +219,7 @@ INSTANTIATE_TEST_SUITE_P(Converters, KxUnicodeBlocks, testing::ValuesIn(kUnicode
 
 TEST(KxUnicodeUTF8toUTF32, AByteInFrontOfTheTextChangesNothing)
 {
-    const std::string starts[] = { "abcd",  "\xD0\xB1",   "\xE4\xB8\xAD", "\xF0\x9F\x98\x80",
-                                   "\x80", "\xBF\xBF" };
+    const std::string starts[] = { "abcd", "\xD0\xB1", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80", "\x80", "\xBF\xBF" };
     for (const std::string& start : starts) {
         for (const int before : { 0x00, 0x41, 0x80, 0xC3, 0xE2, 0xED, 0xF0, 0xF4, 0xFF }) {
             std::vector<UTF8> bytes(1, static_cast<UTF8>(before));

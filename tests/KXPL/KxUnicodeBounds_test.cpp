@@ -90,15 +90,21 @@ void convertBetweenFences(UnicodeForm from, UnicodeForm to, const UnicodeUnits& 
 
 class KxUnicodeBounds : public testing::TestWithParam<UnicodeConverter> {
 protected:
-    // Texts of every length up to several blocks, of characters of every width.
+    // Texts of every length up to several blocks, of characters of every width and of some mixes of them.
     void convertAll(bool atBegin)
     {
         const auto [name, from, to] = GetParam();
-        for (const std::uint32_t value : { 0x61u, 0x431u, 0x4E2Du, 0x1F600u }) {
+        const UnicodeUnits alphabets[] = { { 0x61 },
+                                           { 0x431 },
+                                           { 0x4E2D },
+                                           { 0x1F600 },
+                                           { 0x61, 0x62, 0x4E2D, 0x63, 0xE9 },
+                                           { 0x4E2D, 0x4E2D, 0x1F600, 0x4E2D } };
+        for (const UnicodeUnits& alphabet : alphabets) {
             UnicodeUnits text;
-            for (int characters = 0; characters < 120; ++characters) {
+            for (std::size_t characters = 0; characters < 120; ++characters) {
                 convertBetweenFences(from, to, text, atBegin);
-                const UnicodeUnits units = modelEncode(from, value);
+                const UnicodeUnits units = modelEncode(from, alphabet[characters % alphabet.size()]);
                 text.insert(text.end(), units.begin(), units.end());
             }
         }
