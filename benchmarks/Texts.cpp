@@ -50,6 +50,7 @@ std::vector<char32_t> Characters(Text text, std::size_t count)
 {
     switch (text) {
     case Text::ascii:
+    case Text::shortAscii:
         return textOf(kEnglish, count);
     case Text::cjk:
         return textOf(kWide, count);

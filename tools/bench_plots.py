@@ -130,7 +130,7 @@ def converters(results, path):
         return False
     figure, panels = pyplot.subplots(3, 2, figsize=(11, 9.5), sharex=True)
     width = 0.8 / len(who)
-    for axes, text in zip(panels.flat, TEXTS):
+    for axes, text in zip(panels.flat, [text for text in TEXTS if text != "ASCII, 64 KiB"]):
         for i, name in enumerate(who):
             speeds = [results.gigabytes(direction, text, name) for direction in DIRECTIONS]
             values = [speed.median if speed else 0 for speed in speeds]

@@ -5,6 +5,7 @@ from dataclasses import dataclass
 
 KXPL = "Shared/KXPL/"
 HSLOG = "Shared/KXPL/include/hslog/"
+RECORD_TESTS = ["hsl_log_context_test", "hsl_log_context_write_path_test", "hsl_test"]
 # Which test programs a source's mistakes should show up in.
 WATCHED = {
     "ring": {
@@ -26,6 +27,7 @@ WATCHED = {
         KXPL + "KxUnicodeLanes.h": ["kxunicode_test"],
         KXPL + "KxUnicodePutUTF8.h": ["kxunicode_test"],
         KXPL + "KxUnicodeScalar.h": ["kxunicode_test"],
+        KXPL + "KxUnicodeTakeUTF8.h": ["kxunicode_test"],
     },
     "renderer": {
         HSLOG + "HSLDigits.cpp": ["hslshortcuts_test"],
@@ -42,10 +44,12 @@ WATCHED = {
         HSLOG + "HSLMerge.h": ["hslmerge_test", "hslcollect_test"],
     },
     "record": {
-        HSLOG + "HSLLogContext.cpp": ["hsl_log_context_test", "hsl_log_context_write_path_test"],
-        HSLOG + "HSLRecordPlace.cpp": ["hsl_log_context_test", "hsl_log_context_write_path_test"],
-        HSLOG + "HSLRecordPlace.h": ["hsl_log_context_test", "hsl_log_context_write_path_test"],
-        HSLOG + "HSLLogContext.h": ["hsl_log_context_test", "hsl_log_context_write_path_test"],
+        HSLOG + "HSLLogContext.cpp": RECORD_TESTS,
+        HSLOG + "HSLRecordPlace.cpp": RECORD_TESTS,
+        HSLOG + "HSLRecordPlace.h": RECORD_TESTS,
+        HSLOG + "HSLLogContext.h": RECORD_TESTS,
+        HSLOG + "HSL.cpp": RECORD_TESTS,
+        HSLOG + "HSL.h": RECORD_TESTS,
     },
 }
 

@@ -15,7 +15,8 @@ constexpr int kLargestSecondsAsMicroseconds = 0x3FFFF;
 
 void KxTime::SetToCurrentTime()
 {
-    const KxClockReading now = KxClockReading::Take();
+    struct timezone ignored;
+    const KxClockReading now = KxClockReading::Take(&ignored);
     mIsInfinite = false;
     mMicroseconds = now.mSeconds * kMicrosecondsPerSecond + now.mMicroseconds;
 }

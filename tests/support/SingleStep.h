@@ -2,6 +2,8 @@
 #ifndef FALLCATCH_TESTS_SINGLE_STEP_H
 #define FALLCATCH_TESTS_SINGLE_STEP_H
 
+#include "ThreadSanitizer.h"
+
 #include <csignal>
 #include <functional>
 
@@ -12,14 +14,7 @@ class SingleStep {
 public:
     // Not under ThreadSanitizer, which takes locks of its own within the stepped code; what the handler does
     // would wait for them for ever, now and then.
-    static constexpr bool IsPossible()
-    {
-#if defined(__SANITIZE_THREAD__)
-        return false;
-#else
-        return true;
-#endif
-    }
+    static constexpr bool IsPossible() { return !kUnderThreadSanitizer; }
 
     explicit SingleStep(std::function<void()> look);
     ~SingleStep();

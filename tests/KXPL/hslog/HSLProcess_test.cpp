@@ -1,6 +1,8 @@
 // Hosts that fork, that end without Cleanup, whose threads outlive a manager, and whose callbacks are slow.
 #include "hslog/HSL.h"
 
+#include "ThreadSanitizer.h"
+
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -117,9 +119,9 @@ TEST_F(Fork, ParentGoesOnAndChildMayLogOnTheForkingThread)
 
 TEST_F(Fork, ChildThatSwitchesLoggingOffMayLogOnAnyThread)
 {
-#if defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "ThreadSanitizer starts no threads behind a fork";
-#endif
+    if (kUnderThreadSanitizer) {
+        GTEST_SKIP() << "ThreadSanitizer starts no threads behind a fork";
+    }
     EXPECT_EQ(StatusOf([] {
                   HSL::LogManager()->SetEnable(false);
                   std::thread([] { HSL::HSLog(CCat(3), "nowhere"); }).join();

@@ -25,8 +25,8 @@ void CLogContext::LogOnThisThread(const CCat& cat, const char* format, const CVa
     }
 }
 
-// The same for a message of one category. What becomes of a message that passes is a function of its own, so that
-// a refused one keeps little while the thread's context is looked up.
+// The same for a message of one category. What becomes of a message that passes is a function of its own, so
+// that a refused one keeps little while the thread's context is looked up.
 void CLogContext::LogPlainOnThisThread(unsigned char code, const char* format)
 {
     CLogManager* manager = CLogManager::Instance();

@@ -180,6 +180,12 @@ CRecordPublisher CLogContext::BeginByWrites(const CCat& cat, int sequence)
     return { nullptr, HasRoom(cat, sequence) ? kPieceByPiece : kNothingToWrite };
 }
 
+// A function of its own so that the category, which has to lie in memory here, is no matter of Begin's.
+CRecordPublisher CLogContext::BeginByWrites(unsigned char code, int sequence)
+{
+    return BeginByWrites(CCat(code), sequence);
+}
+
 // Stores the time of a record that Begin began, and publishes the rest of the header.
 CRecordPublisher CLogContext::PublishHeader(CRecordPublisher publisher)
 {

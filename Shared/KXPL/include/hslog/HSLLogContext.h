@@ -203,7 +203,8 @@ private:
 
     CRecordPublisher Begin(unsigned char code, int sequence, unsigned int size);
     CRecordPublisher Begin(const CCat& cat, int sequence, unsigned int size);
-    CRecordPublisher BeginByWrites(const CCat& cat, int sequence);
+    [[gnu::noinline]] CRecordPublisher BeginByWrites(const CCat& cat, int sequence);
+    [[gnu::noinline]] CRecordPublisher BeginByWrites(unsigned char code, int sequence);
     static CRecordPublisher PublishHeader(CRecordPublisher publisher);
     bool HasRoom(const CCat& cat, int sequence);
     void WriteHeader(const CCat& cat, int sequence);
