@@ -6,10 +6,11 @@ from machine import Machine
 
 CLASS = "_OBJC_CLASS_$_"
 CONSTANT_CLASS = "___CFConstantStringClassReference"
-# What a call of HSLog calls behind its switch: with the category's code and the format, and with a value's tag and
-# content.
-LOG = "__ZN3HSL11CLogContext20LogPlainOnThisThreadEhPKc"
-LOG_WITH_VALUE = "__ZN3HSL11CLogContext20LogPlainOnThisThreadEhPKchy"
+# What a call of HSLog calls behind its switch: for the thread's context, with the category's code, and then on the
+# context with the code, the format, and perhaps a value's tag and content.
+CONTEXT_IF_PASSED = "__ZN3HSL11CLogContext20OfThisThreadIfPassedEh"
+LOG = "__ZN3HSL11CLogContext9LogPassedEhPKc"
+LOG_WITH_VALUE = "__ZN3HSL11CLogContext9LogPassedEhPKchy"
 MANAGER = "__ZN3HSL11CLogManager6msThisE"
 INITIALIZE = ("__ZN3HSL11CLogManager10InitializeEv", "__ZN3HSL11CLogManager10InitializeEPS0_")
 POINTER_TAG = 15
@@ -125,8 +126,8 @@ class Bridge:
         world.machine = self.machine
         self.imports = imports(world)
         self.image = load(self.machine, self.imports.resolve)
-        self.machine.watch(self.image.symbol(LOG), lambda: self._on_log(2))
-        self.machine.watch(self.image.symbol(LOG_WITH_VALUE), lambda: self._on_log(4))
+        self.machine.watch(self.image.symbol(LOG), lambda: self._on_log(3))
+        self.machine.watch(self.image.symbol(LOG_WITH_VALUE), lambda: self._on_log(5))
         for name in INITIALIZE:
             self.machine.watch(
                 self.image.symbol(name), lambda: world.events.append("CLogManager::Initialize"))
@@ -142,12 +143,14 @@ class Bridge:
         machine = self.machine
         for name in (LOG, LOG_WITH_VALUE):
             machine.uc.mem_write(self.image.symbol(name), machine.processor.return_instruction)
+        # Any address but null will do.
+        machine.uc.mem_write(self.image.symbol(CONTEXT_IF_PASSED), machine.processor.return_one)
         manager = machine.store(bytes(64))
         machine.set_number(manager + machine.processor.width, 1, 1)
         machine.set_number(self.image.symbol(MANAGER), manager)
 
     def _on_log(self, count):
-        code, text_format, *value = self.machine.arguments(count)
+        _, code, text_format, *value = self.machine.arguments(count)
         line = f"HSLog([{code & 0xFF}], {self.machine.text(text_format)!r}"
         if value:
             # Of the content 32-bit x86 passes two words; a pointer is the first.

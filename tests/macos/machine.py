@@ -50,6 +50,7 @@ class X86_64(Processor):
     result_register = x86.UC_X86_REG_RAX
     stack_pointer = x86.UC_X86_REG_RSP
     return_instruction = b"\xc3"
+    return_one = b"\xb8\x01\x00\x00\x00\xc3"  # mov eax, 1; ret
     pushed_by_call = 8
 
     def enter(self, machine, stop):
@@ -69,6 +70,7 @@ class Arm64(Processor):
     result_register = a64.UC_ARM64_REG_X0
     stack_pointer = a64.UC_ARM64_REG_SP
     return_instruction = b"\xc0\x03\x5f\xd6"
+    return_one = b"\x20\x00\x80\xd2\xc0\x03\x5f\xd6"  # mov x0, #1; ret
     pushed_by_call = 0
 
     def prepare(self, machine):
@@ -96,6 +98,7 @@ class I386(Processor):
     result_register = x86.UC_X86_REG_EAX
     stack_pointer = x86.UC_X86_REG_ESP
     return_instruction = b"\xc3"
+    return_one = b"\xb8\x01\x00\x00\x00\xc3"  # mov eax, 1; ret
     pushed_by_call = 4
 
     def arguments(self, machine, count):

@@ -2,7 +2,7 @@
 
 import struct
 
-from bridge import LOG_WITH_VALUE, NOT_WRITTEN
+from bridge import CONTEXT_IF_PASSED, LOG_WITH_VALUE, NOT_WRITTEN
 from cxx import LoggingSystem
 from foundation import World
 from platform_objects import Library
@@ -50,7 +50,9 @@ class Logger:
         """Logs one value: payload is what stands behind the tag in memory."""
         machine = self.library.machine
         content = self.library.wide(int.from_bytes(payload, "little"))
-        self.library.call(LOG_WITH_VALUE, INFO, machine.store(text_format.encode() + b"\0"), tag, *content)
+        context = self.library.call(CONTEXT_IF_PASSED, INFO)
+        text_format = machine.store(text_format.encode() + b"\0")
+        self.library.call(LOG_WITH_VALUE, context, INFO, text_format, tag, *content)
 
     def pointer(self, data):
         """The payload that points at some data."""

@@ -10,7 +10,9 @@ CLogManager* LogManager()
 void CLogContext::LogOnThisThread(const CCat& cat, const char* format)
 {
     if (cat.mCount == 1) {
-        LogPlainOnThisThread(cat.mCodes[0], format);
+        if (CLogContext* context = OfThisThreadIfPassed(cat.mCodes[0])) {
+            context->LogPassed(cat.mCodes[0], format);
+        }
     } else {
         CLogManager::Instance()->GetTLSContext()->Log(cat, format);
     }
@@ -19,43 +21,32 @@ void CLogContext::LogOnThisThread(const CCat& cat, const char* format)
 void CLogContext::LogOnThisThread(const CCat& cat, const char* format, const CValue& value)
 {
     if (cat.mCount == 1) {
-        LogPlainOnThisThread(cat.mCodes[0], format, value.mType, ContentOf(value));
+        if (CLogContext* context = OfThisThreadIfPassed(cat.mCodes[0])) {
+            context->LogPassed(cat.mCodes[0], format, value.mType, ContentOf(value));
+        }
     } else {
         CLogManager::Instance()->GetTLSContext()->Log(cat, format, value);
     }
 }
 
-// The same for a message of one category. What becomes of a message that passes is a function of its own, so
-// that a refused one keeps little while the thread's context is looked up.
-void CLogContext::LogPlainOnThisThread(unsigned char code, const char* format)
+// The context first, also for a message that is refused: a thread's first call makes it.
+CLogContext* CLogContext::OfThisThreadIfPassed(unsigned char code)
 {
     CLogManager* manager = CLogManager::Instance();
     CLogContext* context = manager->GetTLSContext();
-    if (manager->GetFilterValue(code)) {
-        context->LogPassed(manager, code, format);
-    }
+    return manager->GetFilterValue(code) ? context : nullptr;
 }
 
-void CLogContext::LogPlainOnThisThread(unsigned char code, const char* format, unsigned char type,
-                                       unsigned long long content)
+void CLogContext::LogPassed(unsigned char code, const char* format)
 {
-    CLogManager* manager = CLogManager::Instance();
-    CLogContext* context = manager->GetTLSContext();
-    if (manager->GetFilterValue(code)) {
-        context->LogPassed(manager, code, format, type, content);
-    }
-}
-
-void CLogContext::LogPassed(CLogManager* manager, unsigned char code, const char* format)
-{
-    const int sequence = KxAtomicAdd32Barrier(1, &manager->mSequence);
+    const int sequence = KxAtomicAdd32Barrier(1, &CLogManager::Instance()->mSequence);
     RecordMeasured(code, sequence, MeasureFormat(format));
 }
 
-void CLogContext::LogPassed(CLogManager* manager, unsigned char code, const char* format, unsigned char type,
+void CLogContext::LogPassed(unsigned char code, const char* format, unsigned char type,
                             unsigned long long content)
 {
-    const int sequence = KxAtomicAdd32Barrier(1, &manager->mSequence);
+    const int sequence = KxAtomicAdd32Barrier(1, &CLogManager::Instance()->mSequence);
     RecordMeasured(code, sequence, MeasureFormat(format), MeasureContent(type, content));
 }
 

@@ -20,19 +20,22 @@ namespace HSL {
 CLogManager* LogManager();
 
 // Logs to the calling thread's context; returns at once while there is no manager or it is switched off. Only
-// that question becomes part of the calling code; the rest are functions of the library. More values, and
-// format ids, are for CLogContext::Log on LogManager()->GetTLSContext(), which becomes part of the calling code
-// altogether and is quicker for it.
+// the questions for the switch and for the filter become part of the calling code; the rest are functions of
+// the library. More values, and format ids, are for CLogContext::Log on LogManager()->GetTLSContext(), which
+// becomes part of the calling code altogether and is quicker for it.
 //
 // The arguments are looked at in front of the switch, whose acquire would make the compiler store them and look
-// anew; behind it they are handed on in registers, if their kinds are known by then.
+// anew; behind it they are handed on in registers, if their kinds are known by then, and only if the filter
+// lets the message pass.
 HSL_AT_CALL inline void HSLog(const CCat& cat, const char* format)
 {
     const bool isPlain = IsPlainHere(cat);
     const unsigned char code = cat.mCodes[0];
     if (CLogManager::IsEnabled()) {
         if (isPlain) {
-            CLogContext::LogPlainOnThisThread(code, format);
+            if (CLogContext* context = CLogContext::OfThisThreadIfPassed(code)) {
+                context->LogPassed(code, format);
+            }
         } else {
             CLogContext::LogOnThisThread(cat, format);
         }
@@ -47,7 +50,9 @@ HSL_AT_CALL inline void HSLog(const CCat& cat, const char* format, const CValue&
     const unsigned long long content = ContentOf(value);
     if (CLogManager::IsEnabled()) {
         if (isPlain) {
-            CLogContext::LogPlainOnThisThread(code, format, type, content);
+            if (CLogContext* context = CLogContext::OfThisThreadIfPassed(code)) {
+                context->LogPassed(code, format, type, content);
+            }
         } else {
             CLogContext::LogOnThisThread(cat, format, value);
         }

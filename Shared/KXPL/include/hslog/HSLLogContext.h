@@ -165,13 +165,15 @@ public:
     }
 
     // HSLog behind its switch: Log on the context that GetTLSContext of the module's manager returns. The
-    // manager must exist. The plain ones are for a message of one category, and take a value apart: its type,
-    // which is one of ValueType, and what ContentOf made of it.
+    // manager must exist.
     static void LogOnThisThread(const CCat& cat, const char* format);
     static void LogOnThisThread(const CCat& cat, const char* format, const CValue& value);
-    static void LogPlainOnThisThread(unsigned char code, const char* format);
-    static void LogPlainOnThisThread(unsigned char code, const char* format, unsigned char type,
-                                     unsigned long long content);
+    // The same in two steps for a message of one category: the context, or null where the filter refuses the
+    // category, and what is left to be done with it. A value is taken apart: its type, which is one of
+    // ValueType, and what ContentOf made of it.
+    static CLogContext* OfThisThreadIfPassed(unsigned char code);
+    void LogPassed(unsigned char code, const char* format);
+    void LogPassed(unsigned char code, const char* format, unsigned char type, unsigned long long content);
 
     CCircularBuffer* mBuffer; // owned
     KxCacheLineGap mGapBeforeCount;
@@ -187,10 +189,6 @@ private:
     // What Begin answers when there is no place for a record as a whole; no offset is that small.
     static constexpr unsigned int kNothingToWrite = 0;
     static constexpr unsigned int kPieceByPiece = 1;
-
-    [[gnu::noinline]] void LogPassed(CLogManager* manager, unsigned char code, const char* format);
-    [[gnu::noinline]] void LogPassed(CLogManager* manager, unsigned char code, const char* format,
-                                     unsigned char type, unsigned long long content);
 
     template <typename Format, typename... Values>
     HSL_AT_CALL void Record(const CCat& cat, Format format, const Values&... values);
