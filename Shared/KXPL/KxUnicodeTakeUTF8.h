@@ -1,4 +1,4 @@
-// Reading UTF-8 that is legal, many bytes at a time.
+// Reading UTF-8 that is legal, with less ado than the test of a sequence makes, or many bytes at a time.
 //
 // These take what the Unicode Standard calls well-formed and leave the rest, together with everything that ends
 // a conversion, to the loop that converts one character at a time.
@@ -9,6 +9,7 @@
 #include "KxUnicodeLanes.h"
 #include "KxUnicodeScalar.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -18,6 +19,57 @@ namespace KXPL {
 // What the marker bits of a sequence of two and of three bytes add up to, modulo 10000.
 constexpr UTF16 kMarksOfTwo = 0x3080;
 constexpr UTF16 kMarksOfThree = 0x2080;
+
+// The bytes of a character that begins there, and of what follows it.
+inline UTF32 fourBytes(const UTF8* from)
+{
+    UTF32 bytes;
+    std::memcpy(&bytes, from, sizeof bytes);
+    return bytes;
+}
+
+// At most so many characters of any length, none of which can end the conversion: there are four bytes and two
+// units for each of them. It takes what the Unicode Standard calls well-formed and leaves the rest to the
+// legality test.
+template <typename Target>
+[[gnu::noinline]] Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds,
+                                                   std::size_t most)
+{
+    std::size_t characters =
+        std::min(roomBetween(at.from, bounds.end) / 4, roomBetween<Target>(at.to, bounds.room) / 2);
+    for (characters = std::min(characters, most); characters > 0; --characters) {
+        const UTF32 bytes = fourBytes(at.from);
+        if ((bytes & 0x00C0C0F0) == 0x008080E0) {
+            const UTF32 value = (bytes & 0x0F) << 12 | (bytes >> 2 & 0xFC0) | (bytes >> 16 & 0x3F);
+            if (value < 0x800 || isSurrogate(value)) {
+                break;
+            }
+            *at.to++ = static_cast<Target>(value);
+            at.from += 3;
+        } else if ((bytes & 0x80) == 0) {
+            *at.to++ = static_cast<Target>(bytes & 0x7F);
+            at.from += 1;
+        } else if ((bytes & 0xC0E0) == 0x80C0) {
+            const UTF32 value = (bytes & 0x1F) << 6 | (bytes >> 8 & 0x3F);
+            if (value < 0x80) {
+                break;
+            }
+            *at.to++ = static_cast<Target>(value);
+            at.from += 2;
+        } else if ((bytes & 0xC0C0C0F8) == 0x808080F0) {
+            const UTF32 value =
+                (bytes & 0x07) << 18 | (bytes << 4 & 0x3F000) | (bytes >> 10 & 0xFC0) | (bytes >> 24 & 0x3F);
+            if (value < kFirstSupplementary || value > kLargestScalar) {
+                break;
+            }
+            put(value, at.to, at.to + 2);
+            at.from += 4;
+        } else {
+            break;
+        }
+    }
+    return at;
+}
 
 // The values of characters of at most two bytes, given at their last bytes.
 inline Lanes16 valuesBelow800(Lanes16 previous, Lanes16 bytes)
@@ -145,14 +197,6 @@ template <typename Target> [[gnu::noinline]] Place<UTF8, Target> convertBelow100
     const UTF8* const end = at.from + 2 * taken;
     const std::size_t cut = end[-1] >= 0xC0 ? 1 : end[-2] >= 0xE0 ? 2 : 0;
     return { end - cut, storePairs(firsts, seconds, lengths, taken, at.to) };
-}
-
-// The bytes of a character that begins there, and of what follows it.
-inline UTF32 fourBytes(const UTF8* from)
-{
-    UTF32 bytes;
-    std::memcpy(&bytes, from, sizeof bytes);
-    return bytes;
 }
 
 // Four characters of three bytes each, the first of which begins there; `refused` has zeros where they are

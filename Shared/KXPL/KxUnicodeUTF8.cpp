@@ -118,49 +118,6 @@ ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd,
     return conversionOK;
 }
 
-// At most so many characters of any length, none of which can end the conversion: there are four bytes and two
-// units for each of them. It takes what the Unicode Standard calls well-formed and leaves the rest to the
-// legality test.
-template <typename Target>
-[[gnu::noinline]] Place<UTF8, Target> convertLegal(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds,
-                                                   std::size_t most)
-{
-    std::size_t characters =
-        std::min(roomBetween(at.from, bounds.end) / 4, roomBetween<Target>(at.to, bounds.room) / 2);
-    for (characters = std::min(characters, most); characters > 0; --characters) {
-        const UTF32 bytes = fourBytes(at.from);
-        if ((bytes & 0x00C0C0F0) == 0x008080E0) {
-            const UTF32 value = (bytes & 0x0F) << 12 | (bytes >> 2 & 0xFC0) | (bytes >> 16 & 0x3F);
-            if (value < 0x800 || isSurrogate(value)) {
-                break;
-            }
-            *at.to++ = static_cast<Target>(value);
-            at.from += 3;
-        } else if ((bytes & 0x80) == 0) {
-            *at.to++ = static_cast<Target>(bytes & 0x7F);
-            at.from += 1;
-        } else if ((bytes & 0xC0E0) == 0x80C0) {
-            const UTF32 value = (bytes & 0x1F) << 6 | (bytes >> 8 & 0x3F);
-            if (value < 0x80) {
-                break;
-            }
-            *at.to++ = static_cast<Target>(value);
-            at.from += 2;
-        } else if ((bytes & 0xC0C0C0F8) == 0x808080F0) {
-            const UTF32 value =
-                (bytes & 0x07) << 18 | (bytes << 4 & 0x3F000) | (bytes >> 10 & 0xFC0) | (bytes >> 24 & 0x3F);
-            if (value < kFirstSupplementary || value > kLargestScalar) {
-                break;
-            }
-            put(value, at.to, at.to + 2);
-            at.from += 4;
-        } else {
-            break;
-        }
-    }
-    return at;
-}
-
 // Whether a group of characters of three bytes each may begin there, by the lead bytes of some of them.
 bool mayBeThrees(const UTF8* from)
 {

@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 namespace HSL {
 namespace {
@@ -35,18 +36,23 @@ KXPL::UTF32 gWCharBuffer[kUnits];
 KXPL::UTF16 gTCharBuffer[kUnits];
 static_assert(sizeof(wchar_t) == sizeof(KXPL::UTF32), "wide strings are UTF-32");
 
+constexpr Piece conversion(const char* text)
+{
+    return { text, std::char_traits<char>::length(text), 0 };
+}
+
 // What a value without a conversion is rendered with. Those of kLong and kPointer show the low 32 bits only.
-constexpr Piece kOwnShort = { "%hd", 3, 0 };
-constexpr Piece kOwnInt = { "%d", 2, 0 };
-constexpr Piece kOwnLongLong = { "%lld", 4, 0 };
-constexpr Piece kOwnUnsignedShort = { "%hu", 3, 0 };
-constexpr Piece kOwnUnsigned = { "%u", 2, 0 };
-constexpr Piece kOwnUnsignedLongLong = { "%llu", 4, 0 };
-constexpr Piece kOwnFloat = { "%f", 2, 0 };
-constexpr Piece kOwnDouble = { "%g", 2, 0 };
+constexpr Piece kOwnShort = conversion("%hd");
+constexpr Piece kOwnInt = conversion("%d");
+constexpr Piece kOwnLongLong = conversion("%lld");
+constexpr Piece kOwnUnsignedShort = conversion("%hu");
+constexpr Piece kOwnUnsigned = conversion("%u");
+constexpr Piece kOwnUnsignedLongLong = conversion("%llu");
+constexpr Piece kOwnFloat = conversion("%f");
+constexpr Piece kOwnDouble = conversion("%g");
 constexpr Piece kOwnPointer = { "0x%x", 4, 2 };
-constexpr Piece kOwnString = { "%s", 2, 0 };
-constexpr Piece kOwnWideString = { "%S", 2, 0 };
+constexpr Piece kOwnString = conversion("%s");
+constexpr Piece kOwnWideString = conversion("%S");
 
 // A text where it lies: in the ring, in one of the buffers above or in the table of formats. Not terminated.
 struct TextView {
