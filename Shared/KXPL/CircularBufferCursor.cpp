@@ -2,6 +2,8 @@
 
 #include "KxAtomic.h"
 
+#include <algorithm>
+
 namespace KXPL {
 
 // Loads the writer's position. False: the ring is empty.
@@ -22,7 +24,7 @@ void RingCursor::ReadInPieces(void* destination, std::size_t size)
 {
     unsigned char* to = static_cast<unsigned char*>(destination);
     while (size > 0 && (Known() > 0 || FindMore())) {
-        const std::size_t piece = size < Known() ? size : Known();
+        const std::size_t piece = std::min(size, Known());
         std::memcpy(to, mNext, piece);
         mNext += piece;
         to += piece;

@@ -5,6 +5,7 @@
 #include "KxAtomic.h"
 #include "KxShortBytes.h"
 
+#include <algorithm>
 #include <cstdint>
 
 using namespace KXPL;
@@ -152,10 +153,8 @@ unsigned int cb_remove(cb_control* control, int* count)
         // The capacity, one slot less than the ring has.
         position -= control->num_elem * elemSize;
     }
-    if (position > writeOffset) {
-        position = writeOffset;
-    }
     // Hands the slots that were discarded back to the writer. Partner: readerPosition.
-    KxStoreRelease(control->read_offset, static_cast<unsigned int>(position));
+    KxStoreRelease(control->read_offset,
+                   static_cast<unsigned int>(std::min<std::uint64_t>(position, writeOffset)));
     return lastError(control);
 }

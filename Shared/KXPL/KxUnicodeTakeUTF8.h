@@ -78,15 +78,29 @@ inline Lanes16 valuesBelow800(Lanes16 previous, Lanes16 bytes)
     return bytes + (((previous << 6) - kMarksOfTwo) & previousLead);
 }
 
-// storeOver for results of two units, which a wider target keeps apart.
+// What each two bytes of a block give: up to two units, which a wider target keeps apart.
+struct StagedPairs {
+    UTF16 firsts[kBlock / 2];
+    UTF16 seconds[kBlock / 2];
+    UTF16 lengths[kBlock / 2];
+
+    // Those of the bytes that begin there.
+    void stage(std::size_t place, Lanes16 first, Lanes16 second, Lanes16 length)
+    {
+        storeLanes(first, firsts + place / 2);
+        storeLanes(second, seconds + place / 2);
+        storeLanes(length, lengths + place / 2);
+    }
+};
+
+// storeOver for the first ones of these.
 template <typename Target>
-[[gnu::noinline]] Target* storePairs(const UTF16* firsts, const UTF16* seconds, const UTF16* lengths,
-                                     std::size_t count, Target* to)
+[[gnu::noinline]] Target* storePairs(const StagedPairs& pairs, std::size_t count, Target* to)
 {
     for (std::size_t i = 0; i < count; ++i) {
-        to[0] = firsts[i];
-        to[1] = seconds[i];
-        to += lengths[i];
+        to[0] = pairs.firsts[i];
+        to[1] = pairs.seconds[i];
+        to += pairs.lengths[i];
     }
     return to;
 }
@@ -110,9 +124,7 @@ inline std::size_t acceptedBytes(const Lanes8 (&refused)[kBlock / kLanes<UTF8>])
 // is what two bytes give; a character is given by its last byte. Looks at the byte before the block.
 template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Target> at)
 {
-    UTF16 firsts[kBlock / 2];
-    UTF16 seconds[kBlock / 2];
-    UTF16 lengths[kBlock / 2];
+    StagedPairs pairs;
     Lanes8 refused {};
     for (std::size_t i = 0; i < kBlock; i += kLanes<UTF8>) {
         const Lanes8 previous = loadLanes(at.from + i - 1);
@@ -126,16 +138,15 @@ template <typename Target> Place<UTF8, Target> convertBelow800(Place<UTF8, Targe
         const Lanes16 firstLeads = (Lanes16)((first & 0xC0) == 0xC0);
         const Lanes16 secondLeads = (Lanes16)((second & 0xC0) == 0xC0);
         const Lanes16 value = valuesBelow800(first, second);
-        storeLanes(choose<Lanes16>(firstLeads, value, valuesBelow800(before, first)), firsts + i / 2);
-        storeLanes(value, seconds + i / 2);
-        storeLanes(2 + firstLeads + secondLeads, lengths + i / 2);
+        pairs.stage(i, choose<Lanes16>(firstLeads, value, valuesBelow800(before, first)), value,
+                    2 + firstLeads + secondLeads);
     }
     if (anySet(refused)) {
         return at;
     }
     constexpr std::size_t kPairs = kBlock / 2 - 1;
     const bool isCut = at.from[2 * kPairs - 1] >= 0xC0;
-    return { at.from + 2 * kPairs - isCut, storePairs(firsts, seconds, lengths, kPairs, at.to) };
+    return { at.from + 2 * kPairs - isCut, storePairs(pairs, kPairs, at.to) };
 }
 
 // The values of characters of at most three bytes, given at their last bytes.
@@ -170,9 +181,7 @@ inline Lanes8 refusedBelow10000(Lanes8 secondLast, Lanes8 last, Lanes8 bytes)
 // where it is one character, two where it is none. Looks at two bytes before the block.
 template <typename Target> [[gnu::noinline]] Place<UTF8, Target> convertBelow10000(Place<UTF8, Target> at)
 {
-    UTF16 firsts[kBlock / 2];
-    UTF16 seconds[kBlock / 2];
-    UTF16 lengths[kBlock / 2];
+    StagedPairs pairs;
     Lanes8 refused[kBlock / kLanes<UTF8>];
     for (std::size_t i = 0; i < kBlock; i += kLanes<UTF8>) {
         const Lanes8 before = loadLanes(at.from + i - 2);
@@ -184,9 +193,8 @@ template <typename Target> [[gnu::noinline]] Place<UTF8, Target> convertBelow100
         const Lanes16 second = (Lanes16)bytes >> 8;
         const EndingCharacters evens(secondLast, last, first);
         const EndingCharacters odds(last, first, second);
-        storeLanes(choose<Lanes16>(evens.ends, evens.values, odds.values), firsts + i / 2);
-        storeLanes(odds.values, seconds + i / 2);
-        storeLanes(-(evens.ends + odds.ends), lengths + i / 2);
+        pairs.stage(i, choose<Lanes16>(evens.ends, evens.values, odds.values), odds.values,
+                    -(evens.ends + odds.ends));
     }
     constexpr std::size_t kLeft = 3;
     const std::size_t accepted = acceptedBytes(refused) / 2;
@@ -196,7 +204,7 @@ template <typename Target> [[gnu::noinline]] Place<UTF8, Target> convertBelow100
     const std::size_t taken = accepted - kLeft;
     const UTF8* const end = at.from + 2 * taken;
     const std::size_t cut = end[-1] >= 0xC0 ? 1 : end[-2] >= 0xE0 ? 2 : 0;
-    return { end - cut, storePairs(firsts, seconds, lengths, taken, at.to) };
+    return { end - cut, storePairs(pairs, taken, at.to) };
 }
 
 // Four characters of three bytes each, the first of which begins there; `refused` has zeros where they are

@@ -18,10 +18,10 @@ constexpr double kMicrosecondsPerSecond = 1000000.0;
 
 // One registered context during one pass.
 struct CContextInfo {
-    unsigned int mIndex = 0; // in the manager's list at the start of the pass
-    int mSnapshot = 0;       // complete records when the pass began
-    int mRemaining = 0;      // of those, not yet output
-    int mSeqNum = 0;         // of the next unread record
+    unsigned int mIndex {}; // in the manager's list at the start of the pass
+    int mSnapshot {};       // complete records when the pass began
+    int mRemaining {};      // of those, not yet output
+    int mSeqNum {};         // of the next unread record
     CCircularBuffer* mBuffer = nullptr;
     RingCursor mRing;
 };

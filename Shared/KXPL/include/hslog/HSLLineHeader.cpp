@@ -5,6 +5,7 @@
 
 #include "../../KxShortBytes.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 
@@ -63,7 +64,7 @@ char* putName(char* to, const char* name, std::size_t length)
 {
     std::memset(to, ' ', kNameColumns);
     KXPL::copyShort(to, name, length);
-    return to + (length > kNameColumns ? length : kNameColumns);
+    return to + std::max(length, kNameColumns);
 }
 
 } // namespace

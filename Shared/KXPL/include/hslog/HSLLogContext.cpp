@@ -7,6 +7,7 @@
 #include "../../KxSplitTime.h"
 #include "../KxAtomic.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -27,7 +28,7 @@ void writeValues(CCircularBuffer& buffer, const CRecordValue* values, int count)
 
 unsigned char clampedDepth(int depth)
 {
-    return static_cast<unsigned char>(depth < 0 ? 0 : (depth > 255 ? 255 : depth));
+    return static_cast<unsigned char>(std::clamp(depth, 0, 255));
 }
 
 } // namespace
