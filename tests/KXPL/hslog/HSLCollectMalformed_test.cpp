@@ -197,6 +197,19 @@ TEST(CollectMalformed, ContextDeletedByACallbackDoesNotHarmThePass)
     EXPECT_EQ(pass.lines.size(), 1u);
 }
 
+// It may be deleted next.
+TEST(CollectMalformed, ContextRemovedByACallbackIsReadNoFurther)
+{
+    ManualPass pass;
+    HSL::CLogContext& removed = pass.Context("removed");
+    numbered(1).PublishIn(removed);
+    numbered(2).PublishIn(removed);
+    pass.inCallback = [&] { pass.Manager().RemoveContext(&removed); };
+    EXPECT_FALSE(pass.Manager().Collect());
+    EXPECT_EQ(pass.lines.size(), 1u);
+    EXPECT_EQ(removed.mRecordCount, 2);
+}
+
 // The bytes that the pass knew of may be gone with their block.
 TEST(CollectMalformed, RingReplacedByACallbackIsReadNoFurther)
 {
