@@ -12,11 +12,11 @@ struct KxClockReading {
     std::int32_t mSeconds;
     long long mMicroseconds;
 
-    // With a null `zone` the same, without the time zone that nobody asks for.
-    static KxClockReading Take(struct timezone* zone)
+    static KxClockReading Take()
     {
         struct timeval now;
-        if (gettimeofday(&now, zone) != 0) {
+        struct timezone ignored;
+        if (gettimeofday(&now, &ignored) != 0) {
             return { false, 0, 0 };
         }
         return { true, static_cast<std::int32_t>(now.tv_sec), now.tv_usec };
@@ -34,9 +34,7 @@ struct KxSplitTime {
     // The time that KxTime::SetToCurrentTime gives, taken apart; zeros when the clock cannot be read.
     static KxSplitTime Current()
     {
-        // Filling in a zone is a fiftieth of what a log call costs on Linux, and a look at the zone's file on
-        // macOS.
-        const KxClockReading now = KxClockReading::Take(nullptr);
+        const KxClockReading now = KxClockReading::Take();
         // A clock between 1970 and 2038 is in two parts already. Putting them together and taking them apart
         // again would make every log call wait for a multiplication and a division.
         if (now.mSeconds >= 0 && now.mMicroseconds >= 0 && now.mMicroseconds < 1000000) {

@@ -15,8 +15,7 @@ constexpr int kLargestSecondsAsMicroseconds = 0x3FFFF;
 
 void KxTime::SetToCurrentTime()
 {
-    struct timezone ignored;
-    const KxClockReading now = KxClockReading::Take(&ignored);
+    const KxClockReading now = KxClockReading::Take();
     mIsInfinite = false;
     mMicroseconds = now.mSeconds * kMicrosecondsPerSecond + now.mMicroseconds;
 }

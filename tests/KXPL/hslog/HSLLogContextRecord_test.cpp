@@ -331,6 +331,18 @@ TEST_F(LogRecord, TimeIsZeroWhenTheClockCannotBeRead)
     EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), std::string(8, '\0'));
 }
 
+TEST_F(LogRecord, TimeIsAskedForWithTheTimeZoneRecordLikeEveryTime)
+{
+    bool asked = false;
+    mHooks.gettimeofdayHook = [&asked](struct timeval* now, void* zone) {
+        asked = zone != nullptr;
+        *now = {};
+        return 0;
+    };
+    Logged(CCat(3), "f");
+    EXPECT_TRUE(asked);
+}
+
 TEST_F(LogRecord, MicrosecondsBeyondTheirSecondCountForItsNeighbour)
 {
     SetClock(100, -1);
