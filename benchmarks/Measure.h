@@ -2,7 +2,7 @@
 #ifndef FALLCATCH_BENCHMARKS_MEASURE_H
 #define FALLCATCH_BENCHMARKS_MEASURE_H
 
-#include <KxAtomic.h>
+#include <detail/KxAtomic.h>
 
 #include <sched.h>
 #include <sys/resource.h>

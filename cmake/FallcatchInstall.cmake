@@ -15,19 +15,12 @@ install(TARGETS ${installed_libraries} EXPORT fallcatch-targets
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
     FRAMEWORK DESTINATION Library/Frameworks)
 
-# Those that are left out describe the inside of a record, of a pass and of the renderer.
+# The folders that are left out hold the inside of a record, of a pass and of the renderer.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/Shared/KXPL/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kxpl
     FILES_MATCHING PATTERN "*.h"
-    PATTERN "HSLDigits.h" EXCLUDE
-    PATTERN "HSLFormatPieces.h" EXCLUDE
-    PATTERN "HSLLineHeader.h" EXCLUDE
-    PATTERN "HSLMerge.h" EXCLUDE
-    PATTERN "HSLMessage.h" EXCLUDE
-    PATTERN "HSLRecord.h" EXCLUDE
-    PATTERN "HSLRecordReader.h" EXCLUDE
-    PATTERN "HSLShortcuts.h" EXCLUDE
-    PATTERN "HSLStringify.h" EXCLUDE
-    PATTERN "HSLTextBuffer.h" EXCLUDE)
+    PATTERN "record" EXCLUDE
+    PATTERN "collect" EXCLUDE
+    PATTERN "render" EXCLUDE)
 if(FALLCATCH_GLUE)
     install(FILES ${PROJECT_SOURCE_DIR}/Shared/DebugTools/Breakpad/Glue/fallcatch.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/fallcatch)

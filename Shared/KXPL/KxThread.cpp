@@ -1,7 +1,7 @@
 #include "KxThread.h"
 
-#include "KxAtomic.h"
-#include "KxThreadPlatform.h"
+#include "detail/KxAtomic.h"
+#include "platform/KxThreadPlatform.h"
 #include "KxTime.h"
 #include "hslog/HSLLogManager.h"
 

@@ -1,5 +1,5 @@
 // The cursor takes what cb_read would, and lets the ring know later.
-#include "CircularBufferCursor.h"
+#include "ring/CircularBufferCursor.h"
 
 #include "Ring.h"
 

@@ -2,7 +2,7 @@
 
 #include "FunctionThread.h"
 #include "Interpose.h"
-#include "KxAtomic.h"
+#include "detail/KxAtomic.h"
 #include "KxTime.h"
 #include "VirtualSlot.h"
 

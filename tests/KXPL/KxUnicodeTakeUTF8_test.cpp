@@ -1,6 +1,6 @@
 // What each of the quick ways through UTF-8 takes. The converters' results would be the same if they took
 // nothing, only slower.
-#include "KxUnicodeTakeUTF8.h"
+#include "unicode/KxUnicodeTakeUTF8.h"
 
 #include "UnicodeModel.h"
 

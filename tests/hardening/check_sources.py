@@ -5,7 +5,7 @@ import re
 import sys
 
 root = pathlib.Path(sys.argv[1])
-RENDERER = "Shared/KXPL/include/hslog/HSLStringify.cpp"
+RENDERER = "Shared/KXPL/include/hslog/render/HSLStringify.cpp"
 TARGETS = "cmake/FallcatchTarget.cmake"
 BREAKPAD = "cmake/FallcatchBreakpad.cmake"  # compiles what is Breakpad's own, and leaves its warnings to it
 
@@ -34,7 +34,7 @@ silencers = list(places(SILENCER, sources + builds))
 if [(file, text.strip()) for file, text in silencers] != [(BREAKPAD, "-w"), (TARGETS, "-Wno-format")]:
     faults.append(f"format warnings are silenced in {silencers}, expected once in {TARGETS}")
 exceptions = [text for file, text in places(EXCEPTION, builds) if file != TARGETS]
-if exceptions != ["fallcatch_runtime_formats(include/hslog/HSLStringify.cpp)"]:
+if exceptions != ["fallcatch_runtime_formats(include/hslog/render/HSLStringify.cpp)"]:
     faults.append(f"sources for run-time formats: {exceptions}")
 formatters = list(places(FORMATTER, sources))
 if [file for file, _ in formatters] != [RENDERER]:

@@ -1,4 +1,4 @@
-#include "KxThreadPlatform.h"
+#include "platform/KxThreadPlatform.h"
 
 #include "DarwinThreads.h"
 #include "Interpose.h"

@@ -1,6 +1,6 @@
 #include "Host.h"
 
-#include "KxAtomic.h"
+#include "detail/KxAtomic.h"
 #include "hslog/HSL.h"
 
 #include <algorithm>

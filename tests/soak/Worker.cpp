@@ -1,6 +1,6 @@
 #include "Worker.h"
 
-#include "KxAtomic.h"
+#include "detail/KxAtomic.h"
 
 #include <chrono>
 #include <utility>

@@ -3,7 +3,7 @@
 #define FALLCATCH_TESTS_MANUAL_PASS_H
 
 #include "HandMadeRecord.h"
-#include "KxAtomic.h"
+#include "detail/KxAtomic.h"
 
 #include <cstdlib>
 #include <ctime>

@@ -2,7 +2,7 @@
 #ifndef FALLCATCH_TESTS_WITHOUT_SHORTCUTS_H
 #define FALLCATCH_TESTS_WITHOUT_SHORTCUTS_H
 
-#include "hslog/HSLStringify.h"
+#include "hslog/render/HSLStringify.h"
 
 class WithoutShortcuts {
 public:

@@ -128,7 +128,7 @@ unsigned int cb_remove(cb_control* control, int* count);
 #ifdef __cplusplus
 } // extern "C"
 
-#include "KxAtomic.h"
+#include "detail/KxAtomic.h"
 
 #include <cstring>
 

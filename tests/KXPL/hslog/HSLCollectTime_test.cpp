@@ -2,7 +2,7 @@
 #include "hslog/HSL.h"
 
 #include "ManualPass.h"
-#include "hslog/HSLLineHeader.h"
+#include "hslog/collect/HSLLineHeader.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Numbers written by hand against the C library's.
-#include "hslog/HSLDigits.h"
+#include "hslog/render/HSLDigits.h"
 
 #include "RandomRounds.h"
 

@@ -1,5 +1,5 @@
 // The rules by which formats are checked, and that they are those of the renderer.
-#include "hslog/HSLFormatRules.h"
+#include "hslog/detail/HSLFormatRules.h"
 
 #include "RenderRing.h"
 

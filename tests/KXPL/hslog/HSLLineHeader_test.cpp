@@ -1,5 +1,5 @@
 // The part of a line in front of the message, written by hand, against the C library's formatter.
-#include "hslog/HSLLineHeader.h"
+#include "hslog/collect/HSLLineHeader.h"
 
 #include "Interpose.h"
 #include "RandomRounds.h"

@@ -1,5 +1,5 @@
 // The order of a merge, against an ordered set that refuses equal numbers.
-#include "hslog/HSLMerge.h"
+#include "hslog/collect/HSLMerge.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Pieces rendered without the C library: which ones they are, and that their texts are the same.
-#include "hslog/HSLShortcuts.h"
+#include "hslog/render/HSLShortcuts.h"
 
 #include "Interpose.h"
 #include "RandomRounds.h"

@@ -1,7 +1,7 @@
 #include "HSLCat.h"
 
 #include "HSLLogManager.h"
-#include "HSLRecord.h"
+#include "hslog/record/HSLRecord.h"
 
 namespace HSL {
 namespace {

@@ -2,7 +2,7 @@
 // nothing changes, and with it only the calls made through its macros are looked at. The check is over when the
 // program is compiled; what is left is the log call itself.
 //
-//     #include "hslog/HSLFormatCheck.h"
+//     #include "HSLFormatCheck.h"
 //
 //     HSL_CHECKED_HSLOG(HSL::CCat(3), "%d files opened", 42);
 //     HSL_CHECKED_LOG(HSL::LogManager()->GetTLSContext(), 3, "%s took %.1f ms", "layout", 7.25);
@@ -18,7 +18,7 @@
 #define HSLOG_HSL_FORMAT_CHECK_H
 
 #include "HSL.h"
-#include "HSLFormatRules.h"
+#include "detail/HSLFormatRules.h"
 
 #include <cstddef>
 #include <type_traits>

@@ -1,11 +1,11 @@
 #include "HSLLogContext.h"
 
 #include "HSLLogManager.h"
-#include "HSLRecord.h"
+#include "hslog/record/HSLRecord.h"
 
-#include "../../CircularBufferPositions.h"
-#include "../../KxSplitTime.h"
-#include "../KxAtomic.h"
+#include "ring/CircularBufferPositions.h"
+#include "KxSplitTime.h"
+#include "detail/KxAtomic.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -4,11 +4,11 @@
 
 #include "HSLCat.h"
 #include "HSLLogManager.h"
-#include "HSLRecordPlace.h"
+#include "detail/HSLRecordPlace.h"
 #include "HSLValue.h"
 
 #include "../CircularBuffer.h"
-#include "../KxAtomic.h"
+#include "../detail/KxAtomic.h"
 
 #include <string>
 

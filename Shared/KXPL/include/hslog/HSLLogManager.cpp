@@ -3,9 +3,9 @@
 #include "HSLCat.h"
 #include "HSLCollectionThread.h"
 #include "HSLLogContext.h"
-#include "HSLRecord.h"
+#include "hslog/record/HSLRecord.h"
 
-#include "../KxTime.h"
+#include "KxTime.h"
 
 #include <algorithm>
 #include <cstddef>

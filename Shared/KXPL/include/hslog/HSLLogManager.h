@@ -2,7 +2,7 @@
 #ifndef HSLOG_HSL_LOG_MANAGER_H
 #define HSLOG_HSL_LOG_MANAGER_H
 
-#include "../KxAtomic.h"
+#include "../detail/KxAtomic.h"
 #include "../KxLock.h"
 #include "../KxThreadLocal.h"
 

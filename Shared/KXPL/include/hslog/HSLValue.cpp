@@ -1,6 +1,6 @@
 #include "HSLValue.h"
 
-#include "HSLRecord.h"
+#include "hslog/record/HSLRecord.h"
 
 namespace HSL {
 

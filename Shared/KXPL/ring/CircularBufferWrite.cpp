@@ -2,7 +2,7 @@
 #include "CircularBuffer.h"
 
 #include "CircularBufferPositions.h"
-#include "KxAtomic.h"
+#include "detail/KxAtomic.h"
 
 #include <cstdint>
 

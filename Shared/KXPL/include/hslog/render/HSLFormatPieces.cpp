@@ -1,6 +1,6 @@
 #include "HSLFormatPieces.h"
 
-#include "../../KxShortBytes.h"
+#include "KxShortBytes.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
-#include "HSLRecordPlace.h"
+#include "hslog/detail/HSLRecordPlace.h"
 
-#include "../../KxShortBytes.h"
+#include "KxShortBytes.h"
 
 #include <cstddef>
 #include <cwchar>

@@ -2,8 +2,8 @@
 #ifndef HSLOG_HSL_MESSAGE_H
 #define HSLOG_HSL_MESSAGE_H
 
-#include "HSLLogManager.h"
-#include "HSLRecordReader.h"
+#include "hslog/HSLLogManager.h"
+#include "hslog/record/HSLRecordReader.h"
 #include "HSLTextBuffer.h"
 
 namespace HSL {

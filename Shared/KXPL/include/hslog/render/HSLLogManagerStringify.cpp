@@ -2,13 +2,13 @@
 #include "HSLMessage.h"
 
 #include "HSLFormatPieces.h"
-#include "HSLRecord.h"
+#include "hslog/record/HSLRecord.h"
 #include "HSLShortcuts.h"
 #include "HSLStringify.h"
-#include "HSLValue.h"
+#include "hslog/HSLValue.h"
 
-#include "../../KxShortBytes.h"
-#include "../KxUnicode.h"
+#include "KxShortBytes.h"
+#include "KxUnicode.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,9 +1,9 @@
 #include "HSLLineHeader.h"
 
-#include "HSLDigits.h"
-#include "HSLStringify.h"
+#include "hslog/render/HSLDigits.h"
+#include "hslog/render/HSLStringify.h"
 
-#include "../../KxShortBytes.h"
+#include "KxShortBytes.h"
 
 #include <algorithm>
 #include <climits>

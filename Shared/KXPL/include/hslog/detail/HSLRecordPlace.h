@@ -7,11 +7,11 @@
 #ifndef HSLOG_HSL_RECORD_PLACE_H
 #define HSLOG_HSL_RECORD_PLACE_H
 
-#include "HSLCat.h"
-#include "HSLValue.h"
+#include "../HSLCat.h"
+#include "../HSLValue.h"
 
-#include "../CircularBuffer.h"
-#include "../KxAtomic.h"
+#include "../../CircularBuffer.h"
+#include "../../detail/KxAtomic.h"
 
 #include <cstring>
 

@@ -3,7 +3,7 @@
 #define KXPL_CIRCULAR_BUFFER_POSITIONS_H
 
 #include "CircularBuffer.h"
-#include "KxAtomic.h"
+#include "detail/KxAtomic.h"
 
 namespace KXPL {
 

@@ -1,13 +1,13 @@
 // The collection pass: merges the contexts' records into one stream of lines.
-#include "HSLLogManager.h"
+#include "hslog/HSLLogManager.h"
 
-#include "HSLCat.h"
+#include "hslog/HSLCat.h"
 #include "HSLLineHeader.h"
-#include "HSLLogContext.h"
+#include "hslog/HSLLogContext.h"
 #include "HSLMerge.h"
-#include "HSLMessage.h"
-#include "HSLRecordReader.h"
-#include "HSLTextBuffer.h"
+#include "hslog/render/HSLMessage.h"
+#include "hslog/record/HSLRecordReader.h"
+#include "hslog/render/HSLTextBuffer.h"
 
 #include <cstddef>
 

@@ -2,7 +2,7 @@
 #ifndef HSLOG_HSL_RECORD_READER_H
 #define HSLOG_HSL_RECORD_READER_H
 
-#include "../../CircularBufferCursor.h"
+#include "ring/CircularBufferCursor.h"
 
 #include <cstddef>
 #include <cstring>

@@ -2,9 +2,9 @@
 #ifndef HSLOG_HSL_LINE_HEADER_H
 #define HSLOG_HSL_LINE_HEADER_H
 
-#include "HSLTextBuffer.h"
+#include "hslog/render/HSLTextBuffer.h"
 
-#include "../KxTime.h"
+#include "KxTime.h"
 
 #include <cstddef>
 #include <string>

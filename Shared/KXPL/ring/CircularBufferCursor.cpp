@@ -1,6 +1,6 @@
 #include "CircularBufferCursor.h"
 
-#include "KxAtomic.h"
+#include "detail/KxAtomic.h"
 
 #include <algorithm>
 

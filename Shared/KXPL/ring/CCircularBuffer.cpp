@@ -1,6 +1,6 @@
 #include "CircularBuffer.h"
 
-#include "KxAtomic.h"
+#include "detail/KxAtomic.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -15,9 +15,9 @@
 #ifndef HSLOG_HSL_RECORD_H
 #define HSLOG_HSL_RECORD_H
 
-#include "HSLRecordPlace.h"
+#include "hslog/detail/HSLRecordPlace.h"
 
-#include "../CircularBuffer.h"
+#include "CircularBuffer.h"
 
 #include <cstddef>
 #include <cstring>

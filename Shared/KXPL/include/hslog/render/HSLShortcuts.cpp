@@ -3,7 +3,7 @@
 #include "HSLDigits.h"
 #include "HSLStringify.h"
 
-#include "../../KxShortBytes.h"
+#include "KxShortBytes.h"
 
 namespace HSL {
 namespace {
