@@ -147,6 +147,12 @@ TEST(FallcatchInitParameters, TwoEqualsSignsInARowGiveAnEmptyValue)
     EXPECT_EQ(changesBy({ L"a==c" }), Configuration({ { "a", Text("") } }));
 }
 
+// U+0338 under "=" makes it U+2260, NOT EQUAL TO; to Foundation the two are one character.
+TEST(FallcatchInitParameters, AnEqualsSignUnderACombiningMarkSeparatesNothing)
+{
+    EXPECT_EQ(changesBy({ L"a=\u0338b", L"c=d" }), Configuration({ { "c", Text("d") } }));
+}
+
 TEST(FallcatchInitParameters, TextWithoutAnEqualsSignIsIgnored)
 {
     EXPECT_EQ(changesBy({ L"ver", L"prod:App", L"", L"a=b" }), Configuration({ { "a", Text("b") } }));

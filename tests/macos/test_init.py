@@ -157,6 +157,19 @@ class FallcatchInit:
             BEGINNING + HOST_URL + converted(2, "verbose") + split(1, 2)
             + converted(3, "a=b") + split(2, 3) + compared(2) + END)
 
+    def test_an_equals_sign_under_a_combining_mark_separates_nothing(self):
+        # U+0338 makes it U+2260, NOT EQUAL TO; to Foundation the two are one character.
+        bridge_ = bridge(self.slice)
+        bridge_.init("u", ["a=\u0338b", "c=\u0338d=e", "f=g\u0338"])
+        self.assertEqual(
+            bridge_.world.events,
+            BEGINNING + HOST_URL + converted(2, "a=\u0338b") + split(1, 2)
+            + converted(3, "c=\u0338d=e") + split(2, 3) + compared(2)
+            + converted(4, "f=g\u0338") + split(3, 4) + compared(3) + END)
+        self.assertNotIn("a", bridge_.world.configuration)
+        self.assertEqual(bridge_.world.configuration["c=\u0338d"], "e")
+        self.assertEqual(bridge_.world.configuration["f"], "g\u0338")
+
     def test_an_equals_sign_at_the_end_gives_an_empty_value(self):
         bridge_ = bridge(self.slice)
         bridge_.init("u", ["key="])

@@ -31,8 +31,9 @@ extern "C" {
  * parameters: parameterCount texts of the form key=value. Later ones win over earlier ones, over the
  *     application bundle's information dictionary and over the URL above. "ver" stands for
  *     "BreakpadVersion", "prod" for "BreakpadProduct"; any other key is handed to the reporter as it is. A
- *     text without "=" is ignored. A value cannot contain "=": k=a=b sets k to a. A null text is ignored, and
- *     so is the whole list when it is null or parameterCount is not positive.
+ *     text without "=" is ignored. A value cannot contain "=": k=a=b sets k to a. An "=" under a combining
+ *     mark (U+0338, for one) is another character and separates nothing. A null text is ignored, and so is the
+ *     whole list when it is null or parameterCount is not positive.
  *
  * Returns the reporter's handle, or null when the reporter refused the configuration (Breakpad needs a
  * product, a version and a URL) or there was no memory. No other error is reported.
