@@ -13,11 +13,13 @@
 // long, "%p" a pointer, "%s" a narrow text, "%S" or "%ls" a wide or UTF-16 one. Signedness is not looked at.
 //
 // Not seen is what only the run tells: a wide text whose type is right and that is null all the same, or a text
-// that is too long. The values must not hold lambda expressions.
+// that is too long. A text from outside is passed as a Bounded (HSLBounded.h), which spares both. The values must
+// not hold lambda expressions.
 #ifndef HSLOG_HSL_FORMAT_CHECK_H
 #define HSLOG_HSL_FORMAT_CHECK_H
 
 #include "HSL.h"
+#include "HSLBounded.h"
 #include "detail/HSLFormatRules.h"
 
 #include <cstddef>
@@ -96,6 +98,7 @@ Kind<ValueKind::kAddress, sizeof(void*)> KindOf(const void*);
 Kind<ValueKind::kNarrowText, sizeof(void*)> KindOf(const char*);
 Kind<ValueKind::kWideText, sizeof(void*)> KindOf(const wchar_t*);
 Kind<ValueKind::kWideText, sizeof(void*)> KindOf(const unsigned short*);
+template <typename Unit> auto KindOf(const Bounded<Unit>&) -> decltype(KindOf(std::declval<const Unit*>()));
 
 template <typename Value> constexpr ValueKind Without(Problem problem)
 {
