@@ -177,6 +177,15 @@ TEST(FormatRules, FlagsWidthAndPrecisionMayStandInAConversion)
     EXPECT_EQ(problemOf("%.*d", { kInt }), kWidthFromValue);
 }
 
+TEST(FormatRules, WidthAndPrecisionAreBounded)
+{
+    EXPECT_EQ(problemOf("%65535.65535f", { kDouble }), kNone);
+    EXPECT_EQ(problemOf("%65536f", { kDouble }), kTooWide);
+    EXPECT_EQ(problemOf("%.999999999e", { kDouble }), kTooWide);
+    EXPECT_EQ(problemOf("%99999999999999999999d", { kInt }), kTooWide);
+    EXPECT_EQ(CheckUnknownValues("%.65536s").mProblem, kTooWide);
+}
+
 TEST(FormatRules, ALetterBehindOtherTextEndsNoConversion)
 {
     EXPECT_EQ(problemOf("%a", { kDouble }), kMalformed);

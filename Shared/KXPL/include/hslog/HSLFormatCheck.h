@@ -149,6 +149,7 @@ template <Problem kProblem, int kValue> struct Report {
         "pass \"%\" as a value");
     static_assert(kProblem != kWidthFromValue,
                   "\"*\" finds no value; write the width or precision as a number");
+    static_assert(kProblem != kTooWide, "no piece is longer than 65,535 characters: name a smaller number");
     static_assert(kProblem != kUnsuitable,
                   "a conversion does not suit its value: \"%d\" takes an int, \"%ld\" a long, \"%lld\" a long "
                   "long, \"%f\" a double, \"%s\" a narrow text, \"%S\" a wide one, \"%p\" any other pointer");

@@ -15,6 +15,7 @@ enum Problem {
     kWrites,          // "%n"
     kMalformed,       // between "%" and the letter that ends the conversion stands what printf does not know
     kWidthFromValue,  // "*"
+    kTooWide,         // a width or precision above kWidest
     kUnsuitable,      // the conversion and the value's type
     kTooFewValues,    // a "%" is left over
     kTooManyValues,   // a value is left over
@@ -39,6 +40,8 @@ constexpr const char* Describe(Problem problem)
         return "a % that begins no conversion; pass a percent sign as a value under %s";
     case kWidthFromValue:
         return "a width or precision cannot come from a value";
+    case kTooWide:
+        return "a width or precision is above 65,535";
     case kUnsuitable:
         return "a conversion does not suit its value";
     case kTooFewValues:
@@ -81,10 +84,15 @@ struct Verdict {
     int mValue; // counted from 1: the one that the problem concerns, or seeks its conversion; 0 for none
 };
 
+// No piece shows more than this many characters, but the C library spends time and memory on every one that is
+// asked for: seconds and gigabytes where a format names a large number.
+constexpr int kWidest = 65535;
+
 // A conversion's parts, once its "%" and its last letter are known.
 struct Conversion {
     bool mIsWellFormed = false;
     bool mHasStar = false;
+    bool mIsTooWide = false;
     char mLength = 0; // 'h', 'l', 'j', 'z', 't', 'L'; 'H' and 'q' for "hh" and "ll"; 0 for none
     char mLetter = 0;
 };
@@ -111,7 +119,13 @@ constexpr std::size_t SkipNumber(const char* text, std::size_t position, Convers
         conversion.mHasStar = true;
         return position + 1;
     }
+    int number = 0;
     while (IsOneOf(text[position], "0123456789")) {
+        number = number * 10 + (text[position] - '0');
+        if (number > kWidest) {
+            conversion.mIsTooWide = true;
+            number = kWidest;
+        }
         ++position;
     }
     return position;
@@ -208,6 +222,9 @@ constexpr Problem ProblemOf(const Conversion& conversion, const ValueKind& value
     }
     if (conversion.mHasStar) {
         return kWidthFromValue;
+    }
+    if (conversion.mIsTooWide) {
+        return kTooWide;
     }
     return Suits(conversion, value) ? kNone : kUnsuitable;
 }

@@ -42,26 +42,35 @@ bool endsConversion(char letter)
 
 } // namespace
 
-bool FormatPieces::Next(Piece& piece)
+FormatPieces::Found FormatPieces::Seek(Piece& piece)
 {
     const std::size_t percent = mPosition + KXPL::lengthUpTo(mFormat + mPosition, mLength - mPosition, '%');
     if (percent == mLength) {
-        return false;
+        return kNoMore;
     }
     std::size_t letter = percent + 1;
     const bool looksEscaped =
         (percent != 0 && mFormat[percent - 1] == '\\') || (letter < mLength && mFormat[letter] == '%');
     if (looksEscaped) {
-        searchForEver();
+        return kEndless;
     }
     while (letter < mLength && !endsConversion(mFormat[letter])) {
         ++letter;
     }
     if (letter == mLength) {
-        return false;
+        return kNoMore;
     }
     Take(piece, letter + 1, percent - mPosition);
-    return true;
+    return kPiece;
+}
+
+bool FormatPieces::Next(Piece& piece)
+{
+    const Found found = Seek(piece);
+    if (found == kEndless) {
+        searchForEver();
+    }
+    return found == kPiece;
 }
 
 void FormatPieces::Take(Piece& piece, std::size_t end, std::size_t percent)

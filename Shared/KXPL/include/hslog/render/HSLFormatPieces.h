@@ -23,10 +23,17 @@ public:
     {
     }
 
-    // Sets the piece to the text up to and including the next conversion. False when there is none left.
-    //
-    // A conversion that looks escaped (a "%" behind a backslash, or a doubled one) sends the search back to
-    // where it began, so it never returns.
+    enum Found {
+        kPiece,
+        kNoMore,
+        kEndless // a conversion that looks escaped (a "%" behind a backslash, or a doubled one)
+    };
+
+    // Sets the piece to the text up to and including the next conversion, where there is one.
+    Found Seek(Piece& piece);
+
+    // The same; false when there is none left. What looks escaped sends the search back to where it began, so
+    // that it never returns.
     bool Next(Piece& piece);
 
     // Sets the piece to everything not yet taken.
