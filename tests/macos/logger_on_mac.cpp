@@ -1,0 +1,216 @@
+// A host that links the static libraries: kxpl's threads and logger with real threads, and the scan of the
+// command line with the log manager that it shares with the bridge. Run as: logger_on_mac -tcwt TC_DER0. Prints
+// what is wrong and returns how many things were. With --crash behind the type it then crashes as the codes
+// tell.
+#include "KxThread.h"
+#include "fallcatch.h"
+#include "hslog/HSL.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+extern "C" {
+
+// Left open by the bridge; never called here.
+void* BreakpadCreate(void*);
+void BreakpadSetKeyValue(void*, void*, void*);
+void BreakpadRelease(void*);
+
+void* BreakpadCreate(void*)
+{
+    return nullptr;
+}
+
+void BreakpadSetKeyValue(void*, void*, void*) { }
+
+void BreakpadRelease(void*) { }
+
+} // extern "C"
+
+namespace {
+
+constexpr int kThreads = 3;
+constexpr int kLinesOfAThread = 2000;
+constexpr unsigned char kInfo = 3;
+
+int gFailures = 0;
+std::vector<std::string> gLines;
+
+void expect(const char* what, const std::string& found, const std::string& wanted)
+{
+    if (found != wanted) {
+        std::printf("%s: found %s, wanted %s\n", what, found.c_str(), wanted.c_str());
+        ++gFailures;
+    }
+}
+
+void expectNumber(const char* what, long long found, long long wanted)
+{
+    expect(what, std::to_string(found), std::to_string(wanted));
+}
+
+void keepLine(const char* line)
+{
+    gLines.push_back(line);
+}
+
+std::string messageOf(const std::string& line)
+{
+    const std::size_t tab = line.find('\t');
+    return tab == std::string::npos ? line : line.substr(tab + 1, line.size() - tab - 2); // without the newline
+}
+
+class Worker : public KxThread {
+public:
+    explicit Worker(int number)
+        : mNumber(number)
+    {
+        mName = "worker " + std::to_string(number);
+    }
+
+    void Run() override
+    {
+        char name[64] = "";
+        pthread_getname_np(pthread_self(), name, sizeof name);
+        mNameSeen = name;
+        mIdSeen = GetCurrentId();
+        mWasMain = IsMainThread();
+        for (int i = 0; i < kLinesOfAThread; ++i) {
+            HSL::HSLog(HSL::CCat(kInfo), "%d", mNumber * kLinesOfAThread + i);
+        }
+        if (HSL::CLogManager::IsInitialized()) {
+            HSL::LogManager()->Collect(); // the ring goes with the thread
+        }
+    }
+
+    std::string mNameSeen;
+    pthread_t mIdSeen = pthread_t();
+    bool mWasMain = true;
+
+private:
+    int mNumber;
+};
+
+void startManager()
+{
+    KxThread::Initialize();
+    HSL::CLogManager::Initialize();
+    HSL::CLogManager* manager = HSL::LogManager();
+    manager->mDefaultContextSize = 1U << 20; // nothing is dropped however late the collection thread runs
+    manager->SetOutputCallback(keepLine);
+    manager->SetFilterValue(kInfo, true);
+    manager->SetEnable(true);
+}
+
+void checkThreadLife()
+{
+    Worker worker(9);
+    expectNumber("handle before the start", worker.GetId() == pthread_t(), 1);
+    for (int round = 0; round < 2; ++round) {
+        worker.Start();
+        expectNumber("join", worker.WaitForExit(), 0);
+        expectNumber("still running", worker.mPlatformData->mIsRunning, 0);
+        expectNumber("handle is the thread's", pthread_equal(worker.GetId(), worker.mIdSeen) != 0, 1);
+        expectNumber("a worker is the main thread", worker.mWasMain, 0);
+        expect("the name that the system shows", worker.mNameSeen, "worker 9");
+    }
+    expectNumber("main is the main thread", KxThread::IsMainThread(), 1);
+}
+
+// Each line begins with its number among all calls. Every number comes once, and a thread's own lines in order;
+// a thread that is late between taking its number and publishing its record leaves the line to the next pass.
+void checkOrder()
+{
+    std::vector<int> seen(gLines.size() + 1);
+    int next[kThreads] = {};
+    for (const std::string& line : gLines) {
+        const auto number = static_cast<std::size_t>(std::strtol(line.c_str(), nullptr, 10));
+        ++seen[number < seen.size() ? number : 0];
+        const std::string message = messageOf(line);
+        if (std::isdigit(static_cast<unsigned char>(message[0])) != 0) {
+            const int text = std::atoi(message.c_str());
+            expectNumber("line of a thread", text % kLinesOfAThread, next[text / kLinesOfAThread]++);
+        }
+    }
+    expectNumber("numbers that came once", std::count(seen.begin() + 1, seen.end(), 1),
+                 static_cast<long long>(gLines.size()));
+    for (const int lines : next) {
+        expectNumber("lines of a thread", lines, kLinesOfAThread);
+    }
+}
+
+void checkLoggerUnderLoad()
+{
+    startManager();
+    HSL::HSLog(HSL::CCat(kInfo), "wide: %S", L"Host");
+    HSL::HSLog(HSL::CCat(kInfo), "wide, beyond ASCII: %S", L"H\u00F6st");
+    Worker workers[kThreads] = { Worker(0), Worker(1), Worker(2) };
+    for (Worker& worker : workers) {
+        worker.Start();
+    }
+    HSL::HSLog(HSL::CCat(kInfo), "started");
+    for (Worker& worker : workers) {
+        expectNumber("join", worker.WaitForExit(), 0);
+    }
+    HSL::HSLog(HSL::CCat(kInfo), "joined");
+    HSL::CLogManager::Cleanup();
+
+    expectNumber("lines", static_cast<long long>(gLines.size()), kThreads * kLinesOfAThread + 4);
+    if (gLines.size() > 2) {
+        expect("wide text", messageOf(gLines[0]), "wide: Host");
+        std::printf("%s", gLines[1].c_str()); // the C library's own affair
+        expect("last message", messageOf(gLines.back()), "joined");
+    }
+    checkOrder();
+    gLines.clear();
+}
+
+int checkScan(int* codes)
+{
+    startManager();
+    const int count = GetTestCommandsList(codes, 0);
+    HSL::CLogManager::Cleanup();
+    expectNumber("lines of the scan", static_cast<long long>(gLines.size()), 3);
+    if (gLines.size() == 3) {
+        expect("scan", messageOf(gLines[0]), "Checking command line for crash test parameters\n");
+        expect("switch", messageOf(gLines[1]), "Received instruction to crash on workder thread\n");
+        expect("type", messageOf(gLines[2]).substr(0, 12), "Crash type: ");
+    }
+    return count;
+}
+
+class Crasher : public KxThread {
+public:
+    void Run() override
+    {
+        volatile int* volatile nowhere = nullptr;
+        *nowhere = 1;
+    }
+};
+
+} // namespace
+
+int main(int argumentCount, char** arguments)
+{
+    checkLoggerUnderLoad();
+    checkThreadLife();
+    int codes[2] = { -1, -1 };
+    expectNumber("number of codes", checkScan(codes), 2);
+    expectNumber("thread", codes[0], 1);
+    expectNumber("crash type", codes[1], 3);
+    std::printf("%d failures\n", gFailures);
+    if (gFailures == 0 && argumentCount > 3 && std::strcmp(arguments[3], "--crash") == 0) {
+        std::fflush(stdout);
+        Crasher crasher;
+        crasher.Start();
+        crasher.WaitForExit();
+    }
+    return gFailures;
+}
