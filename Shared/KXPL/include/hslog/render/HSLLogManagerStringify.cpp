@@ -2,6 +2,7 @@
 #include "HSLMessage.h"
 
 #include "HSLFormatPieces.h"
+#include "HSLPieceCheck.h"
 #include "hslog/record/HSLRecord.h"
 #include "HSLShortcuts.h"
 #include "HSLStringify.h"
@@ -100,27 +101,50 @@ void readUTF16AsWide(RingCursor& ring)
 // Renders the pieces of one message. Without `render` it appends nothing but the marker of an unknown tag.
 class PieceRenderer {
 public:
-    PieceRenderer(TextBuffer& text, bool render, bool shortcuts)
+    PieceRenderer(TextBuffer& text, bool render, bool shortcuts, Formats trust)
         : mText(text)
         , mRender(render)
         , mShortcuts(shortcuts)
+        , mIsChecked(trust == Formats::kChecked)
     {
     }
 
     // A text without values, which is a format all the same.
     void Literal(const char* text, std::size_t length)
     {
-        if (mRender && !(mShortcuts && appendLiteral(mText, text, length))) {
-            appendFormatted(mText, TerminatedText(text, length).Get());
+        if (!mRender || (mShortcuts && appendLiteral(mText, text, length))) {
+            return;
+        }
+        if (mIsChecked && problemOfLiteral(text, length) != FormatCheck::kNone) {
+            Raw("<no value for ");
+            Raw(text, length);
+            return Raw(">");
+        }
+        appendFormatted(mText, TerminatedText(text, length).Get());
+    }
+
+    // A text that is shown as it is.
+    void Raw(const char* text, std::size_t length)
+    {
+        if (mRender) {
+            mText.Append(text, length);
         }
     }
+
+    template <std::size_t Size> void Raw(const char (&text)[Size]) { Raw(text, Size - 1); }
 
     template <std::size_t Size> void Literal(const char (&text)[Size]) { Literal(text, Size - 1); }
 
     // Takes one value off the ring and renders it with the piece or, if that is null, its type's own.
     void Value(RingCursor& ring, const Piece* piece);
 
+    // Takes one value off the ring and shows it, texts between quotation marks.
+    void ValueAsItIs(RingCursor& ring) { AsItIs(ring, ReadField<unsigned char>(ring)); }
+
 private:
+    void Render(RingCursor& ring, unsigned char tag, const Piece* piece);
+    void AsItIs(RingCursor& ring, unsigned char tag);
+
     template <typename Argument> void Integer(const Piece& piece, Argument value)
     {
         const unsigned long long bits = static_cast<unsigned long long>(value);
@@ -141,6 +165,7 @@ private:
     TextBuffer& mText;
     bool mRender;
     bool mShortcuts;
+    bool mIsChecked;
 };
 
 void PieceRenderer::String(RingCursor& ring, const Piece& piece)
@@ -154,10 +179,47 @@ void PieceRenderer::String(RingCursor& ring, const Piece& piece)
     Formatted(piece, static_cast<const char*>(gCharBuffer));
 }
 
+const char* nameOf(unsigned char tag)
+{
+    static const char* const kNames[] = { "int8",   "int16",   "int32",  "int64",       "uint8",
+                                          "uint16", "uint32",  "uint64", "float",       "double",
+                                          "long",   "pointer", "string", "wide string", "UTF-16 string" };
+    return tag >= kInt8 && tag <= kUTF16String ? kNames[tag - kInt8] : "?";
+}
+
 void PieceRenderer::Value(RingCursor& ring, const Piece* piece)
 {
-    const auto pieceOr = [piece](const Piece& own) -> const Piece& { return piece != nullptr ? *piece : own; };
     const unsigned char tag = ReadField<unsigned char>(ring);
+    const bool isKnown = tag >= kInt8 && tag <= kUTF16String;
+    if (!mIsChecked || piece == nullptr || !isKnown || problemOf(*piece, tag) == FormatCheck::kNone) {
+        return Render(ring, tag, piece);
+    }
+    const char* name = nameOf(tag);
+    Raw("<");
+    Raw(piece->text, piece->length);
+    Raw(" with ");
+    Raw(name, std::strlen(name));
+    Raw(" ");
+    AsItIs(ring, tag);
+    Raw(">");
+}
+
+// The types' own conversions, but for those that show only half of their value.
+void PieceRenderer::AsItIs(RingCursor& ring, unsigned char tag)
+{
+    static constexpr Piece kWholeLong = conversion("%ld");
+    static constexpr Piece kWholePointer = { "0x%lx", 5, 2 };
+    if (tag != kString && tag != kWString && tag != kUTF16String) {
+        return Render(ring, tag, tag == kLong ? &kWholeLong : (tag == kPointer ? &kWholePointer : nullptr));
+    }
+    Raw("\"");
+    Render(ring, tag, nullptr);
+    Raw("\"");
+}
+
+void PieceRenderer::Render(RingCursor& ring, unsigned char tag, const Piece* piece)
+{
+    const auto pieceOr = [piece](const Piece& own) -> const Piece& { return piece != nullptr ? *piece : own; };
     switch (tag) {
     case kInt8:
         return Integer(pieceOr(kOwnShort), static_cast<int>(ReadField<signed char>(ring)));
@@ -192,7 +254,7 @@ void PieceRenderer::Value(RingCursor& ring, const Piece* piece)
         readUTF16AsWide(ring);
         return Formatted(pieceOr(kOwnWideString), wideText());
     default:
-        return PieceRenderer(mText, true, mShortcuts).Literal(kBadArgText);
+        return PieceRenderer(mText, true, mShortcuts, Formats::kTrusted).Literal(kBadArgText);
     }
 }
 
@@ -245,18 +307,44 @@ TextView readFormat(RingCursor& ring, const std::vector<CLogManager::CFormatStri
     return text;
 }
 
+// Whether the search for the conversions of so many values comes to one that looks escaped.
+bool isEndless(TextView format, int count)
+{
+    FormatPieces pieces(format.text, format.length);
+    Piece piece;
+    FormatPieces::Found found = FormatPieces::kPiece;
+    for (int i = 0; i < count && found == FormatPieces::kPiece; ++i) {
+        found = pieces.Seek(piece);
+    }
+    return found == FormatPieces::kEndless;
+}
+
+void renderAsItIs(PieceRenderer& renderer, RingCursor& ring, TextView format, int count)
+{
+    renderer.Raw("<NEVER RETURNS> ");
+    renderer.Raw(format.text, format.length);
+    renderer.Raw(" (");
+    for (int i = 0; i < count; ++i) {
+        renderer.ValueAsItIs(ring);
+        i + 1 < count ? renderer.Raw(", ") : renderer.Raw(")");
+    }
+}
+
 } // namespace
 
 void appendMessage(TextBuffer& text, bool render, RingCursor& ring,
-                   const std::vector<CLogManager::CFormatStringEntry>& formats)
+                   const std::vector<CLogManager::CFormatStringEntry>& formats, Formats trust)
 {
     bool holdsZero = false;
     const TextView format = readFormat(ring, formats, holdsZero);
     const int count = ReadField<signed char>(ring);
     // The C library ends a piece at a zero byte.
-    PieceRenderer renderer(text, render, gShortcuts && !holdsZero);
+    PieceRenderer renderer(text, render, gShortcuts && !holdsZero, trust);
     if (count <= 0) {
         return renderer.Literal(format.text, format.length);
+    }
+    if (trust == Formats::kChecked && isEndless(format, count)) {
+        return renderAsItIs(renderer, ring, format, count);
     }
 
     FormatPieces pieces(format.text, format.length);
