@@ -7,24 +7,24 @@
 // T must be a pointer type. The slot is empty on every thread at first. It has no destructor function: what a
 // thread leaves in it at its end is neither released nor told to anyone.
 //
-// The key is deleted with the object unless its value is 0, which stands for "no key". Linux hands out 0 like
-// any other value, usually to the first that asks in a process; that one key then stays allocated for the
-// life of the process.
+// A key of value 0 stands for "no key": it is never deleted, and nothing is read or stored through it. Linux
+// hands out 0 like any other value, usually to the first that asks in a process. Then a second key is asked for,
+// and the 0 stays allocated for the life of the process.
 template <typename T> class KxThreadLocal {
 public:
     KxThreadLocal()
-        : mKey(new Key)
+        : mKey(new pthread_key_t(0))
     {
-        mKey->mIsUsable = pthread_key_create(&mKey->mValue, nullptr) == 0;
-        if (!mKey->mIsUsable) {
-            mKey->mValue = 0;
+        Create();
+        if (*mKey == 0) {
+            Create();
         }
     }
 
     ~KxThreadLocal()
     {
-        if (mKey->mValue != 0) {
-            pthread_key_delete(mKey->mValue);
+        if (*mKey != 0) {
+            pthread_key_delete(*mKey);
         }
         delete mKey;
     }
@@ -32,26 +32,25 @@ public:
     KxThreadLocal(const KxThreadLocal&) = delete;
     KxThreadLocal& operator=(const KxThreadLocal&) = delete;
 
-    // The calling thread's value; null while it has none, and always when no key could be had.
-    T Get() const { return mKey->mIsUsable ? static_cast<T>(pthread_getspecific(mKey->mValue)) : nullptr; }
-
-    // Sets the calling thread's value. Without a key nothing is stored.
+    // pthread_getspecific and pthread_setspecific on the key, for any user: null, and nothing stored, where there
+    // is none. Slot 0 is another's, and its contents are no T.
+    T Get() const { return *mKey != 0 ? static_cast<T>(pthread_getspecific(*mKey)) : nullptr; }
     void Set(T value)
     {
-        if (mKey->mIsUsable) {
-            pthread_setspecific(mKey->mValue, value);
+        if (*mKey != 0) {
+            pthread_setspecific(*mKey, value);
         }
     }
 
-private:
-    // A key of value 0 that was handed out must be told from the absence of a key: reading slot 0 without
-    // owning it would read another library's data.
-    struct Key {
-        pthread_key_t mValue;
-        bool mIsUsable;
-    };
+    pthread_key_t* mKey; // owned
 
-    Key* mKey; // owned
+private:
+    void Create()
+    {
+        if (pthread_key_create(mKey, nullptr) != 0) {
+            *mKey = 0;
+        }
+    }
 };
 
 #endif
