@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <memory>
 
 std::vector<void (*)()> KxThread::mAtStartFunctions;
 pthread_t KxThread::msMainThreadID;
@@ -61,9 +62,12 @@ KxThread::KxThread()
     , mPriority(kMiddlePriority)
     , mReserved(-1)
     , mRunWrapper(nullptr)
-    , mPlatformData(new KxThreadPlatformData())
+    , mPlatformData(nullptr)
 {
+    // No destructor runs for an object whose constructor throws.
+    auto platformData = std::make_unique<KxThreadPlatformData>();
     mRunWrapper = new KxThreadRunWrapper;
+    mPlatformData = platformData.release();
 }
 
 KxThread::~KxThread()
@@ -84,9 +88,10 @@ void KxThread::Start()
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_JOINABLE);
     pthread_attr_setschedpolicy(&attributes, SCHED_FIFO);
+    const int min = sched_get_priority_min(SCHED_FIFO);
+    const int max = sched_get_priority_max(SCHED_FIFO);
     struct sched_param parameter = {};
-    parameter.sched_priority =
-        schedulingPriority(mPriority, sched_get_priority_min(SCHED_FIFO), sched_get_priority_max(SCHED_FIFO));
+    parameter.sched_priority = schedulingPriority(mPriority, min, max);
     pthread_attr_setschedparam(&attributes, &parameter);
     // Joining a thread that was never created faults on Linux, so success is remembered; nothing else depends
     // on it.

@@ -74,6 +74,26 @@ TEST(KxThreadPriority, EveryStepOfTheScaleHasItsValue)
     }
 }
 
+TEST(KxThreadPriority, LowestPriorityIsAskedForBeforeTheHighest)
+{
+    std::string asked;
+    {
+        Interposed hooks;
+        hooks.schedGetPriorityMin = [&asked](int) {
+            asked += "min ";
+            return 1;
+        };
+        hooks.schedGetPriorityMax = [&asked](int) {
+            asked += "max ";
+            return 99;
+        };
+        hooks.pthreadCreate = [](pthread_t*, const pthread_attr_t*, void* (*)(void*), void*) { return EAGAIN; };
+        FunctionThread thread;
+        thread.Start();
+    }
+    EXPECT_EQ(asked, "min max ");
+}
+
 TEST(KxThreadPriority, ValuesOutsideTheScaleAreTheMiddle)
 {
     for (const int priority : { 999, 1016, 0, -1, 1, 2000, INT_MIN, INT_MAX }) {
