@@ -41,6 +41,31 @@ TEST(KxUnicode, EmptySourceIsConvertedAndMovesNothing)
     }
 }
 
+namespace {
+
+template <typename Source, typename Target>
+void expectNothingReadFor(ConversionResult (*convert)(const Source**, const Source*, Target**, Target*,
+                                                      ConversionFlags))
+{
+    const Source unit = 0x41;
+    const Source* source = &unit;
+    EXPECT_EQ(convert(&source, &unit, nullptr, nullptr, strictConversion), conversionOK);
+    EXPECT_EQ(convert(&source, &unit, nullptr, nullptr, lenientConversion), conversionOK);
+    EXPECT_EQ(source, &unit);
+}
+
+} // namespace
+
+TEST(KxUnicode, NothingIsReadThroughTheOtherArgumentsForAnEmptySource)
+{
+    expectNothingReadFor(ConvertUTF32toUTF16);
+    expectNothingReadFor(ConvertUTF16toUTF32);
+    expectNothingReadFor(ConvertUTF16toUTF8);
+    expectNothingReadFor(ConvertUTF8toUTF16);
+    expectNothingReadFor(ConvertUTF32toUTF8);
+    expectNothingReadFor(ConvertUTF8toUTF32);
+}
+
 TEST(KxUnicode, SourceBehindItsEndIsTakenForEmpty)
 {
     const UTF16 text[] = { 0x41, 0x42 };

@@ -29,7 +29,9 @@ enum ConversionResult {
 };
 
 // The six converters. *source and *target advance over what was read and written; both ends are exclusive.
-// None of the pointers may be null, but an empty source is never looked at and leaves everything as it is.
+// None of the pointers may be null, except that with an empty source nothing is read through the others and
+// everything stays as it is. Source and target must not overlap: a converter may store more units ahead of *target
+// than it has to, all of them before targetEnd, and stores over them later.
 //
 // After targetExhausted and sourceExhausted *source stands at the first unit of the character that was not
 // converted, so a caller can go on with more room or more source. After a stop with sourceIllegal it stands

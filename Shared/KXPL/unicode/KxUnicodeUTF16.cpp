@@ -218,6 +218,9 @@ template <typename Target>
 ConversionResult convert(const UTF16** source, const UTF16* sourceEnd, Target** target, const Target* targetEnd,
                          ConversionFlags flags)
 {
+    if (*source >= sourceEnd) {
+        return conversionOK;
+    }
     const Bounds<UTF16, Target> bounds { *source, sourceEnd, targetEnd, flags == strictConversion };
     Place<UTF16, Target> at { *source, *target };
     ConversionResult result = conversionOK;

@@ -193,6 +193,9 @@ template <typename Target>
 ConversionResult convert(const UTF32** source, const UTF32* sourceEnd, Target** target, const Target* targetEnd,
                          ConversionFlags flags)
 {
+    if (*source >= sourceEnd) {
+        return conversionOK;
+    }
     const Bounds<UTF32, Target> bounds { *source, sourceEnd, targetEnd, flags == strictConversion };
     Place<UTF32, Target> at { *source, *target };
     ConversionResult result = conversionOK;

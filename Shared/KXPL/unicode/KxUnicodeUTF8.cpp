@@ -161,6 +161,9 @@ Place<UTF8, Target> convertBlock(Place<UTF8, Target> at, const Bounds<UTF8, Targ
 template <typename Target>
 ConversionResult convert(const UTF8** source, const UTF8* sourceEnd, Target** target, const Target* targetEnd)
 {
+    if (*source >= sourceEnd) {
+        return conversionOK;
+    }
     const bool strict = true; // or not: both refuse the same
     const Bounds<UTF8, Target> bounds { *source, sourceEnd, targetEnd, strict };
     Place<UTF8, Target> at { *source, *target };
