@@ -10,6 +10,14 @@
 
 set(FALLCATCH_BUNDLE_IDENTIFIER "org.fallcatch.fallcatch" CACHE STRING "The framework's bundle identifier")
 
+# Makefiles link a framework with flags of its own and leave those of shared libraries out; Ninja and Xcode do not.
+if(CMAKE_GENERATOR MATCHES "Makefiles" AND NOT DEFINED CMAKE_MACOSX_FRAMEWORK_LINKER_FLAGS)
+    set(CMAKE_MACOSX_FRAMEWORK_LINKER_FLAGS "${CMAKE_SHARED_LINKER_FLAGS}")
+    foreach(config IN ITEMS DEBUG RELEASE RELWITHDEBINFO MINSIZEREL)
+        set(CMAKE_MACOSX_FRAMEWORK_LINKER_FLAGS_${config} "${CMAKE_SHARED_LINKER_FLAGS_${config}}")
+    endforeach()
+endif()
+
 function(fallcatch_framework target header)
     set(packaging ${PROJECT_SOURCE_DIR}/packaging/macos)
     set(FALLCATCH_OLDEST_MACOS "${CMAKE_OSX_DEPLOYMENT_TARGET}")

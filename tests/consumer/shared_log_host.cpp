@@ -1,6 +1,7 @@
 // A host in C++ that shares its log manager with the static bridge. To be run with "-tcmt".
-#include "fallcatch.h"
 #include "hslog/HSL.h"
+
+#include <fallcatch/fallcatch.h>
 
 #include <cstdio>
 #include <string>

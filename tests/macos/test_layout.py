@@ -130,3 +130,12 @@ class Host:
     def test_in_objective_c_with_modules(self):
         with tempfile.TemporaryDirectory() as cache:
             self.check(".m", "@import fallcatch;", "-fmodules", f"-fmodules-cache-path={cache}")
+
+
+class Bridge(unittest.TestCase):
+    def test_refuses_to_have_its_memory_counted_by_the_compiler(self):
+        done = subprocess.run(
+            ["clang++-19", "-target", TARGETS["arm64"], "-isysroot", SYSROOT, "-std=c++17", "-fsyntax-only",
+             "-fobjc-arc", "-iframework", STUBS, f"-I{SOURCES}/Shared/KXPL/include", GLUE / "fallcatch.mm"],
+            capture_output=True, text=True, check=False)
+        self.assertIn("error: \"fallcatch.mm manages its memory by hand: compile it without -fobjc-arc", done.stderr)

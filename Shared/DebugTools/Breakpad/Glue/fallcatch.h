@@ -18,6 +18,19 @@
 #define FALLCATCH_EXPORT
 #endif
 
+/* Tells Swift and clang's checks which pointers may be null: those that say so. Nothing elsewhere. */
+#ifdef __has_feature
+#if __has_feature(nullability)
+#define FALLCATCH_NULLABLE _Nullable
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wnullability-extension"
+#pragma clang assume_nonnull begin
+#endif
+#endif
+#ifndef FALLCATCH_NULLABLE
+#define FALLCATCH_NULLABLE
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -40,8 +53,10 @@ extern "C" {
  *
  * The configuration and its strings, a few hundred bytes, are never freed.
  */
-FALLCATCH_EXPORT void* FallcatchInit(void* unused1, const wchar_t* defaultUrl, void* unused2,
-                                     const wchar_t* const* parameters, int parameterCount);
+FALLCATCH_EXPORT void* FALLCATCH_NULLABLE
+FallcatchInit(void* FALLCATCH_NULLABLE unused1, const wchar_t* FALLCATCH_NULLABLE defaultUrl,
+              void* FALLCATCH_NULLABLE unused2,
+              const wchar_t* FALLCATCH_NULLABLE const* FALLCATCH_NULLABLE parameters, int parameterCount);
 
 /* Sets the running reporter's "BreakpadReportInterval": the seconds that must pass between two reports that
  * are sent. FallcatchInit starts with 0, which sends every report. Any number is handed on as it is, and so is
@@ -70,10 +85,17 @@ FALLCATCH_EXPORT void FallcatchRelease(void* reporter);
  * on. The argument itself is logged as the address of its string object under "%s": expect a few meaningless
  * bytes in its place.
  */
-FALLCATCH_EXPORT int GetTestCommandsList(int* codes, int capacity);
+FALLCATCH_EXPORT int GetTestCommandsList(int* FALLCATCH_NULLABLE codes, int capacity);
 
 #ifdef __cplusplus
 }
+#endif
+
+#ifdef __has_feature
+#if __has_feature(nullability)
+#pragma clang assume_nonnull end
+#pragma clang diagnostic pop
+#endif
 #endif
 
 #endif

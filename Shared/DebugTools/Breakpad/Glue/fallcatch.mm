@@ -9,6 +9,11 @@
 
 // Memory is managed by hand: what is made with alloc and not released below is meant to stay for the life of
 // the process.
+#ifdef __has_feature
+#if __has_feature(objc_arc)
+#error "fallcatch.mm manages its memory by hand: compile it without -fobjc-arc (Xcode: -fno-objc-arc for this file)"
+#endif
+#endif
 
 static_assert(sizeof(wchar_t) == 4, "host strings are UTF-32");
 
