@@ -212,7 +212,7 @@ def machine(results, compiler, constructors):
     virtual = " hypervisor" in pathlib.Path("/proc/cpuinfo").read_text()
     repetitions = max((len(runs) for runs in results.runs.values()), default=0)
     rows = [
-        ["date", datetime.datetime.now(datetime.timezone.utc).date().isoformat()],
+        ["date", datetime.datetime.now(datetime.UTC).date().isoformat()],
         [
             "processor",
             (cpu.group(1) if cpu else platform.machine()) + (", a virtual machine" if virtual else ""),

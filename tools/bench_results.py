@@ -154,7 +154,7 @@ def _log_call_targets(results):
                 f"log call, {title}: to its floor",
                 results,
                 name,
-                lambda: results.ratio(name, "call_p50", "floor_p50"),
+                lambda name=name: results.ratio(name, "call_p50", "floor_p50"),
                 1.15,
                 "x",
             )
@@ -204,7 +204,7 @@ def _log_call_targets(results):
                 f"{call} call",
                 results,
                 name,
-                lambda: results.median(name, "call_p50"),
+                lambda name=name: results.median(name, "call_p50"),
                 limit,
                 "ns",
                 "{:.1f} ns",

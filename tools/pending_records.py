@@ -208,7 +208,7 @@ class Pending(gdb.Command):
             if not found:
                 gdb.write("-- no log manager exists\n")
         except Unavailable as reason:
-            raise gdb.GdbError(f"fallcatch-pending: {reason}")
+            raise gdb.GdbError(f"fallcatch-pending: {reason}") from reason
 
     @staticmethod
     def show(manager, with_hidden):

@@ -51,7 +51,10 @@ int ConvertKxTimeToMacDuration(const KxTime& time)
 void KxClockTime::GetTime(KxTimeOfDay& timeOfDay, long long seconds)
 {
     const std::time_t time = static_cast<std::time_t>(seconds);
-    const std::tm* local = std::localtime(&time);
+    std::tm broken;
+    // What localtime does at each call, and localtime_r need not: look whether TZ has changed.
+    tzset();
+    const std::tm* local = localtime_r(&time, &broken);
     timeOfDay = KxTimeOfDay();
     if (local == nullptr) {
         return;

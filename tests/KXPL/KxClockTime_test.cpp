@@ -151,6 +151,16 @@ TEST_F(KxClockTimeZones, ZoneWithoutDaylightSavingIsUniversalTimeMoved)
     }
 }
 
+// As localtime does, and localtime_r need not.
+TEST_F(KxClockTimeZones, ZoneThatTheEnvironmentNamesAnewIsSeenAtOnce)
+{
+    setZone("UTC0");
+    EXPECT_EQ(timeOfDay(0).mHour, 0);
+    setenv("TZ", kKolkata, 1);
+    EXPECT_EQ(text(timeOfDay(0)), "70 0 1 5 30 0 4 0 -");
+    EXPECT_EQ(timezone, -19800);
+}
+
 TEST_F(KxClockTimeZones, SecondsBeyond32Bits)
 {
     setZone("UTC0");
@@ -168,6 +178,31 @@ TEST_F(KxClockTimeZones, YearBeyondAnIntGivesZeros)
     EXPECT_EQ(text(timeOfDay(LLONG_MAX)), sizeof(std::time_t) == 8 ? "0 0 0 0 0 0 0 0 -" : text(timeOfDay(-1)));
 }
 
+// What localtime and gmtime return is shared by all threads of a process, and the collection thread calls this.
+TEST(KxClockTime, LeavesTheHostsSharedRecordAlone)
+{
+    const std::time_t day = 86400 * 365;
+    const std::tm* shared = std::gmtime(&day);
+    KxTimeOfDay time;
+    KxClockTime::GetTime(time, 1700000000);
+    EXPECT_EQ(shared->tm_year, 71);
+    EXPECT_EQ(time.mYear, 123);
+}
+
+TEST(KxClockTime, ReadsTheZoneFirst)
+{
+    std::string calls;
+    Interposed hooks;
+    hooks.tzsetHook = [&] { calls += "tzset "; };
+    hooks.localtimeHook = [&](const std::time_t*, std::tm* result) {
+        calls += "localtime_r ";
+        return result;
+    };
+    KxTimeOfDay time;
+    KxClockTime::GetTime(time, 0);
+    EXPECT_EQ(calls, "tzset localtime_r ");
+}
+
 TEST(KxClockTime, FieldsAreCopiedUnchanged)
 {
     std::tm answer = {};
@@ -181,7 +216,7 @@ TEST(KxClockTime, FieldsAreCopiedUnchanged)
     answer.tm_yday = 800;
     std::time_t asked = 0;
     Interposed hooks;
-    hooks.localtimeHook = [&](const std::time_t* time) {
+    hooks.localtimeHook = [&](const std::time_t* time, std::tm*) {
         asked = *time;
         return &answer;
     };
@@ -195,7 +230,7 @@ TEST(KxClockTime, AnyNonZeroFlagIsDaylightSaving)
 {
     std::tm answer = {};
     Interposed hooks;
-    hooks.localtimeHook = [&](const std::time_t*) { return &answer; };
+    hooks.localtimeHook = [&](const std::time_t*, std::tm*) { return &answer; };
     for (const int flag : { 1, 2, -1 }) {
         answer.tm_isdst = flag;
         KxTimeOfDay time;
@@ -211,7 +246,7 @@ TEST(KxClockTime, AnyNonZeroFlagIsDaylightSaving)
 TEST(KxClockTime, TimeThatCannotBeBrokenDownGivesZeros)
 {
     Interposed hooks;
-    hooks.localtimeHook = [](const std::time_t*) { return static_cast<std::tm*>(nullptr); };
+    hooks.localtimeHook = [](const std::time_t*, std::tm*) { return static_cast<std::tm*>(nullptr); };
     KxTimeOfDay time = { 1, 2, 3, 4, 5, 6, 7, 8, true };
     KxClockTime::GetTime(time, 0);
     EXPECT_EQ(text(time), "0 0 0 0 0 0 0 0 -");
@@ -227,7 +262,7 @@ TEST(KxClockTime, WithoutATimeItIsNow)
         askedForACopy = copy != nullptr;
         return std::time_t { 1700000000 };
     };
-    hooks.localtimeHook = [&](const std::time_t* time) {
+    hooks.localtimeHook = [&](const std::time_t* time, std::tm*) {
         asked = *time;
         answer.tm_year = 123;
         return &answer;

@@ -3,7 +3,7 @@ pointers, bound imports."""
 
 import lief
 
-from machine import Arm64, X86_64
+from machine import X86_64, Arm64
 
 PROCESSORS = {
     lief.MachO.Header.CPU_TYPE.X86_64: X86_64,

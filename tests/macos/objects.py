@@ -100,10 +100,10 @@ class ObjectsImage:
     def _define(self):
         for item in self._objects:
             for symbol in item.symbols:
-                if symbol.raw_type & 0xE == IN_SECTION and symbol.raw_type & EXTERNAL:
-                    if symbol.numberof_sections in item.places:
-                        address = symbol.value + item.moved(symbol.numberof_sections)
-                        self._definitions.setdefault(symbol.name, address)
+                defined = symbol.raw_type & 0xE == IN_SECTION and symbol.raw_type & EXTERNAL
+                if defined and symbol.numberof_sections in item.places:
+                    address = symbol.value + item.moved(symbol.numberof_sections)
+                    self._definitions.setdefault(symbol.name, address)
 
     def _address(self, name):
         if name in self._definitions:

@@ -6,9 +6,9 @@ import unittest
 from pathlib import Path
 
 from bridge import Bridge, Imports
-from image import FrameworkImage, slices
 from foundation import World
-from machine import Arm64, I386, X86_64
+from image import FrameworkImage, slices
+from machine import I386, X86_64, Arm64
 from objects import ObjectsImage
 
 SOURCES = Path(__file__).resolve().parents[2]

@@ -10,12 +10,12 @@ from bridge import Imports
 CALLS = {
     "pthread_attr_init": "p", "pthread_attr_setdetachstate": "pn", "pthread_attr_setschedpolicy": "pn",
     "pthread_attr_setschedparam": "pp", "pthread_create": "pppp", "pthread_join": "pp",
-    "pthread_self": "", "pthread_setname_np": "p",
+    "pthread_self": "", "pthread_setname_np": "p", "pthread_sigmask": "npp",
     "sched_get_priority_min": "n", "sched_get_priority_max": "n", "usleep": "n",
     "pthread_mutexattr_init": "p", "pthread_mutexattr_settype": "pn", "pthread_mutexattr_setprotocol": "pn",
     "pthread_mutexattr_destroy": "p", "pthread_mutex_init": "pp", "pthread_mutex_destroy": "p",
     "pthread_mutex_lock": "p", "pthread_mutex_trylock": "p", "pthread_mutex_unlock": "p",
-    "gettimeofday": "pp", "time": "p", "localtime": "p",
+    "gettimeofday": "pp", "time": "p", "tzset": "", "localtime_r": "pp",
 }
 
 

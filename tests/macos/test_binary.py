@@ -7,8 +7,7 @@ import subprocess
 import unittest
 
 from image import slices
-from support import (
-    BINARY, DWARF, FRAMEWORK, FRAMEWORK_SLICES, FUNCTIONS, SOURCES, imports_of, on_slices)
+from support import BINARY, DWARF, FRAMEWORK, FRAMEWORK_SLICES, FUNCTIONS, SOURCES, imports_of, on_slices
 
 INSTALL_NAME = "@executable_path/../Frameworks/fallcatch.framework/Versions/A/fallcatch"
 LIBRARIES = {

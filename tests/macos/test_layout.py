@@ -8,7 +8,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from support import FRAMEWORK, DSYM, FRAMEWORK_SLICES, SOURCES, SYSROOT, TARGETS, on_slices
+from support import DSYM, FRAMEWORK, FRAMEWORK_SLICES, SOURCES, SYSROOT, TARGETS, on_slices
 
 GLUE = SOURCES / "Shared/DebugTools/Breakpad/Glue"
 PACKAGING = SOURCES / "packaging/macos"

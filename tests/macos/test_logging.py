@@ -19,7 +19,7 @@ class Logger:
         self.system = self.library.system
         self._time(CLOCK)
         self.system.results["pthread_self"] = 0x7001
-        self.system.results["localtime"] = self.library.machine.store(
+        self.system.results["localtime_r"] = self.library.machine.store(
             struct.pack("<9i", 20, 13, 22, 14, 10, 123, 2, 317, 0) + bytes(24))
 
     def _time(self, clock):
@@ -30,6 +30,20 @@ class Logger:
     def initialise(self):
         self.library.call(MANAGER + "10InitializeEv")
         return self
+
+    def test_collection_thread_is_made_with_darwins_outside_signals_blocked(self):
+        block, set_mask = 1, 3
+        faults = {4, 5, 6, 8, 10, 11, 12}  # SIGILL SIGTRAP SIGABRT SIGFPE SIGBUS SIGSEGV SIGSYS
+        masks = []
+        self.system.hooks["pthread_sigmask"] = (
+            lambda how, mask, _before: masks.append((how, self.library.machine.number(mask, 4))))
+        self.initialise()
+        calls = [event.split("(")[0] for event in self.library.events]
+        create = calls.index("pthread_create")
+        self.assertLess(calls.index("pthread_sigmask"), create)
+        self.assertIn("pthread_sigmask", calls[create:])
+        self.assertEqual([how for how, _ in masks], [block, set_mask])
+        self.assertEqual({n for n in range(1, 33) if not masks[0][1] >> (n - 1) & 1}, faults)
 
     def enable(self, level=INFO):
         manager = self.manager()

@@ -138,13 +138,13 @@ class KxTime:
                               self.library.time(5, is_infinite=True)) & 0xFFFFFFFF, 0x7FFFFFFF)
 
     def local_time(self, fields):
-        """Lets localtime answer with Darwin's struct tm; returns where the seconds that it is given land."""
+        """Lets localtime_r answer with Darwin's struct tm; returns where the seconds that it is given land."""
         asked = []
         if fields is not None:
-            self.library.system.results["localtime"] = self.library.machine.store(
+            self.library.system.results["localtime_r"] = self.library.machine.store(
                 struct.pack("<9i", *fields) + bytes(24))
-        self.library.system.hooks["localtime"] = (
-            lambda place: asked.append(self.library.machine.number(place)))
+        self.library.system.hooks["localtime_r"] = (
+            lambda place, _room: asked.append(self.library.machine.number(place)))
         return asked
 
     def time_of_day(self, seconds):
@@ -156,6 +156,7 @@ class KxTime:
         asked = self.local_time((59, 58, 23, 31, 11, 123, 6, 364, 1))
         self.assertEqual(self.time_of_day(1700000000), (59, 58, 23, 31, 11, 123, 6, 364, True))
         self.assertEqual(asked, [1700000000])
+        self.assertEqual([event.split("(")[0] for event in self.library.events], ["tzset", "localtime_r"])
 
     def test_of_day_is_all_zeros_where_there_is_none(self):
         self.local_time(None)

@@ -6,7 +6,7 @@ namespace {
 Interposed* gHooks = nullptr;
 
 template <typename Hook, typename Real, typename... Arguments>
-auto call(Hook Interposed::* hook, Real real, Arguments... arguments)
+auto call(Hook Interposed::*hook, Real real, Arguments... arguments)
 {
     Interposed* hooks = gHooks;
     if (hooks != nullptr && hooks->*hook) {
@@ -155,9 +155,14 @@ std::time_t __wrap_time(std::time_t* a)
     return call(&Interposed::timeHook, __real_time, a);
 }
 
-std::tm* __wrap_localtime(const std::time_t* a)
+std::tm* __wrap_localtime_r(const std::time_t* a, std::tm* b)
 {
-    return call(&Interposed::localtimeHook, __real_localtime, a);
+    return call(&Interposed::localtimeHook, __real_localtime_r, a, b);
+}
+
+void __wrap_tzset(void)
+{
+    call(&Interposed::tzsetHook, __real_tzset);
 }
 
 int __wrap_vsnprintf(char* a, std::size_t b, const char* c, va_list d)

@@ -46,7 +46,8 @@ struct Interposed {
     std::function<int(useconds_t)> usleepHook;
     std::function<int(struct timeval*, void*)> gettimeofdayHook;
     std::function<std::time_t(std::time_t*)> timeHook;
-    std::function<std::tm*(const std::time_t*)> localtimeHook;
+    std::function<std::tm*(const std::time_t*, std::tm*)> localtimeHook; // of localtime_r
+    std::function<void()> tzsetHook;
     std::function<int(char*, std::size_t, const char*, va_list)> vsnprintfHook;
 };
 
@@ -77,7 +78,8 @@ int __real_sched_get_priority_max(int);
 int __real_usleep(useconds_t);
 int __real_gettimeofday(struct timeval*, void*);
 std::time_t __real_time(std::time_t*);
-std::tm* __real_localtime(const std::time_t*);
+std::tm* __real_localtime_r(const std::time_t*, std::tm*);
+void __real_tzset(void);
 int __real_vsnprintf(char*, std::size_t, const char*, va_list);
 }
 

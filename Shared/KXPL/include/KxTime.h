@@ -33,8 +33,8 @@ struct KxTimeOfDay {
     bool mIsDST;  // daylight saving time in force
 };
 
-// Uses the C library's localtime, whose result all threads of a process share: call it from one thread at a
-// time, and not while other code calls localtime.
+// Gives what the C library's localtime gives, a changed TZ included, but leaves alone the record that localtime
+// and gmtime share among all threads of a process. Any thread; the environment must not be changed meanwhile.
 class KxClockTime {
 public:
     // seconds since 1 January 1970 UTC, cut to the width of time_t (32 bits in a 32-bit build). A time that

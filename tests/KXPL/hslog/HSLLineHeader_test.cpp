@@ -97,7 +97,7 @@ TEST_F(LineHeaderZones, NameEndsAtItsFirstZeroByte)
 TEST_F(LineHeaderZones, TimeThatCannotBeBrokenDownShowsAsZeros)
 {
     Interposed hooks;
-    hooks.localtimeHook = [](const std::time_t*) { return static_cast<std::tm*>(nullptr); };
+    hooks.localtimeHook = [](const std::time_t*, std::tm*) { return static_cast<std::tm*>(nullptr); };
     EXPECT_EQ(textOf({ 1, 50587, 0, 0.0, "Main" }),
               "     1  00:00:00.000000  (00.000000) :  [Main              ]\t");
 }
@@ -106,7 +106,7 @@ TEST_F(LineHeaderZones, FieldsThatAreNoTimeOfDayShowAsTheyAre)
 {
     std::tm odd = {};
     Interposed hooks;
-    hooks.localtimeHook = [&odd](const std::time_t*) { return &odd; };
+    hooks.localtimeHook = [&odd](const std::time_t*, std::tm*) { return &odd; };
     for (int hour : { -1, 100, 99 }) {
         odd.tm_hour = hour;
         odd.tm_sec = 60;
@@ -133,9 +133,9 @@ TEST_F(LineHeaderZones, EachSecondIsAskedForOnce)
 {
     int asked = 0;
     Interposed hooks;
-    hooks.localtimeHook = [&asked](const std::time_t* time) {
+    hooks.localtimeHook = [&asked](const std::time_t* time, std::tm* result) {
         ++asked;
-        return __real_localtime(time);
+        return __real_localtime_r(time, result);
     };
     ClockCache clock;
     for (int turn = 0; turn < 10; ++turn) {

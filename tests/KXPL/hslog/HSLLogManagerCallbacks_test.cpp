@@ -90,7 +90,7 @@ TEST_F(CLogManagerCallbacks, LinesGoToStandardErrorAtFirst)
     EXPECT_EQ(line.substr(line.find('\t') + 1), "message\n");
 }
 
-TEST_F(CLogManagerCallbacks, FullDiskBehindStandardErrorLosesItsLinesOnly)
+TEST_F(CLogManagerCallbacks, FullDiskBehindStandardErrorLosesItsLinesOnlyAndIsTold)
 {
     const int full = open("/dev/full", O_WRONLY);
     const int saved = dup(STDERR_FILENO);
@@ -103,7 +103,10 @@ TEST_F(CLogManagerCallbacks, FullDiskBehindStandardErrorLosesItsLinesOnly)
     close(saved);
     testing::internal::CaptureStderr();
     OutputOneRecord();
-    const std::string line = testing::internal::GetCapturedStderr();
+    const std::string text = testing::internal::GetCapturedStderr();
+    const std::string told = "\n*** HSLOG LOST 1 LINE(S) THAT STANDARD ERROR REFUSED ***\n";
+    ASSERT_EQ(text.substr(0, told.size()), told);
+    const std::string line = text.substr(told.size());
     EXPECT_EQ(line.find("     2"), 0u) << line;
     EXPECT_EQ(line.substr(line.find('\t') + 1), "message\n");
 }

@@ -6,6 +6,7 @@
 #include "hslog/record/HSLRecord.h"
 
 #include "KxTime.h"
+#include "platform/KxSignals.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -30,9 +31,25 @@ constexpr int kSecondRangeStart = 100;
 constexpr int kFirstRangeEnd = 99;
 constexpr int kSecondRangeEnd = 119;
 
+// Lines that standard error refused and that it was not told of yet. A host may call the default callback from
+// one of its own, on any thread.
+int gLinesLost = 0;
+
 void defaultOutputCB(const char* line)
 {
-    std::fputs(line, stderr);
+    const int lost = KxLoadRelaxed(gLinesLost);
+    if (lost != 0) {
+        // The last line may have been cut, so this begins one of its own.
+        char notice[96];
+        std::snprintf(notice, sizeof notice, "\n*** HSLOG LOST %d LINE(S) THAT STANDARD ERROR REFUSED ***\n",
+                      lost);
+        if (std::fputs(notice, stderr) >= 0) {
+            KxAtomicAdd32Barrier(-lost, &gLinesLost);
+        }
+    }
+    if (std::fputs(line, stderr) < 0) {
+        KxAtomicAdd32Barrier(1, &gLinesLost);
+    }
 }
 
 // These belong to the module: every manager that msThis points at shares them.
@@ -120,7 +137,11 @@ void CLogManager::Initialize()
     // Partner: the acquire in Instance; the manager's fields are visible to whoever finds it.
     KxStoreRelease(msThis, new CLogManager);
     CCat::Initialize();
-    gCollectionThread.Start();
+    {
+        // A host may take its signals with sigwait, and one that cut the write of a line would lose it.
+        const KxSignalsBlocked blocked;
+        gCollectionThread.Start();
+    }
     Instance()->GetTLSContext()->SetName("Main");
 }
 

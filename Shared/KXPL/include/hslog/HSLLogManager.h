@@ -25,7 +25,8 @@ class CLogContext;
 //
 // A signal handler must not log: nothing guards a context against a second call in the middle of a first. One
 // that does stays within the ring, but may garble its thread's records. Log calls that handlers merely
-// interrupt lose nothing.
+// interrupt lose nothing. The collection thread takes no signals but those of its own faults: the host's are
+// the host's, and none cuts a line. A host that calls Collect() itself does so with its own thread's signals.
 //
 // A forked child has no collection thread, and the lock may be held there for ever. It may exec, exit, call
 // SetEnable(false), after which every thread of it may call HSLog, or log on the forking thread if that had a
@@ -150,7 +151,8 @@ public:
 
     // Sets the callback, makes its kind the one in force and returns the one of the same kind before. The
     // other kind's callback stays stored. Callbacks are shared by all managers of a module and survive
-    // Cleanup. At first lines go to the standard error stream.
+    // Cleanup. At first lines go to the standard error stream; how many it refused, because its reader was gone
+    // or a disk full, is told there in a line of its own as soon as it takes one again.
     //
     // The kind comes into force before the callback is stored. Until a host has set its first structured
     // callback none is there, so a pass that runs at that moment may call null: set the first one before
