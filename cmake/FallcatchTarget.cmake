@@ -15,9 +15,8 @@ function(fallcatch_target target)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
     if(FALLCATCH_COVERAGE)
         # Here and not in the flags of all, so that Breakpad and GoogleTest are not counted. Several threads count.
-        # Functions that are always inlined become plain ones, since their branches would be counted at every call:
-        # the attribute turns into one that changes nothing.
-        target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic -Dalways_inline=unused)
+        # What a log call inlines becomes plain functions, since its branches would be counted at every call.
+        target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic -DHSL_AT_CALL=)
         target_link_options(${target} PUBLIC --coverage)
     endif()
 endfunction()

@@ -9,7 +9,7 @@
 // A text: its length in units, modulo 64; bit 6 for units of 4 bytes instead of one; 255 for a null text.
 #include "fallcatch.h"
 
-#include "BreakpadRecorder.h"
+#include "BreakpadEvents.h"
 #include "FuzzTarget.h"
 #include "FuzzUnits.h"
 

@@ -6,9 +6,8 @@
 
 #include <cstdint>
 
-// What gettimeofday says, its seconds kept in 32 bits.
+// What gettimeofday says, its seconds kept in 32 bits; zeros when the clock cannot be read.
 struct KxClockReading {
-    bool mIsValid; // false when the clock cannot be read
     std::int32_t mSeconds;
     long long mMicroseconds;
 
@@ -17,9 +16,9 @@ struct KxClockReading {
         struct timeval now;
         struct timezone ignored;
         if (gettimeofday(&now, &ignored) != 0) {
-            return { false, 0, 0 };
+            return { 0, 0 };
         }
-        return { true, static_cast<std::int32_t>(now.tv_sec), now.tv_usec };
+        return { static_cast<std::int32_t>(now.tv_sec), now.tv_usec };
     }
 };
 

@@ -1,5 +1,5 @@
 // A host of the bridge. Takes calls from standard input, one per line, words separated by tabs, and prints
-// what comes of them as events, in the form that BreakpadRecorder.h tells.
+// what comes of them as events, in the form that BreakpadEvents.h tells.
 //
 // Numbers are decimal, addresses hexadecimal, and 0 is null. Wide text is a "w" and the units, hexadecimal,
 // separated by commas; "null" stands for a null pointer.
@@ -15,7 +15,7 @@
 //     log CATEGORIES, log-off, log-state, hold, ring, finish
 #include "fallcatch.h"
 
-#include "BreakpadRecorder.h"
+#include "BreakpadEvents.h"
 #include "ProbeLog.h"
 #include "ProbeWatch.h"
 

@@ -1,6 +1,6 @@
 #include "ProbeLog.h"
 
-#include "BreakpadRecorder.h"
+#include "BreakpadEvents.h"
 #include "CircularBuffer.h"
 #include "hslog/HSL.h"
 

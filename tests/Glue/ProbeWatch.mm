@@ -1,6 +1,6 @@
 #include "ProbeWatch.h"
 
-#include "BreakpadRecorder.h"
+#include "BreakpadEvents.h"
 
 #import <Foundation/NSAutoreleasePool.h>
 #import <Foundation/NSBundle.h>

@@ -6,8 +6,8 @@
 //     set          handle, key's class, key, value's class, value
 //     release      handle
 //     emptied      the autorelease pool that was in force during the create or set above has gone
-#ifndef FALLCATCH_TESTS_BREAKPAD_RECORDER_H
-#define FALLCATCH_TESTS_BREAKPAD_RECORDER_H
+#ifndef FALLCATCH_TESTS_BREAKPAD_EVENTS_H
+#define FALLCATCH_TESTS_BREAKPAD_EVENTS_H
 
 #include <string>
 #include <vector>

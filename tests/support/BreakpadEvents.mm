@@ -1,4 +1,4 @@
-#include "BreakpadRecorder.h"
+#include "BreakpadEvents.h"
 
 #include "BreakpadInterface.h"
 
