@@ -53,11 +53,24 @@ endfunction()
 function(expect_files)
     file(GLOB_RECURSE headers RELATIVE ${prefix}/include ${prefix}/include/*)
     set(expected
-        kxpl/CircularBuffer.h kxpl/KxLock.h kxpl/KxMutex.h kxpl/KxThread.h kxpl/KxThreadLocal.h
-        kxpl/KxTime.h kxpl/KxUnicode.h kxpl/detail/KxAtomic.h kxpl/hslog/HSL.h kxpl/hslog/HSLCat.h kxpl/hslog/HSLCollectionThread.h
-        kxpl/hslog/HSLFormatCheck.h kxpl/hslog/HSLLogContext.h
-        kxpl/hslog/HSLLogManager.h kxpl/hslog/HSLValue.h
-        kxpl/hslog/detail/HSLFormatRules.h kxpl/hslog/detail/HSLRecordPlace.h)
+        kxpl/CircularBuffer.h
+        kxpl/KxLock.h
+        kxpl/KxMutex.h
+        kxpl/KxThread.h
+        kxpl/KxThreadLocal.h
+        kxpl/KxTime.h
+        kxpl/KxUnicode.h
+        kxpl/detail/KxAtomic.h
+        kxpl/hslog/HSL.h
+        kxpl/hslog/HSLBounded.h
+        kxpl/hslog/HSLCat.h
+        kxpl/hslog/HSLCollectionThread.h
+        kxpl/hslog/HSLFormatCheck.h
+        kxpl/hslog/HSLLogContext.h
+        kxpl/hslog/HSLLogManager.h
+        kxpl/hslog/HSLValue.h
+        kxpl/hslog/detail/HSLFormatRules.h
+        kxpl/hslog/detail/HSLRecordPlace.h)
     if(GLUE)
         list(APPEND expected fallcatch/fallcatch.h)
     endif()
