@@ -248,6 +248,55 @@ TEST_F(Configuration, AFolderThatCannotBeMadeIsRefused)
     EXPECT_EQ(mWhy, "the folder /proc/none/dumps for the dumps cannot be made or written");
 }
 
+// Whoever else could write there could have any of the user's files sent.
+TEST_F(Configuration, AFolderThatOthersMayWriteIsRefused)
+{
+    const std::string folder = home() + "/shared";
+    fs::create_directory(folder);
+    Set("BreakpadMinidumpLocation", [NSString stringWithUTF8String:folder.c_str()]);
+    for (const int mode : { 0770, 0707, 01777 }) {
+        fs::permissions(folder, static_cast<fs::perms>(mode));
+        EXPECT_EQ(Read(kProduct), "(refused)");
+        EXPECT_EQ(mWhy, "the folder " + folder + " for the dumps can be written by others");
+    }
+    fs::permissions(folder, static_cast<fs::perms>(0755));
+    EXPECT_EQ(Read(kProduct), "App");
+}
+
+TEST_F(Configuration, AFolderThatIsALinkIsRefused)
+{
+    fs::create_directory(home() + "/real");
+    fs::create_directory_symlink(home() + "/real", home() + "/link");
+    Set("BreakpadMinidumpLocation", [NSString stringWithUTF8String:(home() + "/link").c_str()]);
+    EXPECT_EQ(Read(kProduct), "(refused)");
+    EXPECT_EQ(mWhy, "the folder " + home() + "/link for the dumps is a link or no folder");
+}
+
+TEST_F(Configuration, AnIntervalThatIsNoNumberOfSecondsIsToldAndTheDefaultTaken)
+{
+    for (const char* odd : { "nan", "inf", "-inf", "1e9999", "soon", "", "3600s", "99999999999" }) {
+        Set("BreakpadReportInterval", [NSString stringWithUTF8String:odd]);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(Read(kReportInterval), "3600") << odd;
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  std::string("fallcatch: \"") + odd + "\" is no report interval in seconds; 3600 is taken\n");
+    }
+    for (const char* usual : { "0", "-5", "3600", "0.5", "2147483647" }) {
+        Set("BreakpadReportInterval", [NSString stringWithUTF8String:usual]);
+        EXPECT_EQ(Read(kReportInterval), usual);
+    }
+}
+
+TEST_F(Configuration, AnIntervalThatIsNoNumberOfSecondsIsNotSetLater)
+{
+    void* reporter = BreakpadCreate(mValues);
+    testing::internal::CaptureStderr();
+    BreakpadSetKeyValue(reporter, @"BreakpadReportInterval", @"nan");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "fallcatch: a report interval that is no number of seconds is ignored\n");
+    BreakpadRelease(reporter);
+}
+
 TEST_F(Configuration, AMissingSenderIsRefused)
 {
     Set("BreakpadReporterExeLocation", @"/none/sender");

@@ -48,7 +48,7 @@ TEST_F(CrashFaults, ARealFullFileSystemMeansNoReportAndThePlainDeath)
     const std::string folder = (mSandbox.Folder() / "dumps").string();
     std::filesystem::create_directory(folder);
     // A file system of 16 KB in a name space of its own; what is in it must be told from inside.
-    const std::string script = "mount -t tmpfs -o size=16k none '" + folder
+    const std::string script = "mount -t tmpfs -o size=16k,mode=0700 none '" + folder
         + "' || exit 99; '" CRASH_HOST "' -tcmt TC_DER0 --url " + mServer.Url()
         + " --parameter 'BreakpadMinidumpLocation=" + folder
         + "' 2>host.err; echo ended $?; cat host.err; ls -A '" + folder + "'";

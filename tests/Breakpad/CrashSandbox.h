@@ -40,6 +40,9 @@ public:
     // Senders outlive their hosts. Here they become children of the test, which waits for all of them.
     void WaitForSenders();
 
+    // As if the times were over for which senders leave places in peace.
+    void LetTimePass();
+
     // Files below the folder whose names end so.
     std::vector<std::filesystem::path> Files(const std::string& suffix) const;
     std::vector<std::filesystem::path> Dumps() const { return Files(".dmp"); }

@@ -14,8 +14,10 @@ protected:
         mSandbox.WaitForSenders();
     }
 
+    // After a failure a place is left in peace for a while.
     void StartAgain(int port)
     {
+        mSandbox.LetTimePass();
         EXPECT_EQ(mSandbox.Run({ "--url", LocalUrl(port) }).status, 0);
         mSandbox.WaitForSenders();
     }
@@ -40,6 +42,22 @@ TEST_F(CrashTransport, ACollectorThatIsDownGetsTheReportAtTheNextStart)
     CrashServer server(port);
     StartAgain(port);
     EXPECT_EQ(server.Reports().size(), 1U);
+    EXPECT_TRUE(mSandbox.IsClean());
+}
+
+// A host that crashes at every start does not make its collector's trouble greater.
+TEST_F(CrashTransport, ACollectorThatFailsIsLeftInPeaceForAWhile)
+{
+    CrashServer server;
+    server.SetStatus(500);
+    for (int i = 0; i < 5; ++i) {
+        Crash(server.Port());
+    }
+    EXPECT_EQ(server.Reports().size(), 1U);
+    EXPECT_EQ(mSandbox.Dumps().size(), 5U);
+    server.SetStatus(200);
+    StartAgain(server.Port());
+    EXPECT_EQ(server.Reports().size(), 6U);
     EXPECT_TRUE(mSandbox.IsClean());
 }
 
@@ -141,6 +159,7 @@ TEST_F(CrashTransport, AnotherProductsReportsAreLeftToIt)
     mSandbox.Run(
         { "-tcmt", "TC_DER0", "--url", LocalUrl(port), "--parameter", folder, "--parameter", "prod=One" });
     mSandbox.WaitForSenders();
+    mSandbox.LetTimePass();
     CrashServer server(port);
     mSandbox.Run({ "--url", server.Url(), "--parameter", folder, "--parameter", "prod=Two" });
     mSandbox.WaitForSenders();
@@ -195,8 +214,8 @@ TEST_F(CrashTransport, TheSenderByHandTellsWhatBecomesOfAReport)
 TEST_F(CrashTransport, WhatACollectorAnswersIsOneLineWithoutControlCharacters)
 {
     CrashServer server;
-    server.SetText("Crash\tID\x7F=\x1B[1m5\r\nsecond line\n");
+    server.SetText("CrashID=\t1\x7F=\x1B[1m5\r\nsecond line\n");
     Crash(server.Port());
-    EXPECT_NE(mSandbox.Log().find("sent, HTTP 200 Crash ID = [1m5\n"), std::string::npos) << mSandbox.Log();
+    EXPECT_NE(mSandbox.Log().find("sent, HTTP 200 CrashID= 1 = [1m5\n"), std::string::npos) << mSandbox.Log();
     EXPECT_EQ(mSandbox.Log().find("second line"), std::string::npos);
 }

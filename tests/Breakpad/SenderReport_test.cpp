@@ -31,8 +31,7 @@ protected:
                                              { kReportInterval, "3600" },
                                              { kStartTime, "100" },
                                              { kCrashTime, "160" },
-                                             { kUpTime, "60000" },
-                                             { kStateFolder, "/state" } }) {
+                                             { kUpTime, "60000" } }) {
             pairs.insert(standard);
         }
         std::string text = kReportHeader;
@@ -41,7 +40,8 @@ protected:
         }
         const std::string path = mFolder + "/1-2-3.report";
         std::ofstream(path) << text << kReportEnd;
-        return StoredReport::Read(path).value();
+        std::string why;
+        return StoredReport::Read(path, why).value();
     }
 
     static Submission Made(const StoredReport& report)
@@ -123,6 +123,13 @@ TEST_F(SenderReport, AnIntervalThatIsNoNumberIsNone)
     EXPECT_EQ(Stored({ { kReportInterval, "3600" } }).Interval(), 3600);
 }
 
+TEST_F(SenderReport, AnIntervalWithoutEndIsNone)
+{
+    for (const char* endless : { "nan", "inf", "-inf", "1e9999" }) {
+        EXPECT_EQ(Stored({ { kReportInterval, endless } }).Interval(), 0) << endless;
+    }
+}
+
 TEST_F(SenderReport, IsNamedByItsGuid)
 {
     EXPECT_EQ(Stored({}).Id(), "1-2-3");
@@ -130,5 +137,7 @@ TEST_F(SenderReport, IsNamedByItsGuid)
 
 TEST_F(SenderReport, AFileThatIsNotThereIsNoReport)
 {
-    EXPECT_FALSE(StoredReport::Read(mFolder + "/none.report"));
+    std::string why;
+    EXPECT_FALSE(StoredReport::Read(mFolder + "/none.report", why));
+    EXPECT_EQ(why, "is not there");
 }

@@ -2,8 +2,6 @@
 
 #include "Refuse.h"
 
-#include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -11,10 +9,11 @@
 #include <iterator>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
-#include <thread>
 #include <unistd.h>
 
+using BreakpadLinux::Ledger;
 using BreakpadLinux::State;
 
 namespace {
@@ -94,6 +93,7 @@ TEST_F(SenderState, ALongLogStartsAgain)
     std::ofstream(mFolder + "/uploads.log") << std::string(300 * 1024, 'x');
     State(mFolder).Log("fresh");
     EXPECT_LT(Contents("uploads.log").size(), 100U);
+    EXPECT_EQ(Contents("uploads.log.1").size(), 300U * 1024);
 }
 
 TEST_F(SenderState, IsAloneWithItsFolder)
@@ -114,24 +114,108 @@ TEST_F(SenderState, AMissingFolderMeansNothingIsRemembered)
     EXPECT_EQ(state.ClientId().size(), 32U);
 }
 
-TEST_F(SenderState, SignalsDoNotEndTheWaitForTheFolder)
+TEST_F(SenderState, AnotherThatIsAtWorkIsNotWaitedFor)
 {
-    const int other = open(mFolder.c_str(), O_RDONLY | O_DIRECTORY);
-    ASSERT_EQ(flock(other, LOCK_EX), 0);
-    std::atomic<bool> released { false };
-    std::thread holder([&] {
-        LeaveTicksToOthers();
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        released = true;
-        close(other);
-    });
+    const State first(mFolder);
+    EXPECT_FALSE(first.IsBusy());
+    const State second(mFolder);
+    EXPECT_TRUE(second.IsBusy());
+}
+
+TEST_F(SenderState, ALockEndsWithItsHolder)
+{
     {
-        const Ticks ticks(5000);
-        const State state(mFolder);
-        EXPECT_GT(ticks.Seen(), 0);
-        EXPECT_TRUE(released);
+        const State first(mFolder);
     }
-    holder.join();
+    EXPECT_FALSE(State(mFolder).IsBusy());
+}
+
+TEST_F(SenderState, WhatIsWrittenIsForTheUserAlone)
+{
+    umask(0);
+    State state(mFolder);
+    state.SetLastSubmission(1000);
+    state.ClientId();
+    state.WriteLedger(Ledger());
+    state.Log("line");
+    umask(022);
+    for (const char* name : { "LastSubmission", "ClientID", "Ledger", "uploads.log" }) {
+        EXPECT_EQ(std::filesystem::status(mFolder + "/" + name).permissions(),
+                  std::filesystem::perms::owner_read | std::filesystem::perms::owner_write)
+            << name;
+    }
+}
+
+TEST_F(SenderState, ALogThatAllCouldReadIsForTheUserAloneFromThenOn)
+{
+    std::ofstream(mFolder + "/uploads.log") << "old\n";
+    std::filesystem::permissions(mFolder + "/uploads.log", std::filesystem::perms(0644));
+    State(mFolder).Log("new");
+    EXPECT_EQ(std::filesystem::status(mFolder + "/uploads.log").permissions(), std::filesystem::perms(0600));
+    EXPECT_EQ(Contents("uploads.log").rfind("old\n", 0), 0U);
+}
+
+// Whoever may write the folder would have a line appended to any file of the user's.
+TEST_F(SenderState, NoLinkIsFollowed)
+{
+    std::ofstream(mFolder + "/other") << "5000\n";
+    for (const char* name : { "LastSubmission", "ClientID", "Ledger", "uploads.log" }) {
+        std::filesystem::create_symlink("other", mFolder + "/" + name);
+    }
+    State state(mFolder);
+    state.Log("line");
+    EXPECT_EQ(state.LastSubmission(), 0);
+    EXPECT_EQ(state.ClientId().size(), 32U);
+    state.SetLastSubmission(7000);
+    EXPECT_EQ(Contents("other"), "5000\n");
+    EXPECT_EQ(state.LastSubmission(), 7000);
+}
+
+TEST_F(SenderState, AHardLinkToAnotherFileGetsNoLine)
+{
+    std::ofstream(mFolder + "/other") << "text\n";
+    std::filesystem::create_hard_link(mFolder + "/other", mFolder + "/uploads.log");
+    State(mFolder).Log("line");
+    EXPECT_EQ(Contents("other"), "text\n");
+}
+
+TEST_F(SenderState, APipeInPlaceOfItsFilesIsNeitherReadNorWaitedFor)
+{
+    for (const char* name : { "LastSubmission", "ClientID", "Ledger", "uploads.log" }) {
+        ASSERT_EQ(mkfifo((mFolder + "/" + name).c_str(), 0600), 0);
+    }
+    State state(mFolder);
+    state.Log("line");
+    EXPECT_EQ(state.LastSubmission(), 0);
+    EXPECT_EQ(state.ClientId().size(), 32U);
+}
+
+TEST_F(SenderState, AFolderThatOthersMayWriteIsNotUsed)
+{
+    std::ofstream(mFolder + "/LastSubmission") << "5000\n";
+    std::filesystem::permissions(mFolder, std::filesystem::perms(0770));
+    State state(mFolder);
+    EXPECT_NE(state.Trouble().find("can be written by others"), std::string::npos) << state.Trouble();
+    EXPECT_EQ(state.LastSubmission(), 0);
+    state.Log("line");
+    EXPECT_EQ(Contents("uploads.log"), "");
+}
+
+TEST_F(SenderState, TheLedgerIsReadAgain)
+{
+    Ledger ledger;
+    ledger.PlaceFailed("http://host:80", 1000, 0, 0.5);
+    ASSERT_TRUE(State(mFolder).WriteLedger(ledger));
+    EXPECT_EQ(State(mFolder).ReadLedger().Text(), ledger.Text());
+}
+
+TEST_F(SenderState, ALineHoldsNeitherControlCharactersNorBrokenText)
+{
+    State(mFolder).Log("a\nb\x1B[1m\xC2\x85"
+                       "c\xFF"
+                       "d\xE2\x80\xAE"
+                       "e");
+    EXPECT_NE(Contents("uploads.log").find(" a b [1m c?d e\n"), std::string::npos) << Contents("uploads.log");
 }
 
 TEST_F(SenderState, WhereFoldersCannotBeLockedNobodyWaits)

@@ -24,23 +24,23 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool start(const char* program, const std::string& script)
+bool start(const char* program, const std::string& script, char* const* environment = environ)
 {
     char name[] = "sh";
     char option[] = "-c";
     std::string text = script;
     char* const arguments[] = { name, option, text.data(), nullptr };
-    return StartDetached(program, arguments);
+    return StartDetached(program, arguments, environment);
 }
 
 // What became of the program, in a process that may refuse some of its own system calls first. 1000: it was not
 // started.
 constexpr int kNotStarted = 1000;
 
-int endOf(const char* program, const std::string& script)
+int endOf(const char* program, const std::string& script, char* const* environment = environ)
 {
     prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
-    if (!start(program, script)) {
+    if (!start(program, script, environment)) {
         return kNotStarted;
     }
     int status = 0;
@@ -85,6 +85,32 @@ TEST(Spawn, TheProgramRunsWithNothingButTheEmptyDevice)
     const std::string text { std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>() };
     EXPECT_EQ(text, "/dev/null\n/dev/null\n/dev/null\n/\n");
     fs::remove_all(folder);
+}
+
+// A crashed thread has blocked the signal it handles, and a host may have blocked all.
+TEST(Spawn, TheProgramRunsWithNoSignalBlocked)
+{
+    EXPECT_EXIT(
+        {
+            sigset_t all;
+            sigfillset(&all);
+            sigprocmask(SIG_SETMASK, &all, nullptr);
+            std::exit(endOf("/bin/sh",
+                            "while read -r name value; do case $name in SigBlk:) test $value = "
+                            "0000000000000000 && exit 0;; esac; done </proc/$$/status; exit 1"));
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(Spawn, TheProgramGetsTheEnvironmentThatIsHandedOver)
+{
+    setenv("SSLKEYLOGFILE", "/none", 1);
+    char only[] = "ONLY=this";
+    char* const environment[] = { only, nullptr };
+    EXPECT_EXIT(std::exit(endOf("/bin/sh", "test -z \"$SSLKEYLOGFILE\" && test \"$ONLY\" = this", environment)),
+                testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(std::exit(endOf("/bin/sh", "test \"$SSLKEYLOGFILE\" = /none")), testing::ExitedWithCode(0), "");
+    unsetenv("SSLKEYLOGFILE");
 }
 
 // The caller does not wait so long as to learn of it.

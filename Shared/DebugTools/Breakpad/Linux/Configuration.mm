@@ -1,6 +1,7 @@
 #include "Configuration.h"
 
 #include "Keys.h"
+#include "OwnFiles.h"
 #include "Places.h"
 
 #import <Foundation/NSArray.h>
@@ -11,6 +12,7 @@
 #import <Foundation/NSString.h>
 
 #include <map>
+#include <stdio.h>
 
 namespace BreakpadLinux {
 
@@ -117,6 +119,26 @@ namespace {
         return [folders count] == 0 ? std::string() : Utf8([folders objectAtIndex:0]);
     }
 
+    // Empty for a folder that reports may lie in; else why not, after its name.
+    std::string makeOwnFolder(const std::string& path)
+    {
+        std::string why;
+        if (!MakeFolder(path)) {
+            return "cannot be made or written";
+        }
+        OpenOwnFolder(path, why);
+        return why;
+    }
+
+    std::string intervalFrom(const std::optional<std::string>& text)
+    {
+        if (text && !IsInterval(*text)) {
+            fprintf(stderr, "fallcatch: \"%s\" is no report interval in seconds; 3600 is taken\n",
+                    CutAtCharacter(*text, 80).c_str());
+        }
+        return text && IsInterval(*text) ? *text : "3600";
+    }
+
     // What the sender remembers lies in the user's cache even when the dumps do not; only a user without a
     // usable cache has both in one place.
     void choosePlaces(Reader& reader, Settings& settings, const std::optional<std::string>& location,
@@ -126,9 +148,10 @@ namespace {
         settings.stateFolder = cache + "/Breakpad/" + FileNameFor(settings.product);
         settings.dumpFolder
             = location && !location->empty() ? AbsolutePath(expandTilde(*location)) : settings.stateFolder;
-        const bool cached = !cache.empty() && MakeFolder(settings.stateFolder);
-        if (!MakeFolder(settings.dumpFolder)) {
-            reader.Refuse("the folder " + settings.dumpFolder + " for the dumps cannot be made or written");
+        const bool cached = !cache.empty() && makeOwnFolder(settings.stateFolder).empty();
+        const std::string why = makeOwnFolder(settings.dumpFolder);
+        if (!why.empty()) {
+            reader.Refuse("the folder " + settings.dumpFolder + " for the dumps " + why);
         }
         if (!cached) {
             settings.stateFolder = settings.dumpFolder;
@@ -173,7 +196,7 @@ std::optional<Settings> ReadConfiguration(NSDictionary* configuration, std::stri
     settings.parameters.Set(kProduct, settings.product);
     settings.parameters.Set(kVersion, version);
     settings.parameters.Set(kUrl, url);
-    settings.parameters.Set(kReportInterval, interval.value_or("3600"));
+    settings.parameters.Set(kReportInterval, intervalFrom(interval));
     settings.parameters.Set(kVendor, vendor.value_or("Vendor not specified"));
     settings.parameters.Set(kMinidumpLocation, settings.dumpFolder);
     for (const auto& pair : extra) {

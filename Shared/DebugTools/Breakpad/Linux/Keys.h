@@ -20,15 +20,23 @@ constexpr char kStartTime[] = "BreakpadProcStartTime";
 constexpr char kCrashTime[] = "BreakpadProcessCrashTime";
 constexpr char kUpTime[] = "BreakpadProcessUpTime";
 
-// The folder where the sender keeps what it remembers of the product. In reports only; not one of the pairs
-// that a host may set.
-constexpr char kStateFolder[] = "FallcatchStateFolder";
+// Of this adapter only.
+constexpr char kAnyAnswer[] = "FallcatchAnyAnswer";
+constexpr char kCaFile[] = "FallcatchCAFile";
+constexpr char kKeepReports[] = "FallcatchKeepReports";
+constexpr char kKeepMegabytes[] = "FallcatchKeepMegabytes";
+constexpr char kKeepDays[] = "FallcatchKeepDays";
 
 constexpr char kGoogle[] = "google";
 constexpr char kSocorro[] = "socorro";
 
 constexpr char kDumpSuffix[] = ".dmp";
 constexpr char kReportSuffix[] = ".report";
+constexpr char kPartSuffix[] = ".part";
+constexpr char kLogSuffix[] = ".log";
+
+// What may lie beside a report and goes with it, the dump first: a report without its dump is known to be sent.
+constexpr const char* kCompanions[] = { kDumpSuffix, kLogSuffix };
 
 } // namespace BreakpadLinux
 

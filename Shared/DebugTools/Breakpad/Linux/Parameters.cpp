@@ -3,6 +3,10 @@
 #include "Keys.h"
 
 #include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <strings.h>
 
 namespace BreakpadLinux {
 
@@ -27,10 +31,23 @@ std::string CutAtCharacter(const std::string& text, std::size_t maximum)
     return text.substr(0, end);
 }
 
+bool SaysYes(const std::string& value)
+{
+    return value == "1" || strcasecmp(value.c_str(), "yes") == 0 || strcasecmp(value.c_str(), "true") == 0;
+}
+
+bool IsInterval(const std::string& text)
+{
+    char* end = nullptr;
+    const double seconds = std::strtod(text.c_str(), &end);
+    return end != text.c_str() && *end == '\0' && std::fabs(seconds) <= INT_MAX;
+}
+
 void Parameters::Set(const std::string& key, const std::string& value)
 {
     const std::string name = CutAtCharacter(key, kMaximumBytes);
-    const bool whole = name == kUrl || name == kMinidumpLocation || name == kReporterExeLocation;
+    const bool whole =
+        name == kUrl || name == kMinidumpLocation || name == kReporterExeLocation || name == kCaFile;
     const std::string text = whole ? value : CutAtCharacter(value, kMaximumBytes);
     for (auto& pair : mPairs) {
         if (pair.first == name) {

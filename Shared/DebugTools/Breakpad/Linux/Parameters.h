@@ -12,6 +12,13 @@ namespace BreakpadLinux {
 // At most maximum bytes of UTF-8 text, cut between two characters.
 std::string CutAtCharacter(const std::string& text, std::size_t maximum);
 
+// Of a value that means yes or no: "1", "YES" and "true", in any case, are yes.
+bool SaysYes(const std::string& value);
+
+// Whether the text is a number of seconds and nothing else: finite, and at most what the bridge can set.
+// Not-a-number and endless spans would mean "never", which nobody asks for in these words.
+bool IsInterval(const std::string& text);
+
 // Not safe for several threads at once.
 class Parameters {
 public:

@@ -76,8 +76,11 @@ bool Reporter::afterDump(const google_breakpad::MinidumpDescriptor& descriptor, 
     // Without its report the dump stays for whoever looks for it, but nobody sends it.
     const char* report = WriteReport(dump, *self->mText.Hold(), self->mStart);
     if (report != nullptr) {
-        char* const arguments[] = { argument(self->mSender.c_str()), argument(report), nullptr };
-        StartDetached(self->mSender.c_str(), arguments);
+        char* const arguments[] = {
+            argument(self->mSender.c_str()),      argument("--crashed"), argument("--state"),
+            argument(self->mStateFolder.c_str()), argument(report),      nullptr
+        };
+        StartDetached(self->mSender.c_str(), arguments, TrustedEnvironment());
     }
     return true;
 }
@@ -102,16 +105,23 @@ void Reporter::publish()
     for (const auto& pair : mParameters.Pairs()) {
         AppendPair(text, pair.first, pair.second);
     }
-    AppendPair(text, kStateFolder, mStateFolder);
     mText.Replace(std::move(text));
 }
 
 void Reporter::sendLeftovers() const
 {
     if (hasReports(mDumpFolder)) {
-        char* const arguments[] = { argument(mSender.c_str()), argument("--product"),
-                                    argument(mProduct.c_str()), argument(mDumpFolder.c_str()), nullptr };
-        StartDetached(mSender.c_str(), arguments);
+        const std::string host = std::to_string(getpid());
+        char* const arguments[] = { argument(mSender.c_str()),
+                                    argument("--host"),
+                                    argument(host.c_str()),
+                                    argument("--state"),
+                                    argument(mStateFolder.c_str()),
+                                    argument("--product"),
+                                    argument(mProduct.c_str()),
+                                    argument(mDumpFolder.c_str()),
+                                    nullptr };
+        StartDetached(mSender.c_str(), arguments, TrustedEnvironment());
     }
 }
 

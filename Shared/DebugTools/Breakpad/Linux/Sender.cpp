@@ -1,143 +1,211 @@
 // fallcatch_sender: posts crash reports. Crashed and starting hosts run it in the background; by hand it says
 // what becomes of each report.
 #include "Keys.h"
-#include "SenderReport.h"
+#include "SenderFolder.h"
+#include "SenderQueue.h"
 #include "SenderState.h"
 #include "SenderUpload.h"
+#include "SenderWait.h"
 
-#include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
+#include <ctime>
+#include <getopt.h>
 #include <optional>
+#include <random>
 #include <string>
-#include <system_error>
+#include <sys/auxv.h>
 #include <vector>
 
 namespace {
 
 using namespace BreakpadLinux;
-namespace fs = std::filesystem;
 
-enum class Outcome {
-    done, // nothing of it is left to send
-    kept,
-    unreachable, // kept, and the next one to the same place would fare no better
+struct Options {
+    std::string state;   // empty: beside the reports
+    std::string product; // empty: the reports are named
+    std::vector<std::string> names;
+    long host = 0;        // the process that started this one and while which it may wait
+    bool crashed = false; // by a host that has crashed
+    bool help = false;
 };
 
-void tell(State& state, const StoredReport& report, const std::string& what)
+double randomPart()
 {
-    std::fprintf(stderr, "%s: %s\n", report.Id().c_str(), what.c_str());
-    state.Log(report.Id() + ": " + what);
+    static std::mt19937_64 random(std::random_device {}());
+    return std::uniform_real_distribution<double>(0, 1)(random);
 }
 
-// The dump goes first: should the sender be ended in between, the report without a dump is known to be sent.
-void removeReport(const StoredReport& report)
+Queue::World realWorld()
 {
-    std::error_code ignored;
-    fs::remove(report.DumpPath(), ignored);
-    fs::remove(report.Path(), ignored);
+    return { Upload, [] { return std::time(nullptr); }, randomPart,
+             [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); } };
 }
 
-Outcome post(State& state, const StoredReport& report)
+std::string folderOf(const std::string& path)
 {
-    const Answer answer = Upload(MakeSubmission(report, [&state] { return state.ClientId(); }));
-    if (answer.status < 200 || answer.status > 299) {
-        const bool answered = answer.status != 0;
-        tell(state, report, "kept, " + (answered ? "HTTP " + std::to_string(answer.status) : answer.error));
-        return answered ? Outcome::kept : Outcome::unreachable;
-    }
-    state.SetLastSubmission(std::time(nullptr));
-    removeReport(report);
-    tell(state, report, "sent, HTTP " + std::to_string(answer.status) + " " + answer.text);
-    return Outcome::done;
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
-Outcome handle(const std::string& path)
-{
-    // One sender of a product at a time. What another one has sent meanwhile is gone.
-    std::optional<StoredReport> report = StoredReport::Read(path);
-    if (!report) {
-        return Outcome::kept;
-    }
-    State state(report->StateFolder());
-    std::error_code error;
-    if (!fs::exists(path, error)) {
-        return Outcome::done;
-    }
-    if (!fs::exists(report->DumpPath(), error)) {
-        fs::remove(path, error);
-        return Outcome::done;
-    }
-    if (!state.IntervalHasPassed(report->Interval(), std::time(nullptr))) {
-        tell(state, *report, "kept, within the report interval");
-        return Outcome::kept;
-    }
-    return post(state, *report);
-}
-
-int sendAll(const std::vector<std::string>& paths)
-{
-    int status = EXIT_SUCCESS;
-    for (const std::string& path : paths) {
-        const Outcome outcome = handle(path);
-        if (outcome != Outcome::done) {
-            status = EXIT_FAILURE;
-        }
-        if (outcome == Outcome::unreachable) {
-            break;
+// All of the product's in the folder if that is what was asked for; those named otherwise, and in the
+// background whatever else of the product waits there.
+class Run {
+public:
+    explicit Run(const Options& options)
+        : mOptions(options)
+        , mByHand(!options.crashed && options.host == 0)
+        , mFolder(options.product.empty() ? folderOf(options.names[0]) : options.names[0])
+        , mProduct(options.product)
+    {
+        std::string why;
+        if (mProduct.empty() && options.crashed) {
+            const auto report = StoredReport::Read(options.names[0], why);
+            mProduct = report ? report->Value(kProduct) : "";
         }
     }
-    return status;
-}
 
-// The product's reports in the folder, oldest first.
-std::vector<std::string> leftovers(const std::string& product, const std::string& folder)
+    // Nothing when another sender is at work, which looks at what has come meanwhile before it ends.
+    bool Pass()
+    {
+        const std::string folder = mOptions.state.empty() ? mFolder : mOptions.state;
+        State state(folder);
+        if (state.IsBusy()) {
+            std::fprintf(stderr, "fallcatch_sender: left to another one that is at work\n");
+            mDone = false;
+            // Whoever may wait comes again.
+            mNextDue = std::time(nullptr) + 60;
+            return false;
+        }
+        if (!state.Trouble().empty()) {
+            std::fprintf(stderr, "fallcatch_sender: nothing is remembered: %s\n", state.Trouble().c_str());
+        }
+        Queue queue(realWorld(), state, mByHand);
+        if (mOptions.product.empty()) {
+            for (const std::string& path : mOptions.names) {
+                queue.Handle(path);
+            }
+        }
+        if (!mProduct.empty()) {
+            queue.Drain(mProduct, mFolder);
+        }
+        mDone = queue.IsDone();
+        mNextDue = queue.NextDue();
+        mSeen = queue.Seen();
+        return true;
+    }
+
+    // A sender that found this one at work has left its report before it looked for the lock, so that it can be
+    // seen from here once the lock is free.
+    bool HasMissedOne() const
+    {
+        if (mProduct.empty()) {
+            return false;
+        }
+        for (const FoundReport& found : ReportsOf(mProduct, mFolder)) {
+            if (mSeen.count(found.report.Id()) == 0) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool IsDone() const { return mDone; }
+    time_t NextDue() const { return mNextDue; }
+
+private:
+    const Options& mOptions;
+    const bool mByHand;
+    const std::string mFolder;
+    std::string mProduct;
+    std::set<std::string> mSeen;
+    bool mDone = true;
+    time_t mNextDue = 0;
+};
+
+int work(const Options& options)
 {
-    std::vector<std::pair<fs::file_time_type, std::string>> found;
-    std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
-        if (entry.path().extension() != kReportSuffix) {
-            continue;
-        }
-        const auto report = StoredReport::Read(entry.path().string());
-        if (report && report->Value(kProduct) == product) {
-            found.emplace_back(entry.last_write_time(error), entry.path().string());
+    Run run(options);
+    const HostWatch host(options.host);
+    for (;;) {
+        while (run.Pass() && run.HasMissedOne()) { }
+        if (run.NextDue() == 0 || !host.WaitUntil(run.NextDue())) {
+            return run.IsDone() ? EXIT_SUCCESS : EXIT_FAILURE;
         }
     }
-    std::sort(found.begin(), found.end());
-    std::vector<std::string> paths;
-    for (const auto& one : found) {
-        paths.push_back(one.second);
-    }
-    return paths;
 }
 
 int usage(std::FILE* out)
 {
-    std::fputs("usage: fallcatch_sender REPORT...                 posts these <guid>.report files\n"
-               "       fallcatch_sender --product PRODUCT FOLDER  posts all of the product's in the folder\n"
-               "\n"
-               "A report and its dump are removed once the server has answered 2xx. Ends with 0 when none of\n"
-               "those named is left. FALLCATCH_SENDER_TIMEOUT: the seconds without a byte after which a\n"
-               "server is given up (60).\n",
-               out);
+    std::fputs(
+        "usage: fallcatch_sender [--state FOLDER] REPORT...          posts these <guid>.report files\n"
+        "       fallcatch_sender [--state FOLDER] --product PRODUCT FOLDER\n"
+        "                                                            posts all of the product's in the folder\n"
+        "\n"
+        "A report and its dump are removed once the collector has taken them. Ends with 0 when none of those\n"
+        "named is left. What is remembered between two runs lies in the state folder, which without --state "
+        "is\n"
+        "that of the reports.\n"
+        "\n"
+        "Hosts add --crashed, or --host PID: places that did not answer are then left in peace for a while, "
+        "and\n"
+        "while the process runs, so does the sender as long as a report waits.\n"
+        "\n"
+        "FALLCATCH_SENDER_TIMEOUT: the seconds without a byte after which a server is given up (60).\n"
+        "FALLCATCH_SENDER_LIMIT: the seconds that one report may take in all (600). At most a day each.\n",
+        out);
     return out == stdout ? EXIT_SUCCESS : 2;
+}
+
+std::optional<Options> parse(int argc, char** argv)
+{
+    const option known[] = {
+        { "state", required_argument, nullptr, 's' }, { "product", required_argument, nullptr, 'p' },
+        { "host", required_argument, nullptr, 'o' },  { "crashed", no_argument, nullptr, 'c' },
+        { "help", no_argument, nullptr, 'h' },        {},
+    };
+    Options options;
+    opterr = 0;
+    for (int found = 0; (found = getopt_long(argc, argv, "+h", known, nullptr)) != -1;) {
+        switch (found) {
+        case 's':
+            options.state = optarg;
+            break;
+        case 'p':
+            options.product = optarg;
+            break;
+        case 'o':
+            options.host = std::strtol(optarg, nullptr, 10);
+            break;
+        case 'c':
+            options.crashed = true;
+            break;
+        case 'h':
+            options.help = true;
+            return options;
+        default:
+            return std::nullopt;
+        }
+    }
+    options.names.assign(argv + optind, argv + argc);
+    const bool isUsable = options.product.empty() ? !options.names.empty() : options.names.size() == 1;
+    return isUsable ? std::optional<Options>(options) : std::nullopt;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)) {
-        return usage(stdout);
+    if (getauxval(AT_SECURE) != 0) {
+        clearenv(); // of whoever started a program with more rights than his own
     }
-    if (argc == 4 && std::strcmp(argv[1], "--product") == 0) {
-        return sendAll(leftovers(argv[2], argv[3]));
-    }
-    if (argc < 2 || argv[1][0] == '-') {
+    unsetenv("SSLKEYLOGFILE"); // a file that nobody asked for, with the keys to all that is posted
+    std::signal(SIGPIPE, SIG_IGN);
+    const auto options = parse(argc, argv);
+    if (!options) {
         return usage(stderr);
     }
-    return sendAll(std::vector<std::string>(argv + 1, argv + argc));
+    return options->help ? usage(stdout) : work(*options);
 }

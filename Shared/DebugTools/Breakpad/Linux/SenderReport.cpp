@@ -1,12 +1,13 @@
 #include "SenderReport.h"
 
 #include "Keys.h"
+#include "OwnFiles.h"
+#include "Parameters.h"
 #include "ReportFile.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <utility>
 
 namespace BreakpadLinux {
@@ -35,20 +36,34 @@ constexpr FieldName kFieldNames[] = {
     { kGoogle, kEmail, "email" },
 };
 
+// Far more than 64 pairs and a URL need.
+constexpr std::size_t kReportLimit = std::size_t { 1 } << 20;
+
 } // namespace
 
-std::optional<StoredReport> StoredReport::Read(const std::string& path)
+std::optional<StoredReport> StoredReport::Read(const std::string& path, std::string& why)
 {
-    std::ifstream file(path, std::ios::binary);
-    const std::string text { std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>() };
-    auto pairs = ParseReport(text);
-    if (!pairs) {
-        return std::nullopt;
-    }
     StoredReport report;
     report.mPath = path;
+    const Descriptor folder = OpenOwnFolder(report.Folder(), why);
+    if (!folder) {
+        why = "lies in a folder that " + why;
+        return std::nullopt;
+    }
+    const auto text = ReadOwnFile(folder.Number(), fs::path(path).filename().string(), kReportLimit, why);
+    auto pairs = text ? ParseReport(*text) : std::nullopt;
+    if (!pairs) {
+        why = text ? "is no whole report" : why;
+        return std::nullopt;
+    }
     report.mPairs = std::move(*pairs);
     return report;
+}
+
+std::string StoredReport::Folder() const
+{
+    const std::string folder = fs::path(mPath).parent_path().string();
+    return folder.empty() ? "." : folder;
 }
 
 std::string StoredReport::DumpPath() const
@@ -61,15 +76,15 @@ std::string StoredReport::Id() const
     return fs::path(mPath).stem().string();
 }
 
-std::string StoredReport::StateFolder() const
-{
-    const std::string folder = Value(kStateFolder);
-    return folder.empty() ? fs::path(mPath).parent_path().string() : folder;
-}
-
 double StoredReport::Interval() const
 {
-    return std::strtod(Value(kReportInterval).c_str(), nullptr);
+    const double seconds = std::strtod(Value(kReportInterval).c_str(), nullptr);
+    return std::isfinite(seconds) ? seconds : 0;
+}
+
+bool StoredReport::IsSet(const std::string& key) const
+{
+    return SaysYes(Value(key));
 }
 
 std::string StoredReport::Value(const std::string& key) const
@@ -83,6 +98,7 @@ Submission MakeSubmission(const StoredReport& report, const std::function<std::s
     Submission submission;
     submission.url = report.Value(kUrl);
     submission.dump = report.DumpPath();
+    submission.caFile = report.Value(kCaFile);
     std::string serverType = report.Value(kServerType);
     if (serverType.empty()) {
         serverType = kGoogle;

@@ -2,36 +2,48 @@
 #ifndef FALLCATCH_BREAKPAD_SENDER_STATE_H
 #define FALLCATCH_BREAKPAD_SENDER_STATE_H
 
+#include "OwnFiles.h"
+#include "SenderLedger.h"
+
 #include <ctime>
 #include <string>
 
 namespace BreakpadLinux {
 
-// Whoever has one is alone with the product's folder; the constructor waits for that. Without a usable folder
-// nothing is remembered and nobody waits.
+// Whoever has the folder's lock is alone with what lies in it. Nothing in the folder is believed unless it is
+// the user's own file, and what is written is for the user alone.
 class State {
 public:
+    // Takes the lock unless another has it; nobody waits. Without a usable folder nothing is remembered.
     explicit State(const std::string& folder);
-    State(const State&) = delete;
-    State& operator=(const State&) = delete;
-    ~State();
+
+    // Another process has the lock, and whatever is to be done is left to it.
+    bool IsBusy() const { return mIsBusy; }
+    // Why nothing is remembered; empty when all is well.
+    const std::string& Trouble() const { return mTrouble; }
 
     // Seconds. True after no submission, and after one in the future of a clock that was set back since.
     bool IntervalHasPassed(double interval, time_t now) const;
+    time_t LastSubmission() const; // 0 after none
     void SetLastSubmission(time_t when);
 
     // The same random text for all reports of this user and product.
     std::string ClientId();
 
-    // One line of uploads.log, with the time before it. The file starts again when it has grown long.
-    void Log(const std::string& line);
+    Ledger ReadLedger() const;
+    // False when it cannot be written; what was in it before is still there.
+    bool WriteLedger(const Ledger& ledger);
+
+    // One line of uploads.log, with the time before it; fit for a line whatever the text. A long file becomes
+    // uploads.log.1, whose predecessor goes.
+    void Log(const std::string& text);
 
 private:
-    std::string read(const std::string& name) const;
-    void write(const std::string& name, const std::string& text);
+    std::string readLine(const char* name) const;
 
-    const std::string mFolder;
-    int mLock;
+    std::string mTrouble;
+    Descriptor mFolder; // holds the lock
+    bool mIsBusy = false;
 };
 
 } // namespace BreakpadLinux

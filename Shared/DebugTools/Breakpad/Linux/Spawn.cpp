@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <signal.h>
+#include <sys/auxv.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -44,7 +45,7 @@ void closeFilesFrom(int first)
     }
 }
 
-[[noreturn]] void become(const char* program, char* const* arguments)
+[[noreturn]] void become(const char* program, char* const* arguments, char* const* environment)
 {
     sigset_t none;
     sigemptyset(&none);
@@ -55,14 +56,14 @@ void closeFilesFrom(int first)
     open("/dev/null", O_RDWR);
     open("/dev/null", O_RDWR);
     if (chdir("/") == 0) {
-        execve(program, arguments, environ);
+        execve(program, arguments, environment);
     }
     leave(127);
 }
 
 } // namespace
 
-bool StartDetached(const char* program, char* const* arguments)
+bool StartDetached(const char* program, char* const* arguments, char* const* environment)
 {
     // The child in between ends without a signal to the host, whose handler for ended children must not run in
     // the middle of a crash.
@@ -71,7 +72,7 @@ bool StartDetached(const char* program, char* const* arguments)
         setsid();
         const pid_t last = forkBare(SIGCHLD);
         if (last == 0) {
-            become(program, arguments);
+            become(program, arguments, environment);
         }
         leave(last > 0 ? 0 : 1);
     }
@@ -85,6 +86,12 @@ bool StartDetached(const char* program, char* const* arguments)
         }
     }
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+char* const* TrustedEnvironment()
+{
+    static char* const none[] = { nullptr };
+    return getauxval(AT_SECURE) != 0 ? none : environ;
 }
 
 } // namespace BreakpadLinux

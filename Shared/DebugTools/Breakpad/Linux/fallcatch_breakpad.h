@@ -8,7 +8,8 @@
  *     BreakpadURL                              required, text that is not empty; http or https
  *     BreakpadServerType                       "google" (default) or "socorro": the names of the fields sent
  *     BreakpadReportInterval                   seconds between two reports of the product that are sent,
- *                                              default "3600"; "0" or less: every report is sent
+ *                                              default "3600"; "0" or less: every report is sent. A text that
+ *                                              is no finite number is told and changes nothing
  *     BreakpadVendor                           default "Vendor not specified"
  *     BreakpadMinidumpLocation                 folder of the dumps, "~" allowed; default: the product's folder
  *                                              under Breakpad in the user's cache
@@ -17,17 +18,25 @@
  *     BreakpadServerParameters                 dictionary of texts sent with every report
  *     BreakpadServerParameterPrefix_NAME       text sent with every report as NAME
  *
+ * And of this adapter's own, texts too; a yes is "1", "YES" or "true":
+ *
+ *     FallcatchAnyAnswer                       yes: a collector of the type "socorro" need not name the report
+ *     FallcatchCAFile                          file of certificates to trust instead of the system's
+ *     FallcatchKeepReports, ...KeepMegabytes,  how much is kept of a product: default "20", "64", "90"; the
+ *     ...KeepDays                              oldest reports go first
+ *
  * Other keys are not read, whatever their values are. A value of the wrong type under a key that is read, a
- * missing required one, a folder that cannot be made or written, and a missing sender program: no reporter, and
- * one line on standard error that says which.
+ * missing required one, a folder that cannot be made or written, that is a link, belongs to another user or can
+ * be written by others, and a missing sender program: no reporter, and one line on standard error that says which.
  *
  * The reporter holds 64 pairs of at most 255 bytes of UTF-8 a side; what is longer is cut between characters
  * (the URL and folders are not: half an address is another one), and a 65th pair is dropped. A nil value
  * removes its pair.
  *
  * In the crash the host writes the dump <guid>.dmp, then beside it <guid>.report with the pairs, starts the
- * sender, which outlives it, and dies of its own signal. A dump is removed only once the server has answered
- * 2xx; until then it waits for the next start of a host of the same product with the same folder.
+ * sender, which outlives it, and dies of its own signal. A dump is removed only once a collector has taken it, has
+ * said that it never will, or too much is kept. Until then it waits for the next start of a host of the same
+ * product with the same folder; while that host runs, a sender beside it tries again, ever more seldom.
  *
  * What a host must know: signal handlers that it installs after FallcatchInit replace Breakpad's. An exception
  * of Objective-C that nobody catches ends a GNUstep program by exit(1), which is no crash: a host that wants a
