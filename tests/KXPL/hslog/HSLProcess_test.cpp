@@ -1,6 +1,7 @@
 // Hosts that fork, that end without Cleanup, whose threads outlive a manager, and whose callbacks are slow.
 #include "hslog/HSL.h"
 
+#include "Interpose.h"
 #include "ThreadSanitizer.h"
 
 #include <gtest/gtest.h>
@@ -100,15 +101,14 @@ protected:
 
 } // namespace
 
-TEST_F(Fork, ParentGoesOnAndChildMayLogOnTheForkingThread)
+TEST_F(Fork, ParentGoesOnAndChildMayLogWhichDoesNothing)
 {
     const int status = StatusOf([] {
-        HSL::CLogContext* context = HSL::LogManager()->GetTLSContext();
+        const int sequence = HSL::LogManager()->mSequence;
         for (int i = 0; i < 100000; ++i) {
             HSL::HSLog(CCat(3), "never seen %d", i);
         }
-        // Nobody collects there.
-        _exit(context->mDropping && gLines == 1 ? 0 : 1);
+        _exit(gLines == 1 && HSL::LogManager()->mSequence == sequence ? 0 : 1);
     });
     EXPECT_EQ(status, 0);
     HSL::HSLog(CCat(3), "after");
@@ -136,6 +136,195 @@ TEST_F(Fork, ChildMayExit)
     GTEST_SKIP() << "LeakSanitizer reports in the child what the parent's threads hold";
 #endif
     EXPECT_EQ(StatusOf([] { std::exit(7); }), 7);
+}
+
+// What its parent logged is its parent's to output.
+TEST_F(Fork, ChildMayCollectAndOutputsNothing)
+{
+    HSL::HSLog(CCat(3), "second");
+    EXPECT_EQ(StatusOf([] {
+                  gHold = false;
+                  const bool isShutDown = HSL::LogManager()->Collect();
+                  _exit(!isShutDown && gLines == 1 ? 0 : 1);
+              }),
+              0);
+}
+
+TEST_F(Fork, ChildThatFlushesWhenItExitsOutputsNothingTwice)
+{
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "LeakSanitizer reports in the child what the parent's threads hold";
+#endif
+    HSL::HSLog(CCat(3), "second");
+    gAtTheVeryEnd = [] {
+        if (gLines != 1) {
+            _exit(1);
+        }
+    };
+    EXPECT_EQ(StatusOf([] {
+                  gHold = false;
+                  std::atexit([] {
+                      if (CLogManager::IsInitialized()) {
+                          HSL::LogManager()->Collect();
+                      }
+                  });
+                  std::exit(7);
+              }),
+              7);
+    gAtTheVeryEnd = nullptr;
+}
+
+TEST_F(Fork, ChildMayCallAllThatTakesTheLock)
+{
+    EXPECT_EQ(StatusOf([] {
+                  CLogManager& manager = *HSL::LogManager();
+                  HSL::CLogContext own("own", 8192, HSL::CLogContext::MallocFunc, HSL::CLogContext::FreeFunc);
+                  own.SetName("child");
+                  manager.GetTLSContext();
+                  manager.CleanupTLSContext();
+                  const int id = manager.AddFormatString("%d");
+                  _exit(id == 0 && manager.mContexts.size() == 1 ? 0 : 1);
+              }),
+              0);
+}
+
+TEST_F(Fork, ChildMayCleanUp)
+{
+    EXPECT_EQ(StatusOf([] {
+                  CLogManager::Cleanup();
+                  CLogManager::Cleanup();
+                  HSL::HSLog(CCat(3), "nowhere");
+                  _exit(CLogManager::IsInitialized() ? 1 : 0);
+              }),
+              0);
+}
+
+TEST_F(Fork, ChildMayHaveALoggerOfItsOwn)
+{
+    if (kUnderThreadSanitizer) {
+        GTEST_SKIP() << "ThreadSanitizer starts no threads behind a fork";
+    }
+    HSL::HSLog(CCat(3), "the parent's");
+    EXPECT_EQ(StatusOf([] {
+                  gHold = false;
+                  CLogManager::Cleanup();
+                  gMessages.clear();
+                  start(takeMessage);
+                  HSL::HSLog(CCat(3), "the child's");
+                  std::thread([] { HSL::HSLog(CCat(3), "its thread's"); }).join();
+                  CLogManager::Cleanup();
+                  _exit(gMessages == std::vector<std::string> { "the child's\n", "its thread's\n" } ? 0 : 1);
+              }),
+              0);
+    gHold = false;
+    CLogManager::Cleanup();
+    EXPECT_EQ(gMessages, (std::vector<std::string> { "before\n", "the parent's\n" }));
+}
+
+TEST_F(Fork, GrandchildIsLikeAChild)
+{
+    EXPECT_EQ(StatusOf([] {
+                  _exit(StatusOf([] {
+                      HSL::LogManager()->Collect();
+                      CLogManager::Cleanup();
+                      _exit(0);
+                  }));
+              }),
+              0);
+}
+
+// Who forks in a callback holds the lock, and goes on holding it in both processes.
+TEST(ForkInACallback, ChildThatReturnsFromTheCallbackOutputsNothingMore)
+{
+    static std::atomic<int> sChildStatus;
+    static std::atomic<int> sLines;
+    sChildStatus = -1;
+    sLines = 0;
+    Interposed hooks;
+    const pid_t parent = getpid();
+    hooks.usleepHook = [parent](useconds_t time) {
+        if (getpid() != parent) {
+            const bool isFree = HSL::LogManager()->mLock.mMutex.mLockCount == 0;
+            HSL::LogManager()->Collect();
+            _exit(isFree && sLines == 1 ? 3 : 4);
+        }
+        return __real_usleep(time);
+    };
+    start([](const char*) {
+        if (++sLines == 1) {
+            const pid_t pid = fork();
+            if (pid == 0) {
+                alarm(kSecondsUntilAChildCountsAsHung);
+                return;
+            }
+            int status = -1;
+            waitpid(pid, &status, 0);
+            sChildStatus = status;
+        }
+    });
+    for (int i = 0; i < 100; ++i) {
+        HSL::HSLog(CCat(3), "message");
+    }
+    while (sChildStatus == -1) {
+        std::this_thread::yield();
+    }
+    CLogManager::Cleanup();
+    EXPECT_TRUE(WIFEXITED(sChildStatus) && WEXITSTATUS(sChildStatus) == 3) << sChildStatus;
+    EXPECT_EQ(sLines, 100);
+}
+
+// The lock is in every state when they fork, also between two steps of a thread that has it.
+TEST(ForkOfManyChildren, AllExitWhileThreadsLogAndComeAndGo)
+{
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "LeakSanitizer reports in the child what the parent's threads hold";
+#endif
+    if (kUnderThreadSanitizer) {
+        GTEST_SKIP() << "ThreadSanitizer knows of a fork only what one thread does";
+    }
+    static const auto flush = [] {
+        if (CLogManager::IsInitialized()) {
+            HSL::LogManager()->Collect();
+        }
+    };
+    static std::atomic<int> sLines;
+    sLines = 0;
+    start([](const char*) { ++sLines; });
+    std::atomic<bool> done { false };
+    std::vector<std::thread> threads;
+    std::atomic<int> logged { 0 };
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&] {
+            while (!done) {
+                std::thread([&logged] {
+                    HSL::HSLog(CCat(3), "message");
+                    ++logged;
+                }).join();
+                HSL::LogManager()->Collect();
+            }
+        });
+    }
+    for (int i = 0; i < 60; ++i) {
+        const pid_t pid = fork();
+        if (pid == 0) {
+            alarm(kSecondsUntilAChildCountsAsHung);
+            const int before = sLines;
+            std::atexit(flush);
+            HSL::HSLog(CCat(3), "nowhere");
+            flush();
+            CLogManager::Cleanup();
+            std::exit(sLines == before ? 0 : 1);
+        }
+        int status = -1;
+        waitpid(pid, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    }
+    done = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    CLogManager::Cleanup();
+    EXPECT_EQ(sLines, logged);
 }
 
 TEST_F(Fork, ChildMayExec)

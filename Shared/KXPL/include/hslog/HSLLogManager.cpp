@@ -2,6 +2,7 @@
 
 #include "HSLCat.h"
 #include "HSLCollectionThread.h"
+#include "HSLForkGuard.h"
 #include "HSLLogContext.h"
 #include "hslog/record/HSLRecord.h"
 
@@ -112,6 +113,7 @@ CLogManager::~CLogManager()
         mShutdown = true;
     }
     gCollectionThread.WaitForExit();
+    CForkGuard::Forget(*this);
     CCat::Cleanup();
     {
         // Each context's destructor takes the lock again.
@@ -137,6 +139,7 @@ void CLogManager::Initialize()
     // Partner: the acquire in Instance; the manager's fields are visible to whoever finds it.
     KxStoreRelease(msThis, new CLogManager);
     CCat::Initialize();
+    CForkGuard::Watch(*Instance(), gCollectionThread);
     {
         // A host may take its signals with sigwait, and one that cut the write of a line would lose it.
         const KxSignalsBlocked blocked;

@@ -28,10 +28,13 @@ class CLogContext;
 // interrupt lose nothing. The collection thread takes no signals but those of its own faults: the host's are
 // the host's, and none cuts a line. A host that calls Collect() itself does so with its own thread's signals.
 //
-// A forked child has no collection thread, and the lock may be held there for ever. It may exec, exit, call
-// SetEnable(false), after which every thread of it may call HSLog, or log on the forking thread if that had a
-// context before, which outputs nothing. It must not call anything that takes the lock, nor Cleanup; a logger
-// of its own it cannot have.
+// A forked child begins with its copy of the manager switched off, the lock free, no collection thread, and no
+// contexts or formats: its parent outputs what was logged before, the child never. It may exec, exit, log
+// (which does nothing), Collect and Cleanup. For a logger of its own it calls Cleanup, then Initialize, and
+// sets that up as its parent did; callbacks are still set. Contexts from before the fork must not be used in
+// it, but for deleting the host's own. fork itself waits for nothing. All this is for the module that called
+// Initialize(), and only where fork was called, not vfork or posix_spawn, whose children can do no more than
+// exec.
 //
 // A host that ends by exit or abort without Cleanup loses its last lines, and nothing else.
 class CLogManager {
@@ -72,6 +75,8 @@ public:
     //
     // A collection thread that the system refuses is not noticed, and none is started again in this process:
     // then only what the host's own calls of Collect find is output.
+    //
+    // Registers handlers for fork, which macOS keeps for good: there the module must stay loaded.
     //
     // When memory runs out (std::bad_alloc) there is no manager, or one that works but for the caller's
     // context, which its next log call makes.
