@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Writes benchmarks.md and its pictures from what the benchmark programs measured.
 
 The prose comes from a template; every @NAME@ in it stands for a table that is made here.
