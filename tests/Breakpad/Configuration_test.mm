@@ -186,6 +186,27 @@ TEST_F(Configuration, ExtraParametersComeFromBothPlaces)
     EXPECT_EQ(Read("BreakpadServerParameterPrefix_Build"), "42");
 }
 
+TEST_F(Configuration, WhatTheSenderReadsTravelsWithTheReport)
+{
+    for (const char* key : { kComments, kEmail, kAnyAnswer, kCaFile, kKeepReports, kKeepMegabytes, kKeepDays }) {
+        EXPECT_EQ(Read(key), "(none)") << key;
+        Set(key, @"5");
+        EXPECT_EQ(Read(key), "5") << key;
+        Set(key, [NSNumber numberWithInt:5]);
+        EXPECT_EQ(Read(key), "(refused)") << key;
+        Set(key, nil);
+    }
+}
+
+TEST_F(Configuration, AVendorThatIsGivenIsSentAsAField)
+{
+    EXPECT_EQ(Read("BreakpadServerParameterPrefix_Vendor"), "(none)");
+    Set("BreakpadVendor", @"Fruit");
+    EXPECT_EQ(Read("BreakpadServerParameterPrefix_Vendor"), "Fruit");
+    Set("BreakpadServerParameterPrefix_Vendor", @"Mine");
+    EXPECT_EQ(Read("BreakpadServerParameterPrefix_Vendor"), "Mine");
+}
+
 TEST_F(Configuration, ServerParametersMustBeADictionaryOfStrings)
 {
     Set("BreakpadServerParameters", @"text");

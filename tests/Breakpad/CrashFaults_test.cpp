@@ -2,8 +2,10 @@
 #include "CrashServer.h"
 #include "CrashStack.h"
 
+#include <algorithm>
 #include <csignal>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -25,6 +27,17 @@ protected:
         EXPECT_EQ(ended.err, "");
         EXPECT_TRUE(mServer.Reports().empty());
         EXPECT_TRUE(mSandbox.IsClean());
+    }
+
+    // The function that calls itself, again and again: 32 KiB hold some fifty of its frames.
+    static void ExpectOverflow(const CrashStack& stack)
+    {
+        EXPECT_EQ(stack.frames.at(0).find("CrashHost!"), 4U) << stack.frames.at(0);
+        std::size_t own = 0;
+        for (const std::string& frame : stack.frames) {
+            own += frame.find("!overflow") != std::string::npos ? 1 : 0;
+        }
+        EXPECT_GE(own, 40U) << stack.frames.size() << " frames, such as " << stack.frames.at(5);
     }
 
     CrashSandbox mSandbox;
@@ -109,7 +122,7 @@ TEST_F(CrashFaults, AStackOverflowOfTheMainThreadIsReported)
     ASSERT_EQ(mServer.Reports().size(), 1U);
     const CrashStack stack = ReadStack(mServer.Reports()[0].dump, mSandbox.Folder().string());
     EXPECT_EQ(stack.thread, 0);
-    EXPECT_EQ(stack.frames.at(0).find("CrashHost!"), 4U) << stack.frames.at(0);
+    ExpectOverflow(stack);
 }
 
 TEST_F(CrashFaults, AStackOverflowOfAWorkerThreadIsReported)
@@ -118,7 +131,7 @@ TEST_F(CrashFaults, AStackOverflowOfAWorkerThreadIsReported)
     ASSERT_EQ(mServer.Reports().size(), 1U);
     const CrashStack stack = ReadStack(mServer.Reports()[0].dump, mSandbox.Folder().string());
     EXPECT_EQ(stack.thread, 1);
-    EXPECT_EQ(stack.frames.at(0).find("CrashHost!"), 4U) << stack.frames.at(0);
+    ExpectOverflow(stack);
 }
 
 TEST_F(CrashFaults, AStackOverflowOfAThreadThatIsNotPreparedIsOnlyAPlainDeath)
@@ -152,12 +165,66 @@ TEST_F(CrashFaults, ASandboxWithoutNewProcessesMeansNoReportAndThePlainDeath)
     ExpectPlainDeath(Run("no-clone"));
 }
 
-// The child has the parent's handler and the name of its dump.
-TEST_F(CrashFaults, AForkedChildsCrashDoesNotSpoilItsParents)
+// The child has the parent's handler, and makes a dump of its own with it.
+TEST_F(CrashFaults, AForkedChildsCrashAndItsParentsAreBothReported)
 {
     mServer.SetDelay(1000);
     EXPECT_EQ(Run("fork", { "-tcmt", "TC_DER0" }).signal, SIGSEGV);
-    ASSERT_EQ(mServer.Reports().size(), 1U);
-    EXPECT_EQ(ReadStack(mServer.Reports()[0].dump, mSandbox.Folder().string()).reason, "SIGABRT");
+    std::vector<std::string> reasons;
+    for (const Received& report : mServer.Reports()) {
+        reasons.push_back(ReadStack(report.dump, mSandbox.Folder().string()).reason);
+    }
+    std::sort(reasons.begin(), reasons.end());
+    EXPECT_EQ(reasons, (std::vector<std::string> { "SIGABRT", "SIGSEGV /SEGV_MAPERR" }));
     EXPECT_TRUE(mSandbox.IsClean());
+}
+
+TEST_F(CrashFaults, OfProcessesThatCrashTogetherNoneSpoilsAnothersReport)
+{
+    for (std::size_t round = 1; round <= 4; ++round) {
+        EXPECT_EQ(Run("together", {}).signal, SIGABRT);
+        ASSERT_EQ(mServer.Reports().size(), 5 * round) << mSandbox.Log();
+    }
+    EXPECT_TRUE(mSandbox.IsClean());
+}
+
+TEST_F(CrashFaults, AHostThatHasUsedUpItsDescriptorsIsReported)
+{
+    for (const char* thread : { "-tcmt", "-tcwt" }) {
+        EXPECT_EQ(Run("no-descriptors", { thread, "TC_DER0" }).signal, SIGSEGV);
+    }
+    ASSERT_EQ(mServer.Reports().size(), 2U);
+    const CrashStack stack = ReadStack(mServer.Reports()[0].dump, mSandbox.Folder().string());
+    EXPECT_GE(stack.Find("Crash::dereferenceZero"), 0);
+    EXPECT_TRUE(mSandbox.IsClean());
+}
+
+TEST_F(CrashFaults, AHostThatHasClosedAllDescriptorsIsReported)
+{
+    EXPECT_EQ(Run("closed-descriptors").signal, SIGSEGV);
+    EXPECT_EQ(mServer.Reports().size(), 1U);
+    EXPECT_TRUE(mSandbox.IsClean());
+}
+
+// What the host has opened in their place is its own.
+TEST_F(CrashFaults, DescriptorsThatTheHostHasTakenForItselfAreLeftToIt)
+{
+    ExpectPlainDeath(Run("other-descriptors"));
+}
+
+TEST_F(CrashFaults, TheFilesOfACrashAreForTheUserAlone)
+{
+    std::vector<std::filesystem::perms> found;
+    mServer.BeforeAnswer([&] {
+        for (const char* suffix : { ".dmp", ".report" }) {
+            for (const auto& file : mSandbox.Files(suffix)) {
+                found.push_back(std::filesystem::status(file).permissions());
+            }
+        }
+    });
+    const mode_t before = umask(0);
+    mSandbox.Run({ "-tcmt", "TC_DER0", "--url", mServer.Url() });
+    mSandbox.WaitForSenders();
+    umask(before);
+    EXPECT_EQ(found, std::vector<std::filesystem::perms>(2, static_cast<std::filesystem::perms>(0600)));
 }

@@ -84,6 +84,7 @@ CrashSandbox::Strings CrashSandbox::environment() const
     if (mPatience > 0) {
         result.push_back("FALLCATCH_SENDER_TIMEOUT=" + std::to_string(mPatience));
     }
+    result.insert(result.end(), mVariables.begin(), mVariables.end());
     return result;
 }
 

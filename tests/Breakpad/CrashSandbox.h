@@ -30,6 +30,9 @@ public:
     // How many seconds senders that are started from now on wait for a byte.
     void SetPatience(int seconds) { mPatience = seconds; }
 
+    // Of processes that are started from now on, as NAME=VALUE.
+    void SetVariable(const std::string& variable) { mVariables.push_back(variable); }
+
     // The host with these arguments, in the sandbox's folder, until its end.
     Ended Run(const Strings& arguments);
     // The same under a tracer that hands on every signal, as a debugger does when told to continue.
@@ -57,6 +60,7 @@ private:
 
     std::filesystem::path mFolder;
     int mPatience = 0;
+    Strings mVariables;
 };
 
 std::string ReadFile(const std::filesystem::path& path);

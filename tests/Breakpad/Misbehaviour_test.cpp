@@ -5,6 +5,7 @@
 #include "SenderQueue.h"
 #include "SenderUpload.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -217,6 +218,14 @@ const Case kCases[] = {
       "sent, HTTP 200 CrashID= [2J 1m?" },
 };
 
+std::vector<Case> refusals()
+{
+    std::vector<Case> cases;
+    std::copy_if(std::begin(kCases), std::end(kCases), std::back_inserter(cases),
+                 [](const Case& one) { return one.fate == Fate::refused; });
+    return cases;
+}
+
 std::string nameOf(const testing::TestParamInfo<Case>& info)
 {
     return info.param.name;
@@ -287,13 +296,12 @@ TEST_P(Misbehaviour, LosesNoReportAndHoldsNobodyUp)
     EXPECT_EQ(server.Connections(), connections) << "no second time at once";
 }
 
+class RefusingServer : public Misbehaviour { };
+
 // The second and the third day, with a host that starts again and again.
-TEST_P(Misbehaviour, IsGivenUpOrKeptForGood)
+TEST_P(RefusingServer, EndsAReportOnTheThirdDay)
 {
     const Case& one = GetParam();
-    if (one.fate != Fate::refused) {
-        GTEST_SKIP() << "only refusals end a report";
-    }
     const RawServer server(one.behaviour);
     Write(server.Url(), one);
     const time_t start = std::time(nullptr);
@@ -310,4 +318,5 @@ TEST_P(Misbehaviour, IsGivenUpOrKeptForGood)
     EXPECT_NE(mTold.find("given up after 3 refusals, HTTP 4"), std::string::npos) << mTold;
 }
 
+INSTANTIATE_TEST_SUITE_P(Servers, RefusingServer, testing::ValuesIn(refusals()), nameOf);
 INSTANTIATE_TEST_SUITE_P(Servers, Misbehaviour, testing::ValuesIn(kCases), nameOf);

@@ -2,10 +2,13 @@
 
 #include "Refuse.h"
 
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <thread>
@@ -35,6 +38,45 @@ TEST(PreparedThread, HasAStackForSignalHandlers)
         EXPECT_TRUE(hasStack());
         EXPECT_GE(presentStack().ss_size, 128U * 1024);
     }).join();
+}
+
+// A handler runs on it and writes nearly all of it, also after the thread was prepared again.
+TEST(PreparedThread, RunsItsHandlersOnThatStack)
+{
+    static std::atomic<const char*> place { nullptr };
+    struct sigaction action = {};
+    struct sigaction before = {};
+    action.sa_flags = SA_ONSTACK;
+    action.sa_handler = [](int) {
+        volatile char large[96 * 1024];
+        for (std::size_t i = 0; i < sizeof(large); i += 512) {
+            large[i] = 1;
+        }
+        place = const_cast<const char*>(&large[0]);
+    };
+    sigaction(SIGUSR2, &action, &before);
+    std::thread([] {
+        ASSERT_EQ(FallcatchBreakpadPrepareThread(), 1);
+        ASSERT_EQ(FallcatchBreakpadPrepareThread(), 1);
+        pthread_kill(pthread_self(), SIGUSR2);
+        const auto* stack = static_cast<const char*>(presentStack().ss_sp);
+        EXPECT_GE(place, stack);
+        EXPECT_LT(place, stack + presentStack().ss_size);
+    }).join();
+    sigaction(SIGUSR2, &before, nullptr);
+}
+
+TEST(PreparedThread, GivesTheStackBackWhenItEnds)
+{
+    void* stack = nullptr;
+    std::thread([&stack] {
+        ASSERT_EQ(FallcatchBreakpadPrepareThread(), 1);
+        stack = presentStack().ss_sp;
+        ASSERT_EQ(msync(stack, 4096, MS_ASYNC), 0) << "in use";
+    }).join();
+    ASSERT_NE(stack, nullptr);
+    EXPECT_EQ(msync(stack, 4096, MS_ASYNC), -1);
+    EXPECT_EQ(errno, ENOMEM);
 }
 
 TEST(PreparedThread, KeepsItsStackWhenPreparedAgain)

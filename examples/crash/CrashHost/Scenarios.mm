@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <linux/audit.h>
 #include <linux/filter.h>
@@ -22,6 +23,10 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
+
+// The C library's, which its header declares only where assertions are checked.
+extern "C" [[noreturn]] void __assert_fail(const char* text, const char* file, unsigned int line,
+                                           const char* function) noexcept;
 
 namespace Scenarios {
 
@@ -137,6 +142,61 @@ namespace {
         waitpid(child, &status, 0);
     }
 
+    // A group of processes that go down together, as a daemon's do when it aborts its group.
+    void crashTogether(void*)
+    {
+        int start[2];
+        if (pipe(start) != 0) {
+            _exit(3);
+        }
+        for (int i = 0; i < 4; ++i) {
+            if (fork() == 0) {
+                close(start[1]);
+                char byte = 0;
+                while (read(start[0], &byte, 1) > 0) { }
+                std::abort();
+            }
+        }
+        close(start[0]);
+        close(start[1]);
+        std::abort();
+    }
+
+    void useUpDescriptors(void*)
+    {
+        while (open("/dev/null", O_RDONLY) >= 0) { }
+    }
+
+    void closeDescriptors(void*)
+    {
+        for (int file = 3; file < 2000; ++file) {
+            close(file);
+        }
+    }
+
+    // As a daemon does it, which then goes on with files of its own.
+    void replaceDescriptors(void*)
+    {
+        closeDescriptors(nullptr);
+        useUpDescriptors(nullptr);
+    }
+
+    void failAnAssertion(void*)
+    {
+        __assert_fail("apples == pears", "Market.cpp", 42, "weigh");
+    }
+
+    void nameThreads(void*)
+    {
+        std::thread([] {
+            prctl(PR_SET_NAME, "sorts-apples");
+            for (;;) {
+                pause();
+            }
+        }).detach();
+        usleep(100000);
+    }
+
     // The system calls are refused as a sandbox does it.
     void refuse(const std::vector<unsigned int>& calls)
     {
@@ -181,6 +241,12 @@ namespace {
         { "full-disk", "no byte can be written to a file", noSpaceAtAll },
         { "lose-dumps", "removes the folder \"dumps\" in the working folder", loseDumps },
         { "fork", "a forked child crashes before the host does", forkFirst },
+        { "together", "aborts at the same time as four children", crashTogether },
+        { "no-descriptors", "uses up all file descriptors", useUpDescriptors },
+        { "closed-descriptors", "closes all files that it knows nothing of", closeDescriptors },
+        { "other-descriptors", "closes them and opens others instead", replaceDescriptors },
+        { "assertion", "fails an assertion", failAnAssertion },
+        { "thread-names", "has a thread with a name", nameThreads },
         { "no-ptrace", "a sandbox refuses ptrace", refusePtrace },
         { "no-clone", "a sandbox refuses new processes", refuseClone },
     };

@@ -103,6 +103,19 @@ namespace {
         return found;
     }
 
+    // What only the sender reads, as far as the host has set it.
+    std::map<std::string, std::string> textsForTheSender(Reader& reader)
+    {
+        std::map<std::string, std::string> found;
+        for (const char* key : { kComments, kEmail, kAnyAnswer, kCaFile, kKeepReports, kKeepMegabytes, kKeepDays }) {
+            const auto text = reader.Text(key);
+            if (text) {
+                found[key] = *text;
+            }
+        }
+        return found;
+    }
+
     NSString* foundationText(const std::string& text)
     {
         return [NSString stringWithUTF8String:text.c_str()];
@@ -185,6 +198,8 @@ std::optional<Settings> ReadConfiguration(NSDictionary* configuration, std::stri
     const auto vendor = reader.Text(kVendor);
     const auto location = reader.Text(kMinidumpLocation);
     const auto sender = reader.Text(kReporterExeLocation);
+    const auto keepEnvironment = reader.Text(kKeepEnvironment);
+    const auto own = textsForTheSender(reader);
     const auto extra = serverParameters(reader, configuration);
     if (!reader.Refused()) {
         choosePlaces(reader, settings, location, sender);
@@ -192,6 +207,7 @@ std::optional<Settings> ReadConfiguration(NSDictionary* configuration, std::stri
     if (reader.Refused()) {
         return std::nullopt;
     }
+    settings.keepEnvironment = keepEnvironment && SaysYes(*keepEnvironment);
     settings.parameters.Set(kServerType, serverType && !serverType->empty() ? *serverType : kGoogle);
     settings.parameters.Set(kProduct, settings.product);
     settings.parameters.Set(kVersion, version);
@@ -199,6 +215,12 @@ std::optional<Settings> ReadConfiguration(NSDictionary* configuration, std::stri
     settings.parameters.Set(kReportInterval, intervalFrom(interval));
     settings.parameters.Set(kVendor, vendor.value_or("Vendor not specified"));
     settings.parameters.Set(kMinidumpLocation, settings.dumpFolder);
+    if (vendor && !vendor->empty()) {
+        settings.parameters.Set(std::string(kServerParameterPrefix) + "Vendor", *vendor);
+    }
+    for (const auto& pair : own) {
+        settings.parameters.Set(pair.first, pair.second);
+    }
     for (const auto& pair : extra) {
         settings.parameters.Set(pair.first, pair.second);
     }

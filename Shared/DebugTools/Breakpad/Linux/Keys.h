@@ -23,6 +23,7 @@ constexpr char kUpTime[] = "BreakpadProcessUpTime";
 // Of this adapter only.
 constexpr char kAnyAnswer[] = "FallcatchAnyAnswer";
 constexpr char kCaFile[] = "FallcatchCAFile";
+constexpr char kKeepEnvironment[] = "FallcatchKeepEnvironment";
 constexpr char kKeepReports[] = "FallcatchKeepReports";
 constexpr char kKeepMegabytes[] = "FallcatchKeepMegabytes";
 constexpr char kKeepDays[] = "FallcatchKeepDays";

@@ -2,15 +2,20 @@
 #ifndef FALLCATCH_BREAKPAD_REPORTER_H
 #define FALLCATCH_BREAKPAD_REPORTER_H
 
+#include "DumpNames.h"
+#include "DumpPrivacy.h"
 #include "Parameters.h"
+#include "ReservedFiles.h"
 #include "Snapshot.h"
 
 #include "client/linux/handler/exception_handler.h"
 
+#include <climits>
 #include <ctime>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <sys/types.h>
 
 namespace BreakpadLinux {
 
@@ -20,6 +25,7 @@ struct Settings {
     std::string dumpFolder; // both absolute and there
     std::string stateFolder;
     std::string sender; // absolute path of the program
+    bool keepEnvironment = false;
 };
 
 class Reporter {
@@ -38,6 +44,9 @@ private:
     static bool afterDump(const google_breakpad::MinidumpDescriptor& descriptor, void* reporter,
                           bool succeeded);
 
+    bool openDump();
+    bool amendDump() const;
+
     void publish();
     void sendLeftovers() const;
 
@@ -50,6 +59,15 @@ private:
     const std::string mStateFolder;
     const std::string mSender;
     const time_t mStart;
+
+    // For the crash, in which nothing can be found out any more.
+    const pid_t mProcess;
+    const std::string mVersion;
+    const bool mKeepEnvironment;
+    const ProcessTexts mTexts;
+    const AbortText mAbortText;
+    ReservedFiles mFiles;
+    char mPath[PATH_MAX]; // of the dump; the name is the process's own once it crashes
 
     // Last: it is gone before what its callbacks use.
     std::unique_ptr<google_breakpad::ExceptionHandler> mHandler;

@@ -45,6 +45,17 @@ void closeFilesFrom(int first)
     }
 }
 
+bool endsWell(pid_t child)
+{
+    int status = 0;
+    while (waitpid(child, &status, __WALL) < 0) {
+        if (errno != EINTR) {
+            return false;
+        }
+    }
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
 [[noreturn]] void become(const char* program, char* const* arguments, char* const* environment)
 {
     sigset_t none;
@@ -76,16 +87,16 @@ bool StartDetached(const char* program, char* const* arguments, char* const* env
         }
         leave(last > 0 ? 0 : 1);
     }
-    if (between < 0) {
-        return false;
+    return between > 0 && endsWell(between);
+}
+
+bool CanStartProcesses()
+{
+    const pid_t child = forkBare(0);
+    if (child == 0) {
+        leave(0);
     }
-    int status = 0;
-    while (waitpid(between, &status, __WALL) < 0) {
-        if (errno != EINTR) {
-            return false;
-        }
-    }
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return child > 0 && endsWell(child);
 }
 
 char* const* TrustedEnvironment()

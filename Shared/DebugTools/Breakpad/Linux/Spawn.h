@@ -11,6 +11,9 @@ namespace BreakpadLinux {
 // refused the process; whether the program itself could be started is not known.
 bool StartDetached(const char* program, char* const* arguments, char* const* environment);
 
+// Whether the process may start others at all. What it tries is safe in a signal handler, too.
+bool CanStartProcesses();
+
 // The environment for such a program: the caller's, and nothing of it in a process that runs with more rights
 // than whoever started it, who may have written there what he likes.
 char* const* TrustedEnvironment();

@@ -10,7 +10,8 @@
  *     BreakpadReportInterval                   seconds between two reports of the product that are sent,
  *                                              default "3600"; "0" or less: every report is sent. A text that
  *                                              is no finite number is told and changes nothing
- *     BreakpadVendor                           default "Vendor not specified"
+ *     BreakpadVendor                           default "Vendor not specified"; sent as the field Vendor if set
+ *     BreakpadComments, BreakpadEmail          sent with every report
  *     BreakpadMinidumpLocation                 folder of the dumps, "~" allowed; default: the product's folder
  *                                              under Breakpad in the user's cache
  *     BreakpadReporterExeLocation              the sender program; default: fallcatch_sender beside this
@@ -22,6 +23,8 @@
  *
  *     FallcatchAnyAnswer                       yes: a collector of the type "socorro" need not name the report
  *     FallcatchCAFile                          file of certificates to trust instead of the system's
+ *     FallcatchKeepEnvironment                 yes: dumps keep the values of environment variables and the command
+ *                                              line, which are blanked otherwise (LANG, LC_... and TZ stay)
  *     FallcatchKeepReports, ...KeepMegabytes,  how much is kept of a product: default "20", "64", "90"; the
  *     ...KeepDays                              oldest reports go first
  *
