@@ -7,6 +7,7 @@
 #define HSLOG_HSL_BOUNDED_H
 
 #include "HSLValue.h"
+#include "detail/HSLTextCut.h"
 
 #include <cstddef>
 #include <cstring>
@@ -90,34 +91,11 @@ private:
     // Not inlined: a seldom way, and compilers warn of it where they see that a literal is shorter.
     [[gnu::noinline]] void Cut(const Unit* text, std::size_t units)
     {
-        const std::size_t length = WholeCharacters(text, units);
+        const std::size_t length = WholeUnits(text, units);
         std::memcpy(mCopy, text, length * sizeof(Unit));
         mCopy[length] = 0;
         mText = mCopy;
     }
-
-    // The number of units in front of the character that the unit at `end` belongs to. Ill-formed text has no
-    // characters to spare and is cut where it is.
-    static std::size_t WholeCharacters(const Unit* text, std::size_t end)
-    {
-        if constexpr (std::is_same_v<Unit, char>) {
-            constexpr std::size_t kMostTrailingBytes = 3;
-            std::size_t lead = end;
-            while (lead > 0 && end - lead < kMostTrailingBytes && IsTrailingByte(text[lead])) {
-                --lead;
-            }
-            return IsTrailingByte(text[lead]) ? end : lead;
-        } else if constexpr (std::is_same_v<Unit, unsigned short>) {
-            const bool splitsPair =
-                end > 0 && IsSurrogate(text[end - 1], 0xD800) && IsSurrogate(text[end], 0xDC00);
-            return splitsPair ? end - 1 : end;
-        } else {
-            return end;
-        }
-    }
-
-    static bool IsTrailingByte(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
-    static bool IsSurrogate(Unit unit, unsigned int first) { return (unit & 0xFC00u) == first; }
 
     const Unit* mText;
     Unit mCopy[kLargestMaximum / sizeof(Unit) + 1]; // only of a text that was too long

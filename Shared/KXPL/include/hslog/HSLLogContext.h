@@ -186,6 +186,8 @@ public:
     int mLowWater;     // bytes below which it ends
 
 private:
+    friend struct CLogCall; // measures texts by itself
+
     // What Begin answers when there is no place for a record as a whole; no offset is that small.
     static constexpr unsigned int kNothingToWrite = 0;
     static constexpr unsigned int kPieceByPiece = 1;

@@ -1,0 +1,63 @@
+// The seven levels by name, and what a call of HSLLog.h takes as its category.
+#ifndef HSLOG_HSL_LEVEL_H
+#define HSLOG_HSL_LEVEL_H
+
+#include "HSLCat.h"
+
+#include <type_traits>
+
+namespace HSL {
+
+// The codes of the levels as categories.
+enum class Level : unsigned char {
+    kUltraVerbose,
+    kVerbose,
+    kChatty,
+    kInfo,
+    kWarning,
+    kError,
+    kCatastrophy
+};
+
+constexpr int kLevels = 7;
+
+constexpr unsigned char CodeOf(Level level)
+{
+    return static_cast<unsigned char>(level);
+}
+
+template <typename Integer> constexpr unsigned char CodeOf(Integer code)
+{
+    return static_cast<unsigned char>(code);
+}
+
+// A level below the least one that a program is compiled with. The values of such a call are checked, and no
+// more.
+struct LeftOut { };
+
+constexpr LeftOut CodeOf(LeftOut)
+{
+    return {};
+}
+
+template <typename Category> inline constexpr bool kIsCompiled = !std::is_same<Category, const LeftOut>::value;
+
+template <int kLevel> using LevelNumber = std::integral_constant<int, kLevel>;
+
+template <int kLeast, int kLevel> constexpr auto LevelFrom(LevelNumber<kLevel>)
+{
+    if constexpr (kLevel >= kLeast) {
+        return Level(kLevel);
+    } else {
+        return LeftOut();
+    }
+}
+
+inline const CCat& CodeOf(const CCat& cat)
+{
+    return cat;
+}
+
+} // namespace HSL
+
+#endif
