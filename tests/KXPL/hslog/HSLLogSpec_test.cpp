@@ -1,4 +1,4 @@
-// Specifications between braces, each against what std::format shows, which the expectations quote.
+// Options between braces, each against what std::format shows, which the expectations quote.
 #include "hslog/HSLLog.h"
 
 #include "ManualPass.h"

@@ -10,7 +10,7 @@
 // Optional, beside HSLog and Log, which it changes nothing of: a call writes the same kind of record, for the
 // same filter and the same callbacks. The format is translated into printf's language while the program is
 // compiled; nothing is formatted, allocated or locked at the call. A wrong number of values, a type that cannot
-// be shown and a specification that does not suit are refused by the compiler, which names the placeholder and
+// be shown and options that do not suit are refused by the compiler, which names the placeholder and
 // its column. So neither a format that never returns from rendering nor a conversion that reads through a
 // number can be written this way.
 //
@@ -22,7 +22,7 @@
 //  - Types: see HSLLogTypes.h; in short every arithmetic type, texts of every kind, enumerations, pointers,
 //    std::chrono's durations and points in time, std::optional, std::error_code, and whatever has a ToLogText.
 //  - A negative number under x or o shows as its bits, of the width of its type.
-//  - Without a specification a double shows up to 15 significant digits, a float up to 7, as %g does.
+//  - Without options a double shows up to 15 significant digits, a float up to 7, as %g does.
 //  - Each text takes at most 1,000 bytes, cut between characters of UTF-8, and {:.N} at most N characters (and,
 //  above
 //    1,000, at most N bytes of a narrow text). All of a record together stays below the 4,096 bytes that a ring

@@ -42,19 +42,19 @@ template <Problem kProblem, int kPlaceholder, std::size_t kColumn> struct Refusa
     static_assert(kProblem != kNotLoggable,
                   "a value has a type that cannot be logged: offer ToLogText(const T&) beside the type, which "
                   "returns a text or anything else that can be logged");
-    static_assert(kProblem != kUnknownSpecification, "what stands behind the : is no format specification");
+    static_assert(kProblem != kUnknownOptions, "what stands behind the : are no options of a format");
     static_assert(kProblem != kFillOrCentre,
                   "only blanks fill, to the left or to the right of a value and not around it; a number is "
                   "filled with zeros by {:08}, and a duration to its left only");
     static_assert(kProblem != kFromValue,
                   "a width or precision cannot come from a value: write it as a number");
     static_assert(kProblem != kLocale, "values are shown without a locale");
-    static_assert(kProblem != kNotForThisType, "the specification does not suit the type of its value");
+    static_assert(kProblem != kNotForThisType, "the options do not suit the type of its value");
     static_assert(kProblem != kNoBinary, "there is no binary here: take {:#x} or {:#o}");
     static_assert(kProblem != kNoSign, "no sign is shown of an unsigned number, nor in front of x, X or o");
     static_assert(kProblem != kPrefixedWidth,
                   "behind 0x only zeros fill, or blanks to the right: write {:#010x}, {:<#10x} or {:<20}");
-    static_assert(kProblem != kNoSpecification, "points in time and error codes take no specification");
+    static_assert(kProblem != kTakesNoOptions, "points in time and error codes take no options");
     static_assert(kProblem != kRecordTooLong,
                   "the record is longer than the 4,096 bytes that every ring keeps free: shorten the format");
     static_assert(kProblem != kZeroByte, "a format cannot hold a zero byte");

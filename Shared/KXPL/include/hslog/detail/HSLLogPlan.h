@@ -23,7 +23,7 @@ struct Step {
     std::size_t mEmptyLength = 0;
 };
 
-// What the specification of an argument says about its text.
+// What the options of an argument say about its text.
 struct TextLimit {
     unsigned int mBytes = 0;
     unsigned int mCharacters = 0;

@@ -15,7 +15,7 @@ enum Class : unsigned char {
     kReal,
     kText,
     kAddress,
-    kFixed,  // shows as mFixed does, whatever the specification would be; so there must be none
+    kFixed,  // shows as mFixed does, whatever the options would be; so there must be none
     kNothing // not loggable
 };
 

@@ -19,7 +19,7 @@ enum Problem {
     kBadNumber,
     kMixedNumbering,
     kNotLoggable,
-    kUnknownSpecification,
+    kUnknownOptions,
     kFillOrCentre,
     kFromValue,
     kLocale,
@@ -27,7 +27,7 @@ enum Problem {
     kNoBinary,
     kNoSign,
     kPrefixedWidth,
-    kNoSpecification,
+    kTakesNoOptions,
     kRecordTooLong,
     kZeroByte,
     kTooWide
@@ -78,7 +78,7 @@ constexpr unsigned int TakeNumber(const char* text, std::size_t& position)
     return number;
 }
 
-// The specification between ':' and '}', at `position` of a terminated text; moves the position to the '}'
+// The options between ':' and '}', at `position` of a terminated text; moves the position to the '}'
 // unless there is a problem.
 constexpr Spec ParseSpec(const char* text, std::size_t& position)
 {
@@ -115,7 +115,7 @@ constexpr Spec ParseSpec(const char* text, std::size_t& position)
         ++position;
         spec.mHasPrecision = true;
         if (!IsDigit(text[position]) && text[position] != '{') {
-            spec.mProblem = kUnknownSpecification;
+            spec.mProblem = kUnknownOptions;
             return spec;
         }
         spec.mPrecision = TakeNumber(text, position);
@@ -137,7 +137,7 @@ constexpr Spec ParseSpec(const char* text, std::size_t& position)
         ++position;
     }
     if (text[position] != '}') {
-        spec.mProblem = text[position] == 0 ? kLoneBrace : kUnknownSpecification;
+        spec.mProblem = text[position] == 0 ? kLoneBrace : kUnknownOptions;
     }
     return spec;
 }
@@ -318,7 +318,7 @@ constexpr void ConvertByClass(Conversion& conversion, const Shape& shape, const 
         return ConvertAddress(conversion, spec);
     case kFixed:
         if (!IsEmpty(spec)) {
-            return conversion.Refuse(kNoSpecification);
+            return conversion.Refuse(kTakesNoOptions);
         }
         conversion.Add(shape.mFixed);
         conversion.mTextBytes = kUsualTextBytes;
@@ -329,7 +329,7 @@ constexpr void ConvertByClass(Conversion& conversion, const Shape& shape, const 
     }
 }
 
-// Writes what a value of the shape is shown with under the specification.
+// Writes what a value of the shape is shown with under the options.
 constexpr void Convert(Conversion& conversion, const Shape& shape, const Spec& spec)
 {
     const std::size_t unit = LengthOf(shape.mUnit);

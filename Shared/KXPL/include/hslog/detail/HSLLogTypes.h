@@ -134,7 +134,7 @@ struct Loggable<T,
     };
 };
 
-// Shown as a word, unless the specification asks for a number; the translation tells which by the room for a
+// Shown as a word, unless the options ask for a number; the translation tells which by the room for a
 // text.
 template <> struct Loggable<bool> {
     static constexpr Shape kShape = { kBoolean, 1 };
