@@ -38,6 +38,7 @@ function(fallcatch_breakpad_target target)
     # Public, since the width of off_t decides the layout of Breakpad's classes on 32 bits.
     target_compile_definitions(${target} PUBLIC
         HAVE_GETCONTEXT=1 _FILE_OFFSET_BITS=64 __STDC_FORMAT_MACROS)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
     target_include_directories(${target} SYSTEM PUBLIC "${breakpad_src}" "${FALLCATCH_LSS_PARENT}")
 endfunction()
 

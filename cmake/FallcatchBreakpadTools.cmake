@@ -37,7 +37,11 @@ list(TRANSFORM processor APPEND .cc)
 fallcatch_breakpad_tool(minidump_stackwalk ${processor} ${libdisasm}
     common/linux/scoped_pipe.cc common/linux/scoped_tmpfile.cc common/path_helper.cc)
 
-find_package(ZLIB REQUIRED)
+find_package(ZLIB)
+if(NOT ZLIB_FOUND)
+    message(FATAL_ERROR "Breakpad's dump_syms needs zlib: install zlib1g-dev, or configure with "
+        "-DFALLCATCH_BREAKPAD=OFF")
+endif()
 set(reader
     dwarf_cfi_to_module dwarf_cu_to_module dwarf_line_to_module dwarf_range_list_handler language module
     path_helper stabs_reader stabs_to_module dwarf/bytereader dwarf/dwarf2diehandler dwarf/dwarf2reader

@@ -9,6 +9,7 @@ function(fallcatch_target target)
         CXX_EXTENSIONS OFF
         OBJCXX_EXTENSIONS OFF
         OBJCXX_STANDARD 17
+        UNITY_BUILD OFF # sources have names of their own in common, in anonymous namespaces
         CXX_VISIBILITY_PRESET hidden
         OBJCXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON)

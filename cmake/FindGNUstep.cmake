@@ -14,7 +14,7 @@ find_library(GNUSTEP_BASE_LIBRARY gnustep-base)
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(GNUstep
     REQUIRED_VARS GNUSTEP_CONFIG GNUSTEP_BASE_LIBRARY _flags
-    REASON_FAILURE_MESSAGE "install gobjc++, libgnustep-base-dev, gnustep-make and make")
+    REASON_FAILURE_MESSAGE "install gobjc++, libgnustep-base-dev, gnustep-make and make, or configure with -DFALLCATCH_GLUE=OFF")
 
 if(GNUstep_FOUND AND NOT TARGET GNUstep::base)
     separate_arguments(_flags UNIX_COMMAND "${_flags}")

@@ -15,6 +15,16 @@ foreach(variable IN ITEMS CMAKE_C_COMPILER CMAKE_CXX_COMPILER CMAKE_OBJCXX_COMPI
 endforeach()
 file(WRITE ${consumer_cache} "${settings}")
 
+# The sources in a host of every later standard, without a preset more for each.
+set(consumer_standard 20)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    set(consumer_standard 23)
+elseif(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+    set(consumer_standard 17)
+endif()
+find_program(FALLCATCH_PKG_CONFIG pkg-config)
+find_program(FALLCATCH_CLANG clang)
+
 function(fallcatch_add_consumer_test name step)
     add_test(NAME ${name} COMMAND ${CMAKE_COMMAND}
         -DSTEP=${step}
@@ -24,6 +34,13 @@ function(fallcatch_add_consumer_test name step)
         -DFALLCATCH_BINARY_DIR=${PROJECT_BINARY_DIR}
         -DGENERATOR=${CMAKE_GENERATOR}
         -DCONFIG=$<CONFIG>
+        -DSTANDARD=${consumer_standard}
+        -DPKG_CONFIG=${FALLCATCH_PKG_CONFIG}
+        -DCLANG=${FALLCATCH_CLANG}
+        -DCC=${CMAKE_C_COMPILER}
+        -DCXX=${CMAKE_CXX_COMPILER}
+        -DC_FLAGS=${CMAKE_C_FLAGS}
+        -DCXX_FLAGS=${CMAKE_CXX_FLAGS}
         -DGLUE=$<BOOL:${FALLCATCH_GLUE}>
         -DBREAKPAD=$<BOOL:$<TARGET_EXISTS:fallcatch_breakpad>>
         -P ${consumer_dir}/run.cmake)
@@ -41,3 +58,21 @@ if(NOT FALLCATCH_GLUE)
     set_tests_properties(Consumer.IsToldThatTheBridgeWasNotBuilt PROPERTIES FIXTURES_REQUIRED fallcatch_package)
 endif()
 fallcatch_add_consumer_test(Consumer.UsesTheSourcesAsASubdirectory subdirectory)
+
+# Hosts of other kinds. Once is enough for each, so the sanitized builds leave them out.
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize" OR FALLCATCH_COVERAGE)
+    return()
+endif()
+fallcatch_add_consumer_test(Consumer.InPlainCUsesTheInstalledPackage c_only)
+fallcatch_add_consumer_test(Consumer.LeavesNothingBehindWhenItIsUninstalled uninstall)
+fallcatch_add_consumer_test(Consumer.InPlainCIsToldThatASubdirectoryNeedsCxx c_only_subdirectory)
+set_tests_properties(Consumer.InPlainCUsesTheInstalledPackage PROPERTIES FIXTURES_REQUIRED fallcatch_package)
+set_tests_properties(Consumer.LeavesNothingBehindWhenItIsUninstalled Consumer.PackageInstallsIntoAnyPrefix PROPERTIES
+    RESOURCE_LOCK fallcatch_install_manifest)
+if(FALLCATCH_PKG_CONFIG AND NOT APPLE)
+    fallcatch_add_consumer_test(Consumer.NeedsNothingButPkgConfig pkg_config)
+    set_tests_properties(Consumer.NeedsNothingButPkgConfig PROPERTIES FIXTURES_REQUIRED fallcatch_package)
+endif()
+if(FALLCATCH_CLANG AND FALLCATCH_GLUE AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    fallcatch_add_consumer_test(Consumer.CompiledByClangHasItsBridgeCompiledByGcc clang)
+endif()

@@ -11,8 +11,12 @@ function(run)
     endif()
 endfunction()
 
+# SOURCE_DIR: the project, where it is not the one in this folder.
 function(configure_command build_dir result)
-    set(${result} ${CMAKE_COMMAND} -S ${CMAKE_CURRENT_FUNCTION_LIST_DIR} -B ${build_dir} -G ${GENERATOR}
+    if(NOT SOURCE_DIR)
+        set(SOURCE_DIR ${CMAKE_CURRENT_FUNCTION_LIST_DIR})
+    endif()
+    set(${result} ${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${build_dir} -G ${GENERATOR}
         -C ${SETTINGS} -DCMAKE_BUILD_TYPE=${CONFIG} ${ARGN} PARENT_SCOPE)
 endfunction()
 
@@ -53,26 +57,16 @@ endfunction()
 function(expect_files)
     file(GLOB_RECURSE headers RELATIVE ${prefix}/include ${prefix}/include/*)
     set(expected
-        kxpl/CircularBuffer.h
-        kxpl/KxLock.h
-        kxpl/KxMutex.h
-        kxpl/KxThread.h
-        kxpl/KxThreadLocal.h
-        kxpl/KxTime.h
-        kxpl/KxUnicode.h
-        kxpl/detail/KxAtomic.h
-        kxpl/hslog/HSL.h
-        kxpl/hslog/HSLBounded.h
-        kxpl/hslog/HSLCat.h
-        kxpl/hslog/HSLCollectionThread.h
-        kxpl/hslog/HSLFormatCheck.h
-        kxpl/hslog/HSLLogContext.h
-        kxpl/hslog/HSLLogManager.h
-        kxpl/hslog/HSLValue.h
-        kxpl/hslog/detail/HSLFormatRules.h
-        kxpl/hslog/detail/HSLRecordPlace.h)
+        kxpl/CircularBuffer.h kxpl/FallcatchVersion.h kxpl/KxLock.h kxpl/KxMutex.h kxpl/KxThread.h
+        kxpl/KxThreadLocal.h kxpl/KxTime.h kxpl/KxUnicode.h kxpl/detail/KxAtomic.h kxpl/hslog/HSL.h
+        kxpl/hslog/HSLBounded.h kxpl/hslog/HSLCat.h kxpl/hslog/HSLCollectionThread.h kxpl/hslog/HSLForkGuard.h
+        kxpl/hslog/HSLFormatCheck.h kxpl/hslog/HSLLevel.h kxpl/hslog/HSLLog.h kxpl/hslog/HSLLogContext.h
+        kxpl/hslog/HSLLogManager.h kxpl/hslog/HSLValue.h kxpl/hslog/detail/HSLFormatRules.h
+        kxpl/hslog/detail/HSLLogCall.h kxpl/hslog/detail/HSLLogLimit.h kxpl/hslog/detail/HSLLogPlan.h
+        kxpl/hslog/detail/HSLLogShape.h kxpl/hslog/detail/HSLLogSpec.h kxpl/hslog/detail/HSLLogTypes.h
+        kxpl/hslog/detail/HSLRecordPlace.h kxpl/hslog/detail/HSLTextCut.h)
     if(GLUE)
-        list(APPEND expected fallcatch/fallcatch.h)
+        list(APPEND expected fallcatch/FallcatchVersion.h fallcatch/fallcatch.h)
     endif()
     if(BREAKPAD)
         list(APPEND expected fallcatch/fallcatch_breakpad.h)
@@ -85,6 +79,68 @@ function(expect_files)
     file(GLOB_RECURSE libraries RELATIVE ${prefix} ${prefix}/*libfallcatch*)
     if(libraries AND NOT GLUE)
         message(FATAL_ERROR "Installed without having been asked for: ${libraries}")
+    endif()
+endfunction()
+
+# What stands in the licence's and the bill's place, whatever was built.
+function(expect_documents)
+    set(expected LICENSE fallcatch.spdx.json)
+    if(BREAKPAD)
+        set(expected LICENSE LICENSE.breakpad fallcatch.spdx.json)
+    endif()
+    file(GLOB documents RELATIVE ${prefix}/share/doc/fallcatch ${prefix}/share/doc/fallcatch/*)
+    if(NOT documents STREQUAL expected)
+        message(FATAL_ERROR "Installed documents: ${documents}")
+    endif()
+    file(READ ${prefix}/share/doc/fallcatch/fallcatch.spdx.json bill)
+    string(JSON version GET "${bill}" spdxVersion)
+    string(JSON count LENGTH "${bill}" packages)
+    math(EXPR last "${count} - 1")
+    set(names "")
+    foreach(i RANGE ${last})
+        string(JSON name GET "${bill}" packages ${i} name)
+        list(APPEND names "${name}")
+    endforeach()
+    if(NOT version STREQUAL "SPDX-2.3" OR NOT "fallcatch" IN_LIST names
+            OR (BREAKPAD AND NOT ("breakpad" IN_LIST names AND "libcurl" IN_LIST names)))
+        message(FATAL_ERROR "The bill of materials of ${version} tells of ${names}")
+    endif()
+endfunction()
+
+# Compiles and runs a host with nothing but what pkg-config tells.
+function(use_pkg_config name compiler source)
+    set(ENV{PKG_CONFIG_PATH} ${prefix}/lib/pkgconfig)
+    execute_process(COMMAND ${PKG_CONFIG} --cflags --libs ${name} RESULT_VARIABLE result OUTPUT_VARIABLE flags
+        OUTPUT_STRIP_TRAILING_WHITESPACE)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "pkg-config knows no ${name}")
+    endif()
+    separate_arguments(flags UNIX_COMMAND "${flags}")
+    separate_arguments(own_flags UNIX_COMMAND "${ARGN}")
+    file(MAKE_DIRECTORY ${WORK_DIR}/pkg-config)
+    set(program ${WORK_DIR}/pkg-config/${name})
+    run(${compiler} ${own_flags} ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/${source} -o ${program} ${flags}
+        -Wl,-rpath,${prefix}/lib)
+    keep_to_work_dir()
+    run(${program})
+endfunction()
+
+# Everything that an installation put somewhere is gone after an uninstallation, and nothing else is.
+function(expect_uninstalled)
+    set(root ${WORK_DIR}/uninstalled)
+    file(REMOVE_RECURSE ${root})
+    set(ENV{DESTDIR} ${root})
+    set(manifest ${FALLCATCH_BINARY_DIR}/install_manifest.txt)
+    run(${CMAKE_COMMAND} --install ${FALLCATCH_BINARY_DIR} --config ${CONFIG} --prefix /opt/here)
+    file(WRITE ${root}/opt/here/include/others.h "")
+    # A copy, since other tests install from the same build.
+    file(COPY_FILE ${manifest} ${WORK_DIR}/manifest.txt)
+    run(${CMAKE_COMMAND} -DMANIFEST=${WORK_DIR}/manifest.txt
+        -P ${FALLCATCH_SOURCE_DIR}/cmake/FallcatchUninstall.cmake)
+    file(GLOB_RECURSE left LIST_DIRECTORIES TRUE RELATIVE ${root}/opt/here ${root}/opt/here/*)
+    list(FILTER left EXCLUDE REGEX "^(include|lib|lib/cmake|lib/pkgconfig|libexec|share|share/doc|bin)$")
+    if(NOT left STREQUAL "include/others.h")
+        message(FATAL_ERROR "Left over: ${left}")
     endif()
 endfunction()
 
@@ -105,20 +161,48 @@ function(expect_no_paths)
     endforeach()
 endfunction()
 
+set(components kxpl)
+if(GLUE)
+    string(APPEND components "\;glue")
+endif()
+if(BREAKPAD)
+    string(APPEND components "\;breakpad")
+endif()
 if(STEP STREQUAL "install")
     file(REMOVE_RECURSE ${prefix} ${WORK_DIR}/first-prefix)
     run(${CMAKE_COMMAND} --install ${FALLCATCH_BINARY_DIR} --config ${CONFIG} --prefix ${WORK_DIR}/first-prefix)
     file(RENAME ${WORK_DIR}/first-prefix ${prefix})
     expect_files()
+    expect_documents()
     expect_no_paths()
 elseif(STEP STREQUAL "package")
-    set(components kxpl)
-    if(GLUE)
-        set(components "kxpl\;glue")
-    endif()
     build_and_test(${WORK_DIR}/package -DCMAKE_PREFIX_PATH=${prefix} "-DCONSUMER_COMPONENTS=${components}")
 elseif(STEP STREQUAL "subdirectory")
-    build_and_test(${WORK_DIR}/subdirectory -DFALLCATCH_SOURCE=${FALLCATCH_SOURCE_DIR})
+    build_and_test(${WORK_DIR}/subdirectory -DFALLCATCH_SOURCE=${FALLCATCH_SOURCE_DIR}
+        -DCMAKE_CXX_STANDARD=${STANDARD} -DCMAKE_COMPILE_WARNING_AS_ERROR=ON -DCMAKE_UNITY_BUILD=ON)
+elseif(STEP STREQUAL "c_only")
+    set(SOURCE_DIR ${CMAKE_CURRENT_LIST_DIR}/c_only)
+    build_and_test(${WORK_DIR}/c_only -DCMAKE_PREFIX_PATH=${prefix} "-DCONSUMER_COMPONENTS=${components}")
+elseif(STEP STREQUAL "c_only_subdirectory")
+    set(SOURCE_DIR ${WORK_DIR}/c_only_subdirectory_source)
+    file(WRITE ${SOURCE_DIR}/CMakeLists.txt "cmake_minimum_required(VERSION 3.21)\nproject(host LANGUAGES C)\n"
+        "add_subdirectory(${FALLCATCH_SOURCE_DIR} fallcatch)\n")
+    expect_refusal("needs project.... LANGUAGES C CXX.")
+elseif(STEP STREQUAL "clang")
+    set(SETTINGS ${WORK_DIR}/clang.cmake)
+    file(WRITE ${SETTINGS} "set(CMAKE_C_COMPILER ${CLANG} CACHE STRING \"\")\n"
+        "set(CMAKE_CXX_COMPILER ${CLANG}++ CACHE STRING \"\")\n")
+    configure_command(${WORK_DIR}/clang configure -DFALLCATCH_SOURCE=${FALLCATCH_SOURCE_DIR} -DCONSUMER_GLUE=ON)
+    file(REMOVE_RECURSE ${WORK_DIR}/clang)
+    run(${configure})
+    run(${CMAKE_COMMAND} --build ${WORK_DIR}/clang --parallel 2 --target fallcatch_objects)
+elseif(STEP STREQUAL "pkg_config")
+    use_pkg_config(kxpl ${CXX} logging_host.cpp -std=c++17 ${CXX_FLAGS})
+    if(BREAKPAD)
+        use_pkg_config(fallcatch ${CC} c_only/host.c ${C_FLAGS})
+    endif()
+elseif(STEP STREQUAL "uninstall")
+    expect_uninstalled()
 elseif(STEP STREQUAL "unknown_component")
     expect_refusal("no component nonsense" -DCONSUMER_COMPONENTS=nonsense)
 elseif(STEP STREQUAL "missing_bridge")

@@ -34,10 +34,13 @@ bool endsConversion(char letter)
     }
 }
 
-// The write to a volatile keeps the compiler from removing the loop.
+// The look at a volatile keeps the compiler from removing the loop.
 [[noreturn]] void searchForEver()
 {
-    for (volatile unsigned int searches = 0;; searches = searches + 1) { }
+    const volatile unsigned int searches = 0;
+    for (;;) {
+        static_cast<void>(searches);
+    }
 }
 
 } // namespace

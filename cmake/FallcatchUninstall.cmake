@@ -1,0 +1,31 @@
+# Removes the files that the last `cmake --install` of this build listed, below DESTDIR if that is set as it was
+# then, and the folders that are empty afterwards and bear fallcatch's or kxpl's name.
+cmake_minimum_required(VERSION 3.21)
+
+if(NOT EXISTS "${MANIFEST}")
+    message(FATAL_ERROR "Nothing was installed from this build: there is no ${MANIFEST}")
+endif()
+file(STRINGS "${MANIFEST}" files)
+set(folders "")
+foreach(file IN LISTS files)
+    set(path "$ENV{DESTDIR}${file}")
+    if(EXISTS "${path}" OR IS_SYMLINK "${path}")
+        message(STATUS "Removing ${path}")
+        file(REMOVE "${path}")
+    endif()
+    get_filename_component(folder "${path}" DIRECTORY)
+    while(folder MATCHES "/(fallcatch|kxpl)(/|$)")
+        list(APPEND folders "${folder}")
+        get_filename_component(folder "${folder}" DIRECTORY)
+    endwhile()
+endforeach()
+
+# The deepest ones first.
+list(REMOVE_DUPLICATES folders)
+list(SORT folders ORDER DESCENDING)
+foreach(folder IN LISTS folders)
+    file(GLOB left "${folder}/*" "${folder}/.*")
+    if(IS_DIRECTORY "${folder}" AND NOT left)
+        file(REMOVE_RECURSE "${folder}")
+    endif()
+endforeach()
