@@ -14,12 +14,13 @@ namespace {
 constexpr std::size_t kNone = std::string::npos;
 constexpr std::size_t kMostCategories = 10;
 
-// What the C library's formatter makes of it, cut as every piece is; nothing where it fails.
+// What the C library's formatter makes of it, cut as every piece is; where it fails, what it wrote before.
 template <typename... Values> std::string printed(bool render, const std::string& format, Values... values)
 {
     static char buffer[65536];
     // No format takes the zero; without it compilers take a format that comes alone for a mistake.
-    return render && std::snprintf(buffer, sizeof buffer, format.c_str(), values..., 0) >= 0 ? buffer : "";
+    buffer[0] = 0;
+    return render && std::snprintf(buffer, sizeof buffer, format.c_str(), values..., 0) != 0 ? buffer : "";
 }
 
 FormattedValue formattedValue(int tag)

@@ -60,20 +60,27 @@ TEST(StringifyLimits, ValueThatCannotBeEncodedNeverShowsAnEarlierText)
     EXPECT_EQ(ring.Render(inlineRecord("", 1).WString(L"\u20AC")), " () ");
 }
 
-TEST(StringifyLimits, ValueThatCannotBeEncodedLosesItsWholePiece)
+TEST(StringifyLimits, TextInFrontOfAValueThatCannotBeEncodedStays)
 {
     RenderRing ring;
-    EXPECT_EQ(ring.Render(inlineRecord("x=%S y=%d", 2).WString(L"\u20AC").Int32(5)), " y=5");
+    EXPECT_EQ(ring.Render(inlineRecord("opened %S, %d left", 2).WString(L"\u20AC").Int32(5)),
+              "opened , 5 left");
 }
 
-TEST(StringifyLimits, FormatThatTheFormatterRefusesGivesNoText)
+TEST(StringifyLimits, TextInFrontOfALonePercentStays)
 {
     RenderRing ring;
-    EXPECT_EQ(ring.Render(inlineRecord("100%", 0)), "");
-    EXPECT_EQ(ring.Render(inlineRecord("100%", 1).Int32(5)), " (5) ");
+    EXPECT_EQ(ring.Render(inlineRecord("progress 100%", 0)), "progress 100");
+    EXPECT_EQ(ring.Render(inlineRecord("progress 100%", 1).Int32(5)), "progress 100 (5) ");
 }
 
-TEST(StringifyLimits, FormatterThatFailsAfterWritingGivesNoText)
+TEST(StringifyLimits, WidthThatNoResultCanTellFillsThePiece)
+{
+    RenderRing ring;
+    EXPECT_EQ(ring.Render(inlineRecord("%2147483647d", 1).Int32(5)), std::string(65535, ' '));
+}
+
+TEST(StringifyLimits, WhatTheFormatterWroteBeforeItFailedStays)
 {
     RenderRing ring;
     Interposed hooks;
@@ -81,7 +88,18 @@ TEST(StringifyLimits, FormatterThatFailsAfterWritingGivesNoText)
         __real_vsnprintf(output, size, format, values);
         return -1;
     };
-    EXPECT_EQ(ring.Render(inlineRecord("a=%1d", 1).Int32(1)), "");
+    EXPECT_EQ(ring.Render(inlineRecord("a=%1d", 1).Int32(1)), "a=1");
+}
+
+TEST(StringifyLimits, FormatterThatFailsWithoutATerminatorIsReadUpToTheLimit)
+{
+    RenderRing ring;
+    Interposed hooks;
+    hooks.vsnprintfHook = [](char* output, std::size_t size, const char*, va_list) {
+        std::memset(output, 'x', size);
+        return -1;
+    };
+    EXPECT_EQ(ring.Render(inlineRecord("a=%1d", 1).Int32(1)), std::string(65535, 'x'));
 }
 
 TEST(StringifyLimits, FormatterThatFailsWithoutWritingGivesNoText)

@@ -17,11 +17,12 @@ void appendFormatted(TextBuffer& text, const char* format, ...)
 {
     va_list values;
     va_start(values, format);
-    const int length = std::vsnprintf(gOutputBuffer, sizeof gOutputBuffer, format, values);
+    // What it refuses it may have written in part, or not at all; and C17 7.21.6.12 promises no terminator then.
+    gOutputBuffer[0] = 0;
+    static_cast<void>(std::vsnprintf(gOutputBuffer, sizeof gOutputBuffer, format, values));
+    gOutputBuffer[kLongestPiece] = 0;
     va_end(values);
-    if (length >= 0) {
-        text.Append(gOutputBuffer, std::strlen(gOutputBuffer));
-    }
+    text.Append(gOutputBuffer, std::strlen(gOutputBuffer));
 }
 
 } // namespace HSL
