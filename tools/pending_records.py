@@ -172,14 +172,9 @@ def static(code, name):
 
 def last_time():
     """The time of the record that a pass processed last, in seconds; None if none was."""
-    function = "HSL::CLogManager::OutputNextMessage(HSL::CLogContext*, int)::"
     file = "HSL::(anonymous namespace)::"
-    if not (static("I", function + "sLastSecs") or static("I", file + "sLastSecs")):
-        return None
-    whole = static("d", file + "sLastTime")
-    if whole is not None:
-        return whole
-    return static("I", function + "sLastSecs") + static("I", function + "sLastMicros") / 1000000.0
+    seconds = static("I", file + "sLastSecs")
+    return seconds + static("I", file + "sLastMicros") / 1000000.0 if seconds else None
 
 
 def header(record, name, last):

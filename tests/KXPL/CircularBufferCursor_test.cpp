@@ -197,46 +197,6 @@ TEST(RingCursor, NothingCanAlwaysBeTakenInPlaceFromARing)
     EXPECT_NE(cursor.TakeInPlace(0), nullptr);
 }
 
-TEST(RingCursor, IsDueAfterAnEighthOfASmallRing)
-{
-    Ring ring(1, 800);
-    ring.write(std::string(800, 'x'));
-    RingCursor cursor(ring.control());
-    take(cursor, 99);
-    cursor.PublishIfDue();
-    EXPECT_EQ(ring.used(), 800u);
-    take(cursor, 1);
-    cursor.PublishIfDue();
-    EXPECT_EQ(ring.used(), 700u);
-}
-
-TEST(RingCursor, IsDueAfter4096BytesOfALargeRing)
-{
-    Ring ring(1, 100000);
-    ring.write(std::string(100000, 'x'));
-    RingCursor cursor(ring.control());
-    take(cursor, 4095);
-    cursor.PublishIfDue();
-    EXPECT_EQ(ring.used(), 100000u);
-    take(cursor, 1);
-    cursor.PublishIfDue();
-    EXPECT_EQ(ring.used(), 95904u);
-}
-
-TEST(RingCursor, IsDueAcrossTheEndAsWell)
-{
-    Ring ring(1, 80);
-    ring.advance(75);
-    ring.write(std::string(40, 'x'));
-    RingCursor cursor(ring.control());
-    take(cursor, 9);
-    cursor.PublishIfDue();
-    EXPECT_EQ(ring.used(), 40u);
-    take(cursor, 1);
-    cursor.PublishIfDue();
-    EXPECT_EQ(ring.used(), 30u);
-}
-
 TEST(RingCursor, OfNoRingReadsAsEmpty)
 {
     RingCursor cursor(nullptr);
@@ -244,7 +204,6 @@ TEST(RingCursor, OfNoRingReadsAsEmpty)
     EXPECT_EQ(take(cursor, 0), "");
     EXPECT_EQ(cursor.TakeInPlace(3), nullptr);
     cursor.Publish();
-    cursor.PublishIfDue();
 }
 
 TEST(RingCursor, OfARingOfLargerElementsReadsAsEmpty)
@@ -263,7 +222,7 @@ TEST(RingCursor, RingWithoutRoomReadsAsEmpty)
     ring.write("a");
     RingCursor cursor(ring.control());
     EXPECT_EQ(take(cursor, 1), std::string(1, '\0'));
-    cursor.PublishIfDue();
+    cursor.Publish();
     EXPECT_EQ(ring.used(), 0u);
 }
 
@@ -301,17 +260,11 @@ TEST(RingCursor, RandomOperationsAgreeWithReads)
                 expected.resize(count, '\0');
                 ASSERT_EQ(take(cursor, count), expected) << "seed " << kSeed << ", round " << round;
             }
-            switch (random() % 4) {
-            case 0:
+            if (random() % 4 == 0) {
                 cursor.Publish();
                 ASSERT_EQ(walked.used(), read.used());
                 ASSERT_EQ(walked.readSlot(), read.readSlot());
-                break;
-            case 1:
-                cursor.PublishIfDue();
-                ASSERT_LE(walked.used(), read.used() + size / 8 + 1);
-                break;
-            default:
+            } else {
                 ASSERT_GE(walked.used(), read.used());
             }
         }
@@ -345,7 +298,7 @@ TEST(RingCursor, KeepsUpWithAWriterOnAnotherThread)
             for (std::uint32_t i = 0, size = 1 + read % 3; i < size; ++i, ++read) {
                 wrong += run[i] != streamByte(read);
             }
-            cursor.PublishIfDue();
+            cursor.Publish();
         } else if ((run = cursor.TakeInPlace(1)) != nullptr) {
             wrong += *run != streamByte(read++);
         } else {

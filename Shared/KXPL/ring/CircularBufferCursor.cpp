@@ -37,14 +37,13 @@ void RingCursor::ReadInPieces(void* destination, std::size_t size)
 
 void RingCursor::Publish()
 {
-    if (mControl == nullptr || mNext == mPublished) {
+    if (mControl == nullptr) {
         return;
     }
     if (mNext == RingEnd()) {
         mNext = RingBegin();
         mKnownEnd = mNext;
     }
-    mPublished = mNext;
     const unsigned char* block = reinterpret_cast<const unsigned char*>(mControl);
     // Hands the slots that were taken back to the writer. Partner: readerPosition.
     KxStoreRelease(mControl->read_offset, static_cast<unsigned int>(mNext - block));

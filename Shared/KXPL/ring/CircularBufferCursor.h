@@ -30,9 +30,6 @@ public:
         mControl = control;
         mNext = slotAt(control, control->read_offset);
         mKnownEnd = mNext;
-        mPublished = mNext;
-        const unsigned int share = control->num_elem / kSharesOfRing;
-        mPublishStep = share < kLargestPublishStep ? share : kLargestPublishStep;
     }
 
     const cb_control* Control() const { return mControl; }
@@ -75,18 +72,7 @@ public:
     // Hands what was taken back to the writer.
     void Publish();
 
-    // The same, but only when so much was taken that the writer should have it: an eighth of the ring or 4,096
-    // bytes, whichever is less.
-    void PublishIfDue()
-    {
-        if (BytesUnpublished() >= mPublishStep) {
-            Publish();
-        }
-    }
-
 private:
-    static constexpr unsigned int kSharesOfRing = 8;
-    static constexpr unsigned int kLargestPublishStep = 4096;
     // Where a cursor of no ring stands: no bytes, but not null, from which not even none may be copied.
     static constexpr unsigned char kNothing[1] = {};
 
@@ -95,22 +81,12 @@ private:
     const unsigned char* RingBegin() const { return slotAt(mControl, mControl->start_offset); }
     const unsigned char* RingEnd() const { return slotAt(mControl, mControl->end_offset) + 1; }
 
-    std::size_t BytesUnpublished() const
-    {
-        if (mNext >= mPublished) {
-            return static_cast<std::size_t>(mNext - mPublished);
-        }
-        return static_cast<std::size_t>(RingEnd() - mPublished) + static_cast<std::size_t>(mNext - RingBegin());
-    }
-
     bool FindMore();
     void ReadInPieces(void* destination, std::size_t size);
 
     cb_control* mControl = nullptr;
     const unsigned char* mNext = kNothing; // the next byte to take; one past the last slot counts as the first
     const unsigned char* mKnownEnd = kNothing;  // of the bytes that lie there in one piece and are known of
-    const unsigned char* mPublished = kNothing; // where the ring believes the reader to be
-    std::size_t mPublishStep = 0;
 };
 
 } // namespace KXPL

@@ -19,19 +19,26 @@ struct Less {
     bool operator()(const Context* a, const Context* b) const { return a->number < b->number; }
 };
 
+using Merge = HSL::Merge<Context, Less>;
 using Set = std::set<Context*, Less>;
 
-void insert(HSL::Merge<Context>& merge, Context& context, int number)
+void replaceFirst(Merge& merge, int number)
+{
+    merge.First()->number = number;
+    merge.ReplaceFirst();
+}
+
+void insert(Merge& merge, Context& context, int number)
 {
     context.number = number;
-    merge.Insert(number, &context);
+    merge.Insert(&context);
 }
 
 } // namespace
 
 TEST(Merge, SmallestNumberIsFirst)
 {
-    HSL::Merge<Context> merge;
+    Merge merge;
     Context contexts[3];
     insert(merge, contexts[0], 5);
     insert(merge, contexts[1], -7);
@@ -47,7 +54,7 @@ TEST(Merge, SmallestNumberIsFirst)
 
 TEST(Merge, OrderIsSigned)
 {
-    HSL::Merge<Context> merge;
+    Merge merge;
     Context contexts[2];
     insert(merge, contexts[0], INT_MAX);
     insert(merge, contexts[1], INT_MIN);
@@ -56,7 +63,7 @@ TEST(Merge, OrderIsSigned)
 
 TEST(Merge, OfEqualNumbersTheFirstInsertedStays)
 {
-    HSL::Merge<Context> merge;
+    Merge merge;
     Context contexts[3];
     for (Context& context : contexts) {
         insert(merge, context, 4);
@@ -68,12 +75,12 @@ TEST(Merge, OfEqualNumbersTheFirstInsertedStays)
 
 TEST(Merge, ReplacedFirstThatEqualsAWaitingOneIsTheOneToGo)
 {
-    HSL::Merge<Context> merge;
+    Merge merge;
     Context contexts[2];
     insert(merge, contexts[0], 1);
     insert(merge, contexts[1], 4);
     ASSERT_EQ(merge.First(), &contexts[0]);
-    merge.ReplaceFirst(4);
+    replaceFirst(merge, 4);
     EXPECT_EQ(merge.First(), &contexts[1]);
     merge.RemoveFirst();
     EXPECT_TRUE(merge.IsEmpty());
@@ -81,12 +88,12 @@ TEST(Merge, ReplacedFirstThatEqualsAWaitingOneIsTheOneToGo)
 
 TEST(Merge, FirstMayFollowItselfWithTheSameNumber)
 {
-    HSL::Merge<Context> merge;
+    Merge merge;
     Context contexts[2];
     insert(merge, contexts[0], 4);
     insert(merge, contexts[1], 4);
     ASSERT_EQ(merge.First(), &contexts[0]);
-    merge.ReplaceFirst(4);
+    replaceFirst(merge, 4);
     EXPECT_EQ(merge.First(), &contexts[0]);
     merge.RemoveFirst();
     EXPECT_TRUE(merge.IsEmpty());
@@ -100,7 +107,7 @@ TEST(Merge, RandomNumbersComeOutAsOfASet)
     for (int round = 0; round < 20000; ++round) {
         std::vector<Context> contexts(1 + random() % 20);
         const unsigned int range = round % 3 == 0 ? 10 : (round % 3 == 1 ? 100 : 1u << 31);
-        HSL::Merge<Context> merge;
+        Merge merge;
         Set set;
         int names = 0;
         for (Context& context : contexts) {
@@ -124,7 +131,7 @@ TEST(Merge, RandomNumbersComeOutAsOfASet)
             first->number = random() % 10 != 0 && first->number < 1 << 30
                 ? first->number + static_cast<int>(random() % 8)
                 : static_cast<int>(random() % range);
-            merge.ReplaceFirst(first->number);
+            merge.ReplaceFirst();
             refused += set.insert(first).second ? 0 : 1;
         }
     }

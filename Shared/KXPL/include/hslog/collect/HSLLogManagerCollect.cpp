@@ -18,11 +18,22 @@ constexpr double kMicrosecondsPerSecond = 1000000.0;
 
 // One registered context during one pass.
 struct CContextInfo {
+    // The order of the records' numbers, signed: past 2,147,483,647 they turn negative and the newest records come
+    // first within a pass.
+    struct Less {
+        bool operator()(const CContextInfo* a, const CContextInfo* b) const { return a->mSeqNum < b->mSeqNum; }
+    };
+
+    int mSeqNum {};         // of the next unread record
     unsigned int mIndex {}; // in the manager's list at the start of the pass
     int mSnapshot {};       // complete records when the pass began
     int mRemaining {};      // of those, not yet output
-    int mSeqNum {};         // of the next unread record
     CCircularBuffer* mBuffer = nullptr;
+};
+
+// The same with a place in the ring, which spares the loads and stores of the shared positions that a Read of each
+// field would take.
+struct ContextInPass : CContextInfo {
     RingCursor mRing;
 };
 
@@ -35,7 +46,7 @@ struct Workspace {
 
 // The time of the record processed last, from any context and any manager of this module.
 unsigned int sLastSecs = 0;
-double sLastTime = 0.0; // the same with its microseconds, in seconds
+unsigned int sLastMicros = 0;
 
 int getNextSequenceNum(RingCursor& ring)
 {
@@ -49,7 +60,7 @@ cb_control* controlOf(const CCircularBuffer* buffer)
 }
 
 // A callback that adds or removes contexts breaks its contract; the pass then must not follow stale entries.
-CLogContext* contextOf(const std::vector<CLogContext*>& contexts, const CContextInfo& info)
+CLogContext* contextOf(const std::vector<CLogContext*>& contexts, const ContextInPass& info)
 {
     if (info.mIndex >= contexts.size()) {
         return nullptr;
@@ -62,13 +73,16 @@ CLogContext* contextOf(const std::vector<CLogContext*>& contexts, const CContext
     return known == nullptr || known == controlOf(info.mBuffer) ? context : nullptr;
 }
 
-// The seconds since the previous record, of which this one takes the place.
+// The seconds since the record processed before, of which this one takes the place.
 double deltaTo(unsigned int seconds, unsigned int microseconds)
 {
-    const double time = seconds + microseconds / kMicrosecondsPerSecond;
-    const double delta = sLastSecs != 0 ? time - sLastTime : 0.0;
+    double delta = 0.0;
+    if (sLastSecs != 0) {
+        delta = (seconds + microseconds / kMicrosecondsPerSecond)
+            - (sLastSecs + sLastMicros / kMicrosecondsPerSecond);
+    }
     sLastSecs = seconds;
-    sLastTime = time;
+    sLastMicros = microseconds;
     return delta;
 }
 
@@ -81,6 +95,10 @@ void appendIndentation(TextBuffer& line, unsigned char depth)
 
 // Outputs the record behind the sequence number. Everything that the callback could change is read anew for
 // each record.
+//
+// The ring gets the record's bytes back once the text is whole and before the callback runs, so that a message logged
+// meanwhile finds them free. It gets them in one step: outside of it the ring's read position is always the beginning
+// of a record, also while the number of that record has been looked at.
 void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& ring, int seqNum,
                   Workspace& workspace)
 {
@@ -103,6 +121,7 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
     text.Clear();
     if (manager.GetOutputCallbackType() == CLogManager::kStructuredCallback) {
         appendMessage(text, pass, ring, manager.mFormatStrings);
+        ring.Publish();
         if (pass) {
             // A copy, because the callback may rename the context and still look at what it was given.
             if (workspace.contextName != context.mName) {
@@ -118,6 +137,7 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
         appendIndentation(text, depth);
     }
     appendMessage(text, pass, ring, manager.mFormatStrings);
+    ring.Publish();
     if (pass) {
         text.Append("\n", 1);
         manager.GetOutputCallback()(text.CStr());
@@ -129,11 +149,11 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
 bool CLogManager::Collect()
 {
     const KxLockGuard guard(mLock);
-    std::vector<CContextInfo> infos(mContexts.size());
-    Merge<CContextInfo> merge;
+    std::vector<ContextInPass> infos(mContexts.size());
+    Merge<ContextInPass, CContextInfo::Less> merge;
     long long total = 0;
     for (std::size_t i = 0; i < infos.size(); ++i) {
-        CContextInfo& info = infos[i];
+        ContextInPass& info = infos[i];
         const CLogContext* context = mContexts[i];
         if (context == nullptr) {
             continue;
@@ -147,14 +167,14 @@ bool CLogManager::Collect()
             info.mRing = RingCursor(controlOf(info.mBuffer));
             info.mSeqNum = getNextSequenceNum(info.mRing);
             merge.Reserve(infos.size());
-            merge.Insert(info.mSeqNum, &info);
+            merge.Insert(&info);
         }
         total += info.mSnapshot;
     }
 
     Workspace workspace;
     for (long long output = 0; output < total && !merge.IsEmpty(); ++output) {
-        CContextInfo& next = *merge.First();
+        ContextInPass& next = *merge.First();
         CLogContext* context = contextOf(mContexts, next);
         if (context == nullptr) {
             merge.RemoveFirst();
@@ -165,19 +185,17 @@ bool CLogManager::Collect()
         if (contextOf(mContexts, next) != context) {
             merge.RemoveFirst();
         } else if (next.mRemaining > 0) {
-            next.mRing.PublishIfDue();
             next.mSeqNum = getNextSequenceNum(next.mRing);
-            merge.ReplaceFirst(next.mSeqNum);
+            merge.ReplaceFirst();
         } else {
-            next.mRing.Publish();
             merge.RemoveFirst();
         }
     }
 
-    for (CContextInfo& info : infos) {
+    for (ContextInPass& info : infos) {
         CLogContext* context = contextOf(mContexts, info);
         if (context != nullptr && info.mSnapshot > 0) {
-            info.mRing.Publish();
+            info.mRing.Publish(); // of a record that lost its place to one of the same number, the number
             // Not zero: records completed during the pass stay for the next one.
             KxAtomicAdd32Barrier(-info.mSnapshot, &context->mRecordCount);
         }
@@ -190,7 +208,6 @@ void CLogManager::OutputNextMessage(CLogContext* context, int seqNum)
     RingCursor ring(controlOf(context->mBuffer));
     Workspace workspace;
     outputRecord(*this, *context, ring, seqNum, workspace);
-    ring.Publish();
 }
 
 } // namespace HSL

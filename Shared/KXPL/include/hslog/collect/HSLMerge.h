@@ -9,30 +9,31 @@
 
 namespace HSL {
 
-// A heap that acts like a set: of entries with equal numbers only the one that came first is kept. The others
-// are noticed, and dropped, when the first one has reached the front; until then nobody can tell. Numbers are
-// unique unless a ring was misread.
-template <typename Item> class Merge {
+// A heap that acts like a set: of entries that are equal by `Less` only the one that came first is kept. The others
+// are dropped when the first one has reached the front; before that the two cannot be told apart. Numbers are unique
+// unless a ring was misread.
+//
+// `Less` compares two pointers to items. An item's place in the order must not change while it takes part, but for
+// the first one's right before ReplaceFirst.
+template <typename Item, typename Less> class Merge {
 public:
     void Reserve(std::size_t items) { mHeap.reserve(items); }
 
     bool IsEmpty() const { return mHeap.empty(); }
 
-    void Insert(int number, Item* item)
+    void Insert(Item* item)
     {
-        mHeap.push_back({ NextKey(number), item });
+        mHeap.push_back({ item, mInsertions++ });
         std::size_t at = mHeap.size() - 1;
-        while (at > 0 && mHeap[at].key < mHeap[(at - 1) / 2].key) {
+        while (at > 0 && IsBefore(mHeap[at], mHeap[(at - 1) / 2])) {
             std::swap(mHeap[at], mHeap[(at - 1) / 2]);
             at = (at - 1) / 2;
         }
     }
 
-    // The one with the smallest number, signed: past 2,147,483,647 the numbers turn negative and the newest
-    // records come first within a pass.
     Item* First()
     {
-        while (mHeap.size() > 1 && NumberOf(mHeap[SmallerChild(0)].key) == NumberOf(mHeap[0].key)) {
+        while (mHeap.size() > 1 && !Less()(mHeap[0].item, mHeap[SmallerChild(0)].item)) {
             RemoveAt(SmallerChild(0));
         }
         return mHeap[0].item;
@@ -40,46 +41,40 @@ public:
 
     void RemoveFirst() { RemoveAt(0); }
 
-    // The first one takes part with another number from now on, as if removed and inserted again.
-    void ReplaceFirst(int number) { SiftDown(0, NextKey(number), mHeap[0].item); }
+    // The first one has another place from now on, as if removed and inserted again.
+    void ReplaceFirst() { SiftDown(0, { mHeap[0].item, mInsertions++ }); }
 
 private:
-    // The number, made unsigned without changing the order, and below it the order of insertion. That order
-    // would start again after 4,294,967,296 insertions in one pass, which matters to equal numbers only.
     struct Entry {
-        std::uint64_t key;
         Item* item;
+        std::uint32_t insertion; // starts again after 4,294,967,296 in one pass, which matters to equals only
     };
 
-    static std::uint32_t NumberOf(std::uint64_t key) { return static_cast<std::uint32_t>(key >> 32); }
-
-    std::uint64_t NextKey(int number)
+    static bool IsBefore(const Entry& a, const Entry& b)
     {
-        const std::uint32_t ordered = static_cast<std::uint32_t>(number) ^ 0x80000000u;
-        return static_cast<std::uint64_t>(ordered) << 32 | mInsertions++;
+        return Less()(a.item, b.item) || (a.insertion < b.insertion && !Less()(b.item, a.item));
     }
 
     // Of an entry with at least one child.
     std::size_t SmallerChild(std::size_t at) const
     {
         const std::size_t left = 2 * at + 1;
-        const bool rightIsSmaller = left + 1 < mHeap.size() && mHeap[left + 1].key < mHeap[left].key;
+        const bool rightIsSmaller = left + 1 < mHeap.size() && IsBefore(mHeap[left + 1], mHeap[left]);
         return left + (rightIsSmaller ? 1 : 0);
     }
 
     // Puts an entry at a place that is to be filled, or below it.
-    void SiftDown(std::size_t at, std::uint64_t key, Item* item)
+    void SiftDown(std::size_t at, Entry entry)
     {
         while (2 * at + 1 < mHeap.size()) {
             const std::size_t child = SmallerChild(at);
-            if (key < mHeap[child].key) {
+            if (IsBefore(entry, mHeap[child])) {
                 break;
             }
             mHeap[at] = mHeap[child];
             at = child;
         }
-        mHeap[at].key = key;
-        mHeap[at].item = item;
+        mHeap[at] = entry;
     }
 
     // The entry that takes the place comes from the end of the heap. At the front or just below it, nothing
@@ -89,7 +84,7 @@ private:
         const Entry last = mHeap.back();
         mHeap.pop_back();
         if (at < mHeap.size()) {
-            SiftDown(at, last.key, last.item);
+            SiftDown(at, last);
         }
     }
 
