@@ -258,21 +258,36 @@ TEST_F(WritePath, LongTextsGoThroughTheRingsCopyFunction)
     EXPECT_EQ(copied, 132);
 }
 
-// A record that fits is stored behind the write position first and dated then, so that reading the clock is all
-// that a call does between a record's number and the time at which readers get it.
-TEST_F(WritePath, RecordInOnePieceIsInItsPlaceWhenItIsDated)
+// The time is that at which the record was begun, however long the copying takes. A record that fits in one piece and
+// one that meets the ring's end go different ways through the code.
+TEST_F(WritePath, RecordIsDatedBetweenItsNumberAndItsFirstCopy)
 {
-    std::string found;
+    static std::string calls;
     Interposed hooks;
     hooks.gettimeofdayHook = [&](struct timeval* time, void* zone) {
-        const cb_control* control = mContext.mBuffer->mControl;
-        const char* ring = reinterpret_cast<const char*>(control);
-        // Marker and number are published; time, depth, category, kind and length are not.
-        found = std::string(ring + control->write_offset + 8 + 1 + 2 + 1 + 2, 6);
+        calls += "clock " + std::to_string(mManager->mSequence) + ", ";
         return __real_gettimeofday(time, zone);
     };
-    mContext.Log(CCat(3), "format", CValue(1));
-    EXPECT_EQ(found, "format");
+    mContext.mBuffer->SetCopyFunc([](void* to, const void* from, unsigned long size) {
+        calls += "copy, ";
+        return std::memcpy(to, from, size);
+    });
+    const std::string text(33, 'x');
+    const cb_control* control = mContext.mBuffer->mControl;
+    bool wrapped = false;
+    while (!wrapped) {
+        const unsigned int before = control->write_offset;
+        calls.clear();
+        mContext.Log(CCat(3), text.c_str(), CValue(text.c_str()));
+        wrapped = control->write_offset < before;
+        const bool inTwoPieces = calls.size() > std::strlen("clock 1000, copy, copy, ");
+        EXPECT_EQ(calls.substr(0, calls.find("copy")), "clock " + std::to_string(mManager->mSequence) + ", ");
+        EXPECT_TRUE(wrapped || !inTwoPieces);
+        std::string taken(200, 0);
+        int size = 200;
+        mContext.mBuffer->Read(&taken[0], size);
+        mContext.mRecordCount = 0;
+    }
 }
 
 // The collector takes no more records than the count shows, so the count must not run ahead of the bytes.

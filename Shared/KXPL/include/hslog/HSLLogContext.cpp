@@ -118,13 +118,12 @@ void CLogContext::RecordAnyMeasured(const CCat& cat, int sequence, Format format
         }
         return;
     }
-    unsigned char* at = publisher.At(kRecordHeaderSize - kBeforeTime);
+    unsigned char* at = publisher.At(0);
     at = StoreFormat(publisher.mControl, at, format);
     at = StoreField(at, static_cast<unsigned char>(count));
     for (int i = 0; i < count; ++i) {
         at = StoreValue(publisher.mControl, at, measured[i]);
     }
-    publisher = PublishHeader(publisher);
     PublishFormat(publisher, format);
     publisher.Pass(1);
     for (int i = 0; i < count; ++i) {
@@ -144,7 +143,7 @@ void CLogContext::RecordAny(const CCat& cat, int sequence, short formatId, const
 }
 
 // Begins a record of `size` bytes and one category, if it may be written and there is a place for it in one
-// piece: stores the header but for the time, and publishes the fields in front of that.
+// piece: reads the clock, then stores and publishes the header.
 CRecordPublisher CLogContext::Begin(unsigned char code, int sequence, unsigned int size)
 {
     cb_control* control = mBuffer->mControl;
@@ -157,16 +156,22 @@ CRecordPublisher CLogContext::Begin(unsigned char code, int sequence, unsigned i
         || offset + size > control->end_offset) {
         return BeginByWrites(code, sequence);
     }
+    const KxSplitTime time = KxSplitTime::Current();
     unsigned char* at = KXPL::slotAt(control, offset);
     at = StoreField(at, kMarker);
     at = StoreField(at, sequence);
-    at += sizeof(KxSplitTime);
+    at = StoreField(at, time.mSeconds | static_cast<unsigned long long>(time.mMicroseconds) << 32);
     at = StoreField(at, clampedDepth(mDepth));
     at = StoreField(at, static_cast<unsigned char>(1));
     StoreField(at, code);
     CRecordPublisher publisher { control, offset };
     publisher.Pass(sizeof kMarker);
     publisher.Pass(sizeof sequence);
+    publisher.Pass(sizeof time.mSeconds);
+    publisher.Pass(sizeof time.mMicroseconds);
+    publisher.Pass(1); // the depth
+    publisher.Pass(1); // the number of categories
+    publisher.Pass(1); // the category
     return publisher;
 }
 
@@ -185,19 +190,6 @@ CRecordPublisher CLogContext::BeginByWrites(const CCat& cat, int sequence)
 CRecordPublisher CLogContext::BeginByWrites(unsigned char code, int sequence)
 {
     return BeginByWrites(CCat(code), sequence);
-}
-
-// Stores the time of a record that Begin began, and publishes the rest of the header.
-CRecordPublisher CLogContext::PublishHeader(CRecordPublisher publisher)
-{
-    const KxSplitTime time = KxSplitTime::Current();
-    StoreField(publisher.At(0), time.mSeconds | static_cast<unsigned long long>(time.mMicroseconds) << 32);
-    publisher.Pass(sizeof time.mSeconds);
-    publisher.Pass(sizeof time.mMicroseconds);
-    publisher.Pass(1); // the depth
-    publisher.Pass(1); // the number of categories
-    publisher.Pass(1); // the category
-    return publisher;
 }
 
 // Whether the message may be written. Without room it is replaced by a dropped-messages record, or discarded.

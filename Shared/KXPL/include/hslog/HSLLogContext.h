@@ -176,7 +176,7 @@ public:
     void LogPassed(unsigned char code, const char* format, unsigned char type, unsigned long long content);
 
     CCircularBuffer* mBuffer; // owned
-    KxCacheLineGap mGapBeforeCount;
+    KxCacheLineGap mGapBeforeCount; // KxAtomic.h tells why
     int mRecordCount; // complete records not yet taken; raised by the writer, lowered by the collector
     KxCacheLineGap mGapBehindCount;
     std::string mName; // read by the collection pass under the manager's lock
@@ -205,7 +205,6 @@ private:
     CRecordPublisher Begin(const CCat& cat, int sequence, unsigned int size);
     [[gnu::noinline]] CRecordPublisher BeginByWrites(const CCat& cat, int sequence);
     [[gnu::noinline]] CRecordPublisher BeginByWrites(unsigned char code, int sequence);
-    static CRecordPublisher PublishHeader(CRecordPublisher publisher);
     bool HasRoom(const CCat& cat, int sequence);
     void WriteHeader(const CCat& cat, int sequence);
     void RecordByWrites(const CCat& cat, int sequence, CRecordFormatText format, const CRecordValue* values,
@@ -240,9 +239,9 @@ inline void CLogContext::Record(const CCat& cat, Format format, const Values&...
     }
 }
 
-// Nearly always the record lies in one piece of free ring. Then its bytes are stored first, so that they are on
-// their way to the cache while the clock is read, and behind that the write position moves over them field by
-// field.
+// Nearly always the record lies in one piece of free ring. Then Begin, which has read the clock before anything of the
+// message was copied, leaves the place behind the header; the rest is stored there, and the write position moves over
+// it field by field.
 template <typename Category, typename Format, typename... Values>
 inline void CLogContext::RecordMeasured(Category cat, int sequence, Format format, Values... values)
 {
@@ -256,12 +255,11 @@ inline void CLogContext::RecordMeasured(Category cat, int sequence, Format forma
         }
         return;
     }
-    unsigned char* at = publisher.At(kRecordHeaderSize - kBeforeTime);
+    unsigned char* at = publisher.At(0);
     at = StoreFormat(publisher.mControl, at, format);
     at = StoreField(at, kCount);
     ((at = StoreValue(publisher.mControl, at, values)), ...);
 
-    publisher = PublishHeader(publisher);
     PublishFormat(publisher, format);
     publisher.Pass(1);
     (PublishValue(publisher, values), ...);
