@@ -35,9 +35,8 @@ enum FormatKind : unsigned char {
 
 constexpr char kNullText[] = "<NULL>";
 
-// Bytes in front of a record's format when it has one category, and those in front of its time.
+// Bytes in front of a record's format when it has one category.
 constexpr unsigned int kRecordHeaderSize = 16;
-constexpr unsigned int kBeforeTime = 5;
 
 // A text's bytes and what its length field says.
 struct CRecordText {
@@ -56,8 +55,9 @@ HSL_AT_CALL inline CRecordText MeasureText(const char* text)
 CRecordText MeasureText(const wchar_t* text);
 CRecordText MeasureText(const unsigned short* text);
 
-// Bytes behind the tag of a value that is no text.
-constexpr unsigned int NumberSize(unsigned char type)
+// Bytes behind the tag of a value that is no text. Like all that a log call needs it is inlined whatever the size of
+// the source around it: with limits for the whole source compilers leave it as a call that is made for every value.
+HSL_AT_CALL constexpr unsigned int NumberSize(unsigned char type)
 {
     switch (type) {
     case kInt8:
@@ -83,7 +83,7 @@ constexpr unsigned int NumberSize(unsigned char type)
     }
 }
 
-constexpr bool IsText(unsigned char type)
+HSL_AT_CALL constexpr bool IsText(unsigned char type)
 {
     return type == kString || type == kWString || type == kUTF16String;
 }

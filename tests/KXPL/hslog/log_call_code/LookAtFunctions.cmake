@@ -1,0 +1,11 @@
+# Compiles SOURCE with COMPILE and looks for functions of the logger among those that the object brings along.
+execute_process(COMMAND ${COMPILE} -c ${SOURCE} -o ${OBJECT} COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ${NM} -C --defined-only ${OBJECT} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+if(NOT symbols MATCHES "logTenInts")
+    message(FATAL_ERROR "the object has no log calls:\n${symbols}")
+endif()
+string(REGEX MATCHALL "[^\n]* [WVtu] (HSL|KXPL|Kx|CCircularBuffer)[^\n]*" helpers "${symbols}")
+if(helpers)
+    list(JOIN helpers "\n" helpers)
+    message(FATAL_ERROR "left as functions:\n${helpers}")
+endif()
