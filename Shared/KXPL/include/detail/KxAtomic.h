@@ -49,6 +49,11 @@ inline void KxPrefetchToWrite(const void* place)
 // Keeps what lies in front of it and what lies behind it out of one cache line: 64 bytes on every x86
 // processor, and as much again because they fetch lines in pairs. No alignment is asked for, so objects that
 // hold one go into any memory.
+//
+// Two counters have one on either side, between fields whose order stays as if there were none:
+// CLogContext::mRecordCount, to which its thread and the collector add, and CLogManager::mSequence, to which all
+// threads add. Without the gaps each add would take the line away from whoever reads the fields beside it, the
+// context's ring and name, the manager's filter and thread-specific key, which are read for every message.
 struct KxCacheLineGap {
     unsigned char mUnused[128];
 };

@@ -188,7 +188,7 @@ public:
     std::vector<std::string> mCategoryNames;
     unsigned char mFilter[256];
     KxThreadLocal<CLogContext*> mTLSContext;
-    KxCacheLineGap mGapBeforeSequence;
+    KxCacheLineGap mGapBeforeSequence; // KxAtomic.h tells why
     int mSequence; // number of the last record begun; shared by all threads
     KxCacheLineGap mGapBehindSequence;
     unsigned int mDefaultContextSize; // bytes; may be set before threads log
