@@ -78,7 +78,7 @@ KxThread::~KxThread()
 
 void KxThread::Start()
 {
-    // Partner: the release in ThreadStart; what the last run wrote is visible to the owner.
+    // Pair THREAD-ENDED, acquire: what the last run wrote is visible to the owner.
     if (KxLoadAcquire(mPlatformData->mIsRunning)) {
         return;
     }
@@ -123,7 +123,7 @@ void KxThread::ThreadStart(KxThread* thread)
     if (thread != nullptr) {
         KxSetCurrentThreadName(thread->mName.empty() ? "BONEHEAD" : thread->mName.c_str());
         thread->mRunWrapper->RunWrapper(thread);
-        // Partner: the acquire in Start.
+        // Pair THREAD-ENDED, release.
         KxStoreRelease(thread->mPlatformData->mIsRunning, false);
     }
     if (HSL::CLogManager::IsInitialized()) {

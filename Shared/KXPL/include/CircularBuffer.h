@@ -189,8 +189,7 @@ private:
         KxPrefetchToWrite(&mControl->write_offset);
         const unsigned int size = static_cast<unsigned int>(count);
         const unsigned int from = mControl->write_offset;
-        // Acquires the reader's position. Partner: the releases of read_offset; what was read may be
-        // overwritten.
+        // Pair RING-READ, acquire: what was read may be overwritten.
         const unsigned int reader = KxLoadAcquire(mControl->read_offset);
         const unsigned int room = from >= reader ? mControl->end_offset - from : reader - from - 1;
         if (size > room) {
@@ -202,7 +201,7 @@ private:
         } else {
             std::memcpy(to, source, size);
         }
-        // Publishes the bytes. Partner: the acquires of write_offset.
+        // Pair RING-WRITTEN, release: publishes the bytes.
         KxStoreRelease(mControl->write_offset, from + size);
         return true;
     }
@@ -215,15 +214,14 @@ private:
         KxPrefetchToWrite(&mControl->read_offset);
         const unsigned int size = static_cast<unsigned int>(count);
         const unsigned int from = mControl->read_offset;
-        // Acquires the writer's position. Partner: the releases of write_offset; the bytes before it are
-        // visible.
+        // Pair RING-WRITTEN, acquire: the bytes in front of it are visible.
         const unsigned int writer = KxLoadAcquire(mControl->write_offset);
         const unsigned int stored = writer >= from ? writer - from : mControl->end_offset - from;
         if (size > stored) {
             return false;
         }
         std::memcpy(destination, reinterpret_cast<const unsigned char*>(mControl) + from, size);
-        // Gives the slots back. Partner: the acquires of read_offset.
+        // Pair RING-READ, release: gives the slots back.
         KxStoreRelease(mControl->read_offset, from + size);
         return true;
     }

@@ -45,7 +45,7 @@ void RingCursor::Publish()
         mKnownEnd = mNext;
     }
     const unsigned char* block = reinterpret_cast<const unsigned char*>(mControl);
-    // Hands the slots that were taken back to the writer. Partner: readerPosition.
+    // Pair RING-READ, release: gives the slots that were taken back to the writer.
     KxStoreRelease(mControl->read_offset, static_cast<unsigned int>(mNext - block));
 }
 

@@ -73,7 +73,7 @@ public:
     void Publish();
 
 private:
-    // Where a cursor of no ring stands: no bytes, but not null, from which not even none may be copied.
+    // Where a cursor without a ring stands: memcpy from null is undefined even for 0 bytes (C17 7.1.4).
     static constexpr unsigned char kNothing[1] = {};
 
     std::size_t Known() const { return static_cast<std::size_t>(mKnownEnd - mNext); }
@@ -86,7 +86,7 @@ private:
 
     cb_control* mControl = nullptr;
     const unsigned char* mNext = kNothing; // the next byte to take; one past the last slot counts as the first
-    const unsigned char* mKnownEnd = kNothing;  // of the bytes that lie there in one piece and are known of
+    const unsigned char* mKnownEnd = kNothing; // end of the contiguous bytes that are known to be published
 };
 
 } // namespace KXPL

@@ -53,15 +53,13 @@ inline unsigned int numElemUsed(const cb_control* control, unsigned int readOffs
     return bytes == 0 ? 0 : bytes / control->elem_size;
 }
 
-// Acquires the reader's position: what it has read is read, so its slots may be overwritten. Partner: the
-// releases in CircularBufferRead.cpp.
+// Pair RING-READ, acquire: the slots in front of it have been read and may be overwritten.
 inline unsigned int readerPosition(const cb_control* control)
 {
     return KxLoadAcquire(control->read_offset);
 }
 
-// Acquires the writer's position: the bytes before it are visible. Partner: the releases in
-// CircularBufferWrite.cpp.
+// Pair RING-WRITTEN, acquire: the bytes in front of it are visible.
 inline unsigned int writerPosition(const cb_control* control)
 {
     return KxLoadAcquire(control->write_offset);

@@ -63,7 +63,7 @@ bool readOnePiece(cb_control* control, unsigned int readOffset, unsigned int wri
     }
     copyShort(destination, slotAt(control, readOffset), static_cast<std::size_t>(bytes));
     const unsigned int position = readOffset + static_cast<unsigned int>(bytes);
-    // Hands the slots that were copied back to the writer. Partner: readerPosition.
+    // Pair RING-READ, release: gives the slots that were copied back to the writer.
     KxStoreRelease(control->read_offset, position > control->end_offset ? control->start_offset : position);
     return true;
 }
@@ -92,8 +92,8 @@ unsigned int cb_read_ex(cb_control* control, unsigned int index, void* destinati
     }
     unsigned char* to = static_cast<unsigned char*>(destination);
     int copied = 0;
-    // Whoever looks at the writer's position only where one piece ends sees the same elements as who looks at
-    // it before each: those of a piece were there already.
+    // Loading the writer's position once for each contiguous run equals loading it before each element: the elements
+    // of a run had been published when the run was measured.
     while (copied < *count && position != writeOffset) {
         unsigned int elements = 1;
         if (position < control->start_offset) {
@@ -116,7 +116,7 @@ unsigned int cb_read_ex(cb_control* control, unsigned int index, void* destinati
         }
     }
     if ((options & CB_READ_CONSUME) != 0) {
-        // Hands the slots that were copied or skipped back to the writer. Partner: readerPosition.
+        // Pair RING-READ, release: gives the slots that were copied or skipped back to the writer.
         KxStoreRelease(control->read_offset, position);
     }
     *count = copied;
@@ -153,7 +153,7 @@ unsigned int cb_remove(cb_control* control, int* count)
         // The capacity, one slot less than the ring has.
         position -= control->num_elem * elemSize;
     }
-    // Hands the slots that were discarded back to the writer. Partner: readerPosition.
+    // Pair RING-READ, release: gives the slots that were discarded back to the writer.
     KxStoreRelease(control->read_offset,
                    static_cast<unsigned int>(std::min<std::uint64_t>(position, writeOffset)));
     return lastError(control);

@@ -56,7 +56,7 @@ unsigned int writeInPieces(cb_control* control, const void* source, int* count, 
             recordOverflow(control);
         }
     }
-    // Publishes the bytes copied above. Partner: writerPosition.
+    // Pair RING-WRITTEN, release: publishes the bytes copied above.
     KxStoreRelease(control->write_offset, writeOffset);
     *count = written;
     return lastError(control);
@@ -84,7 +84,7 @@ unsigned int writeElements(cb_control* control, const void* source, int* count)
         }
         ++written;
     }
-    // Publishes the bytes copied above. Partner: writerPosition.
+    // Pair RING-WRITTEN, release: publishes the bytes copied above.
     KxStoreRelease(control->write_offset, writeOffset);
     *count = written;
     return lastError(control);

@@ -258,8 +258,8 @@ TEST_F(WritePath, LongTextsGoThroughTheRingsCopyFunction)
     EXPECT_EQ(copied, 132);
 }
 
-// The time is that at which the record was begun, however long the copying takes. A record that fits in one piece and
-// one that meets the ring's end go different ways through the code.
+// The time is that at which the record was begun, however long the copying takes. A record that fits in one
+// piece and one that meets the ring's end go different ways through the code.
 TEST_F(WritePath, RecordIsDatedBetweenItsNumberAndItsFirstCopy)
 {
     static std::string calls;

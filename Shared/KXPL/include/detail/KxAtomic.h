@@ -2,6 +2,8 @@
 //
 // The fields stay plain types because their layout is part of the interface and some are shared with C.
 // GCC and Clang document these built-ins; on x86 the loads and stores compile to plain moves.
+//
+// Each use names its pair; docs/memory-order.md lists the pairs and what each makes visible.
 #ifndef KXPL_KX_ATOMIC_H
 #define KXPL_KX_ATOMIC_H
 

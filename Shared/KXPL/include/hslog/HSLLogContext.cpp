@@ -180,7 +180,8 @@ CRecordPublisher CLogContext::Begin(const CCat& cat, int sequence, unsigned int 
     return cat.mCount == 1 ? Begin(cat.mCodes[0], sequence, size) : BeginByWrites(cat, sequence);
 }
 
-// For all that is seldom: measures anew and looks at everything.
+// Slow path: measures the fill level anew and checks both watermarks; may set or clear mDropping, and writes the
+// dropped-messages record where dropping starts.
 CRecordPublisher CLogContext::BeginByWrites(const CCat& cat, int sequence)
 {
     return { nullptr, HasRoom(cat, sequence) ? kPieceByPiece : kNothingToWrite };
@@ -192,7 +193,8 @@ CRecordPublisher CLogContext::BeginByWrites(unsigned char code, int sequence)
     return BeginByWrites(CCat(code), sequence);
 }
 
-// Whether the message may be written. Without room it is replaced by a dropped-messages record, or discarded.
+// Whether the message may be written. Side effects: sets or clears mDropping; where dropping starts, writes the
+// dropped-messages record in the message's place. A discarded message leaves its number unused.
 bool CLogContext::HasRoom(const CCat& cat, int sequence)
 {
     const int used =

@@ -48,7 +48,7 @@ public:
     void LogPre(const CCat& cat);
     void LogPost()
     {
-        // Publishes the record's bytes. Partner: the acquire of mRecordCount in CLogManager::Collect.
+        // Pair RECORD-COUNT, release: publishes the record as a whole.
         KxAtomicAdd32Barrier(1, &mRecordCount);
     }
 
@@ -60,7 +60,10 @@ public:
     //
     // Nothing checks that a conversion suits its value: "%s" with anything but a const char* reads memory at
     // that value, and so does a "%s" without any value; "%n" writes. Text that a user or a file supplies must
-    // never be the format: pass it as a value under "%s".
+    // never be the format: pass it as a value under "%s", bounded (HSLBounded.h), as a record that is too long
+    // makes the collector read what follows it as records.
+    //
+    // The manager's switch is not asked here, only the filter; HSLog asks both.
     HSL_AT_CALL void Log(const CCat& cat, const char* format) { Record(cat, format); }
     HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1) { Record(cat, format, v1); }
     HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2)
@@ -164,13 +167,14 @@ public:
         Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
     }
 
-    // HSLog behind its switch: Log on the context that GetTLSContext of the module's manager returns. The
-    // manager must exist.
+    // HSLog behind its switch: Log on the context that GetTLSContext of the module's manager returns. Precondition:
+    // the manager exists.
     static void LogOnThisThread(const CCat& cat, const char* format);
     static void LogOnThisThread(const CCat& cat, const char* format, const CValue& value);
-    // The same in two steps for a message of one category: the context, or null where the filter refuses the
-    // category, and what is left to be done with it. A value is taken apart: its type, which is one of
-    // ValueType, and what ContentOf made of it.
+    // The same in two steps for a message of one category. The first makes the thread's context if there is none, and
+    // returns it, or null where the filter refuses the category. Precondition of the second: the message has passed
+    // the filter, which is not asked again. A value is taken apart: its type, one of ValueType, and what ContentOf
+    // made of it.
     static CLogContext* OfThisThreadIfPassed(unsigned char code);
     void LogPassed(unsigned char code, const char* format);
     void LogPassed(unsigned char code, const char* format, unsigned char type, unsigned long long content);
@@ -188,7 +192,7 @@ public:
 private:
     friend struct CLogCall; // measures texts by itself
 
-    // What Begin answers when there is no place for a record as a whole; no offset is that small.
+    // Begin's results without a place in one piece. No offset of a slot is that small: a ring's header is larger.
     static constexpr unsigned int kNothingToWrite = 0;
     static constexpr unsigned int kPieceByPiece = 1;
 

@@ -67,7 +67,7 @@ union CCollectionThreadHolder {
     }
     ~CCollectionThreadHolder()
     {
-        // Partner: the release in KxThread::ThreadStart, which nothing of the thread follows that uses the
+        // Pair THREAD-ENDED, acquire: nothing of the thread follows its release that uses the
         // object.
         if (!KxLoadAcquire(mThread.mPlatformData->mIsRunning)) {
             mThread.~CCollectionThread();
@@ -136,7 +136,7 @@ void CLogManager::Initialize()
     if (IsInitialized()) {
         return;
     }
-    // Partner: the acquire in Instance; the manager's fields are visible to whoever finds it.
+    // Pair MANAGER, release: the manager's fields are visible to whoever finds it.
     KxStoreRelease(msThis, new CLogManager);
     CCat::Initialize();
     CForkGuard::Watch(*Instance(), gCollectionThread);
@@ -151,7 +151,7 @@ void CLogManager::Initialize()
 void CLogManager::Initialize(CLogManager* other)
 {
     msAdopted = true;
-    // Partner: the acquire in Instance.
+    // Pair MANAGER, release.
     KxStoreRelease(msThis, other);
 }
 
@@ -161,6 +161,7 @@ void CLogManager::Cleanup()
     if (!msAdopted) {
         delete Instance();
     }
+    // Pair MANAGER, release: of no manager nothing is looked at.
     KxStoreRelease(msThis, static_cast<CLogManager*>(nullptr));
 }
 

@@ -93,7 +93,7 @@ public:
     // Null before Initialize.
     static CLogManager* Instance()
     {
-        // Partner: the release in Initialize; the manager's fields are visible.
+        // Pair MANAGER, acquire: the manager's fields are visible.
         return KxLoadAcquire(msThis);
     }
     // Deletes the manager unless this module adopted one, and forgets it in any case.
@@ -125,6 +125,7 @@ public:
     // ends. A plain thread that ends without it leaves its context to the manager.
     void CleanupTLSContext();
 
+    // The master switch, off at first. HSLog asks it; CLogContext::Log does not.
     void SetEnable(bool on);
 
     // The filter is asked by every log call and again when the record is output.

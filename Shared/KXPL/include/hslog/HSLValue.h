@@ -33,7 +33,8 @@ enum ValueType : unsigned char {
 // to an untyped pointer; cast it to const unsigned short* to log its text.
 //
 // Strings:
-//  - const char*: up to 65,535 bytes. A longer one is cut to its length modulo 65,536.
+//  - const char*: up to 65,535 bytes. A longer one is cut to its length modulo 65,536: 65,536 bytes show as nothing.
+//    All that one call logs has to stay below 4,096 bytes; HSLBounded.h bounds texts from outside.
 //  - const wchar_t*: 32-bit characters, likewise.
 //  - const unsigned short*: UTF-16, up to 65,535 units.
 //  - A null const char* shows as "<NULL>", a null const unsigned short* as nothing.

@@ -18,8 +18,8 @@ constexpr double kMicrosecondsPerSecond = 1000000.0;
 
 // One registered context during one pass.
 struct CContextInfo {
-    // The order of the records' numbers, signed: past 2,147,483,647 they turn negative and the newest records come
-    // first within a pass.
+    // The order of the records' numbers, signed: past 2,147,483,647 they turn negative and the newest records
+    // come first within a pass.
     struct Less {
         bool operator()(const CContextInfo* a, const CContextInfo* b) const { return a->mSeqNum < b->mSeqNum; }
     };
@@ -31,8 +31,8 @@ struct CContextInfo {
     CCircularBuffer* mBuffer = nullptr;
 };
 
-// The same with a place in the ring, which spares the loads and stores of the shared positions that a Read of each
-// field would take.
+// The same with a place in the ring, which spares the loads and stores of the shared positions that a Read of
+// each field would take.
 struct ContextInPass : CContextInfo {
     RingCursor mRing;
 };
@@ -96,9 +96,9 @@ void appendIndentation(TextBuffer& line, unsigned char depth)
 // Outputs the record behind the sequence number. Everything that the callback could change is read anew for
 // each record.
 //
-// The ring gets the record's bytes back once the text is whole and before the callback runs, so that a message logged
-// meanwhile finds them free. It gets them in one step: outside of it the ring's read position is always the beginning
-// of a record, also while the number of that record has been looked at.
+// The ring gets the record's bytes back once the text is whole and before the callback runs, so that a message
+// logged meanwhile finds them free. It gets them in one step: outside of it the ring's read position is always
+// the beginning of a record, also while the number of that record has been looked at.
 void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& ring, int seqNum,
                   Workspace& workspace)
 {
@@ -160,7 +160,7 @@ bool CLogManager::Collect()
         }
         info.mIndex = static_cast<unsigned int>(i);
         info.mBuffer = context->mBuffer;
-        // Makes the bytes of that many records visible. Partner: CLogContext::LogPost.
+        // Pair RECORD-COUNT, acquire: the bytes of that many records are visible.
         info.mSnapshot = KxLoadAcquire(context->mRecordCount);
         info.mRemaining = info.mSnapshot;
         if (info.mSnapshot > 0) {

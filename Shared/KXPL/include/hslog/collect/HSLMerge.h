@@ -9,12 +9,12 @@
 
 namespace HSL {
 
-// A heap that acts like a set: of entries that are equal by `Less` only the one that came first is kept. The others
-// are dropped when the first one has reached the front; before that the two cannot be told apart. Numbers are unique
-// unless a ring was misread.
+// A heap that acts like a set: of entries that are equal by `Less` only the one that came first is kept. The
+// others are dropped when the first one has reached the front; before that the two cannot be told apart.
+// Numbers are unique unless a ring was misread.
 //
-// `Less` compares two pointers to items. An item's place in the order must not change while it takes part, but for
-// the first one's right before ReplaceFirst.
+// `Less` compares two pointers to items. An item's place in the order must not change while it takes part, but
+// for the first one's right before ReplaceFirst.
 template <typename Item, typename Less> class Merge {
 public:
     void Reserve(std::size_t items) { mHeap.reserve(items); }

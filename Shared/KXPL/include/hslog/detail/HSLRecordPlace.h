@@ -135,7 +135,7 @@ struct CRecordPublisher {
     HSL_AT_CALL void Pass(unsigned int size)
     {
         mOffset += size;
-        // Publishes the field's bytes. Partner: the reader's acquire of the write position.
+        // Pair RING-WRITTEN, release: publishes the field's bytes.
         KxStoreRelease(mControl->write_offset, mOffset);
     }
 
