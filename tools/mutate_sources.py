@@ -23,7 +23,7 @@ WATCHED = {
         KXPL + "unicode/KxUnicodeUTF8.cpp": ["kxunicode_test"],
         KXPL + "unicode/KxUnicodeUTF16.cpp": ["kxunicode_test"],
         KXPL + "unicode/KxUnicodeUTF32.cpp": ["kxunicode_test"],
-        KXPL + "unicode/KxUnicodeBlocks.h": ["kxunicode_test"],
+        KXPL + "unicode/KxUnicodeConvert.h": ["kxunicode_test"],
         KXPL + "unicode/KxUnicodeLanes.h": ["kxunicode_test"],
         KXPL + "unicode/KxUnicodePutUTF8.h": ["kxunicode_test"],
         KXPL + "unicode/KxUnicodeScalar.h": ["kxunicode_test"],

@@ -112,7 +112,7 @@ Character readUTF8(const UnicodeUnits& source, std::size_t at)
     if (!isLegal(source, at)) {
         return { sourceIllegal, 0, 0, false, false };
     }
-    // Signed, because a second byte may lie below 80.
+    // Signed, because a second byte may lie below 0x80.
     const std::int64_t leadBases[] = { 0, 0, 0xC0, 0xE0, 0xF0 };
     std::int64_t value = source[at] - leadBases[length];
     for (std::size_t i = 1; i < length; ++i) {
@@ -177,16 +177,17 @@ UnicodeOutcome runReal(Convert convert, const UnicodeUnits& units, std::size_t r
     for (const std::uint32_t unit : units) {
         source.push_back(static_cast<Source>(unit));
     }
-    std::vector<Target> target(offset + room + 4, kUntouched<Target>);
+    constexpr std::size_t kWatched = 64 / sizeof(Target);
+    std::vector<Target> target(kWatched + offset + room + kWatched, kUntouched<Target>);
     const Source* const start = source.data() + offset;
     const Source* from = start;
-    Target* to = target.data() + offset;
-    const ConversionResult result =
-        convert(&from, source.data() + source.size(), &to, target.data() + offset + room, flags);
+    Target* const begin = target.data() + kWatched + offset;
+    Target* to = begin;
+    const ConversionResult result = convert(&from, source.data() + source.size(), &to, begin + room, flags);
     UnicodeOutcome outcome { result, static_cast<std::size_t>(from - start), {} };
-    outcome.written.assign(target.data() + offset, to);
-    for (std::size_t i = 0; i < offset; ++i) {
-        outcome.wroteBeyond = outcome.wroteBeyond || target[i] != kUntouched<Target>;
+    outcome.written.assign(begin, to);
+    for (const Target* before = target.data(); before < begin; ++before) {
+        outcome.wroteBeyond = outcome.wroteBeyond || *before != kUntouched<Target>;
     }
     for (; to < target.data() + target.size(); ++to) {
         outcome.wroteBeyond = outcome.wroteBeyond || *to != kUntouched<Target>;
@@ -247,18 +248,26 @@ UnicodeOutcome modelConversion(UnicodeForm from, UnicodeForm to, const UnicodeUn
     return outcome;
 }
 
+UnicodeOutcome conversionBy(const UnicodeRoutines& routines, UnicodeForm from, UnicodeForm to,
+                            const UnicodeUnits& source, std::size_t room, ConversionFlags flags,
+                            std::size_t offset)
+{
+    if (from == UnicodeForm::utf8) {
+        return to == UnicodeForm::utf16 ? runReal<UTF8, UTF16>(routines.utf8To16, source, room, flags, offset)
+                                        : runReal<UTF8, UTF32>(routines.utf8To32, source, room, flags, offset);
+    }
+    if (from == UnicodeForm::utf16) {
+        return to == UnicodeForm::utf8 ? runReal<UTF16, UTF8>(routines.utf16To8, source, room, flags, offset)
+                                       : runReal<UTF16, UTF32>(routines.utf16To32, source, room, flags, offset);
+    }
+    return to == UnicodeForm::utf8 ? runReal<UTF32, UTF8>(routines.utf32To8, source, room, flags, offset)
+                                   : runReal<UTF32, UTF16>(routines.utf32To16, source, room, flags, offset);
+}
+
 UnicodeOutcome realConversion(UnicodeForm from, UnicodeForm to, const UnicodeUnits& source, std::size_t room,
                               ConversionFlags flags, std::size_t offset)
 {
-    if (from == UnicodeForm::utf8) {
-        return to == UnicodeForm::utf16 ? runReal<UTF8, UTF16>(ConvertUTF8toUTF16, source, room, flags, offset)
-                                        : runReal<UTF8, UTF32>(ConvertUTF8toUTF32, source, room, flags, offset);
-    }
-    if (from == UnicodeForm::utf16) {
-        return to == UnicodeForm::utf8
-            ? runReal<UTF16, UTF8>(ConvertUTF16toUTF8, source, room, flags, offset)
-            : runReal<UTF16, UTF32>(ConvertUTF16toUTF32, source, room, flags, offset);
-    }
-    return to == UnicodeForm::utf8 ? runReal<UTF32, UTF8>(ConvertUTF32toUTF8, source, room, flags, offset)
-                                   : runReal<UTF32, UTF16>(ConvertUTF32toUTF16, source, room, flags, offset);
+    static constexpr UnicodeRoutines kReal { ConvertUTF8toUTF16,  ConvertUTF8toUTF32, ConvertUTF16toUTF8,
+                                             ConvertUTF16toUTF32, ConvertUTF32toUTF8, ConvertUTF32toUTF16 };
+    return conversionBy(kReal, from, to, source, room, flags, offset);
 }

@@ -39,13 +39,28 @@ UnicodeOutcome modelConversion(UnicodeForm from, UnicodeForm to, const UnicodeUn
                                bool strict);
 // Whether a legal sequence stands at the start of these bytes.
 bool modelIsLegalSequence(const UnicodeUnits& bytes);
-// The units of a value of at most 10FFFF.
+// The units of a value of at most 0x10FFFF.
 UnicodeUnits modelEncode(UnicodeForm to, std::uint32_t value);
 
 // What the real converter gives. Source and target begin `offset` units into their blocks of memory; nothing
 // lies behind the source.
 UnicodeOutcome realConversion(UnicodeForm from, UnicodeForm to, const UnicodeUnits& source, std::size_t room,
                               KXPL::ConversionFlags flags, std::size_t offset = 0);
+template <typename Source, typename Target>
+using UnicodeRoutine = KXPL::ConversionResult (*)(const Source**, const Source*, Target**, Target*,
+                                                  KXPL::ConversionFlags);
+struct UnicodeRoutines {
+    UnicodeRoutine<KXPL::UTF8, KXPL::UTF16> utf8To16;
+    UnicodeRoutine<KXPL::UTF8, KXPL::UTF32> utf8To32;
+    UnicodeRoutine<KXPL::UTF16, KXPL::UTF8> utf16To8;
+    UnicodeRoutine<KXPL::UTF16, KXPL::UTF32> utf16To32;
+    UnicodeRoutine<KXPL::UTF32, KXPL::UTF8> utf32To8;
+    UnicodeRoutine<KXPL::UTF32, KXPL::UTF16> utf32To16;
+};
+// The same for other routines than the real ones.
+UnicodeOutcome conversionBy(const UnicodeRoutines& routines, UnicodeForm from, UnicodeForm to,
+                            const UnicodeUnits& source, std::size_t room, KXPL::ConversionFlags flags,
+                            std::size_t offset);
 
 inline UnicodeOutcome strictly(UnicodeForm from, UnicodeForm to, const UnicodeUnits& source,
                                std::size_t room = 100)

@@ -39,13 +39,13 @@ enum ConversionResult {
 //
 // The routines treat ill-formed input differently, which a caller must know:
 //
-//                       surrogate value           surrogate value      value above      value above
-//                       or unpaired, strict       lenient              10FFFF, strict   10FFFF, lenient
-//  UTF32 to UTF16       stops                     writes FFFD          skipped *        writes FFFD
-//  UTF32 to UTF8        stops                     passed through       writes FFFD *    writes FFFD *
-//  UTF16 to UTF32       stops                     passed through       -                -
-//  UTF16 to UTF8        stops                     passed through       -                -
-//  UTF8 to either       stops                     stops                stops            stops
+//                       surrogate value           surrogate value      value above       value above
+//                       or unpaired, strict       lenient              0x10FFFF, strict  0x10FFFF, lenient
+//  UTF32 to UTF16       stops                     writes U+FFFD        skipped *         writes U+FFFD
+//  UTF32 to UTF8        stops                     passed through       writes U+FFFD *   writes U+FFFD *
+//  UTF16 to UTF32       stops                     passed through       -                 -
+//  UTF16 to UTF8        stops                     passed through       -                 -
+//  UTF8 to either       stops                     stops                stops             stops
 //
 //  * goes on, and returns sourceIllegal once the source is used up; both pointers then stand at their ends.
 //
@@ -67,9 +67,9 @@ ConversionResult ConvertUTF8toUTF32(const UTF8** source, const UTF8* sourceEnd, 
 // True when the sequence that begins at source, its length told by the lead byte, lies wholly before
 // sourceEnd and is legal; false for an empty range.
 //
-// Overlong forms, encoded surrogates and values above 10FFFF are refused. Beware: after the lead bytes ED
-// and F4 the second byte is tested for its upper bound only, so ED 41 80 counts as legal (and converts to
-// C040), although the Unicode Standard's table 3-7 has no such sequence.
+// Overlong forms, encoded surrogates and values above 0x10FFFF are refused. Beware: after the lead bytes 0xED
+// and 0xF4 the second byte is tested for its upper bound only, so ED 41 80 counts as legal (and converts to
+// U+C040), although the Unicode Standard's table 3-7 has no such sequence.
 bool isLegalUTF8Sequence(const UTF8* source, const UTF8* sourceEnd);
 
 } // namespace KXPL

@@ -1,29 +1,25 @@
-// Sixteen bytes of code units computed on at once, in the vector types that both gcc and clang offer on every
-// processor. Comparing lanes gives a mask: in every lane all bits set, or none.
+// Sixteen bytes of code units computed on at once: the vector types of gcc and clang, and where these have no
+// operator, SSE2, which every processor has that this is built for. Comparing lanes gives a mask: in every lane
+// all bits set, or none.
 #ifndef KXPL_KX_UNICODE_LANES_H
 #define KXPL_KX_UNICODE_LANES_H
 
 #include "KxUnicode.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
+#include <emmintrin.h>
 #include <type_traits>
 
 namespace KXPL {
 
-// Lanes are taken apart and joined by shifts, and results of several units stored as one number.
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the first unit in the lowest bits");
-
 using Lanes8 [[gnu::vector_size(16)]] = UTF8;
 using Lanes16 [[gnu::vector_size(16)]] = UTF16;
 using Lanes32 [[gnu::vector_size(16)]] = UTF32;
-using Lanes64 [[gnu::vector_size(16)]] = std::uint64_t;
 
 template <typename Unit>
 using LanesOf =
     std::conditional_t<sizeof(Unit) == 1, Lanes8, std::conditional_t<sizeof(Unit) == 2, Lanes16, Lanes32>>;
-template <typename Unit> constexpr std::size_t kLanes = sizeof(LanesOf<Unit>) / sizeof(Unit);
 
 // Pointers into lanes need no alignment.
 template <typename Unit> LanesOf<Unit> loadLanes(const Unit* from)
@@ -43,22 +39,50 @@ template <typename Lanes> Lanes choose(Lanes mask, Lanes whereSet, Lanes elsewhe
     return (whereSet & mask) | (elsewhere & ~mask);
 }
 
-template <typename Lanes> bool anySet(Lanes lanes)
+// A bit for each byte of a mask, the first one lowest.
+template <typename Lanes> unsigned int bitsOf(Lanes mask)
 {
-    std::uint64_t halves[2];
-    std::memcpy(halves, &lanes, sizeof halves);
-    return (halves[0] | halves[1]) != 0;
+    return static_cast<unsigned int>(_mm_movemask_epi8((__m128i)mask));
 }
 
-// The numbers that lows and highs make up in their even and in their odd lanes.
-inline Lanes32 joinEven(Lanes16 lows, Lanes16 highs)
+// A bit for each lane of a mask of units.
+inline unsigned int bitsOfLanes(Lanes16 firstMask, Lanes16 secondMask)
 {
-    return ((Lanes32)lows & 0xFFFF) | (Lanes32)highs << 16;
+    return bitsOf(_mm_packs_epi16((__m128i)firstMask, (__m128i)secondMask));
 }
 
-inline Lanes32 joinOdd(Lanes16 lows, Lanes16 highs)
+inline Lanes16 joined(Lanes32 first, Lanes32 second)
 {
-    return (Lanes32)lows >> 16 | ((Lanes32)highs & 0xFFFF0000);
+    // Saturates nothing, since every lane is the sign extension of its lower half.
+    const __m128i low = _mm_srai_epi32(_mm_slli_epi32((__m128i)first, 16), 16);
+    const __m128i high = _mm_srai_epi32(_mm_slli_epi32((__m128i)second, 16), 16);
+    return (Lanes16)_mm_packs_epi32(low, high);
+}
+
+// The following store the values of all lanes, which the target's units can hold.
+inline void storeUnits(Lanes16 units, UTF32* to)
+{
+    const __m128i zero = _mm_setzero_si128();
+    storeLanes(_mm_unpacklo_epi16((__m128i)units, zero), to);
+    storeLanes(_mm_unpackhi_epi16((__m128i)units, zero), to + 4);
+}
+
+inline void storeUnits(Lanes16 units, UTF8* to)
+{
+    const __m128i bytes = _mm_packus_epi16((__m128i)units, (__m128i)units);
+    std::memcpy(to, &bytes, 8);
+}
+
+inline void storeUnits(Lanes16 units, UTF16* to)
+{
+    storeLanes(units, to);
+}
+
+template <typename Target> void storeUnits(Lanes8 units, Target* to)
+{
+    const __m128i zero = _mm_setzero_si128();
+    storeUnits((Lanes16)_mm_unpacklo_epi8((__m128i)units, zero), to);
+    storeUnits((Lanes16)_mm_unpackhi_epi8((__m128i)units, zero), to + 8);
 }
 
 } // namespace KXPL

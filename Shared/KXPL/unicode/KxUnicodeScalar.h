@@ -1,4 +1,4 @@
-// Constants and tests of code points that all converters share.
+// Constants and tests of code points that all converters share, and the units of one character.
 #ifndef KXPL_KX_UNICODE_SCALAR_H
 #define KXPL_KX_UNICODE_SCALAR_H
 
@@ -33,32 +33,33 @@ constexpr bool isSurrogate(UTF32 value)
     return value >= kFirstHighSurrogate && value <= kLastLowSurrogate;
 }
 
-// Room between two pointers, in units.
-template <typename Unit> std::size_t roomBetween(const Unit* from, const Unit* end)
+constexpr UTF32 valueOfPair(UTF32 high, UTF32 low)
 {
-    return from < end ? static_cast<std::size_t>(end - from) : 0;
+    return ((high - kFirstHighSurrogate) << kSurrogateShift) + (low - kFirstLowSurrogate) + kFirstSupplementary;
 }
 
-// Writes a value of at most kLargestScalar as one or two units. False, with nothing written, without room.
-inline bool put(UTF32 value, UTF16*& target, const UTF16* targetEnd)
+// The following write a value of at most kLargestScalar. False, with nothing written, without room.
+[[gnu::always_inline]] inline bool put(UTF32 value, UTF16*& target, const UTF16* targetEnd)
 {
-    const std::size_t units = value < kFirstSupplementary ? 1 : 2;
-    if (roomBetween<UTF16>(target, targetEnd) < units) {
+    if (value < kFirstSupplementary) {
+        if (target >= targetEnd) {
+            return false;
+        }
+        *target++ = static_cast<UTF16>(value);
+        return true;
+    }
+    if (targetEnd - target < 2) {
         return false;
     }
-    if (units == 1) {
-        *target++ = static_cast<UTF16>(value);
-    } else {
-        *target++ =
-            static_cast<UTF16>(((value - kFirstSupplementary) >> kSurrogateShift) + kFirstHighSurrogate);
-        *target++ = static_cast<UTF16>((value & kSurrogateMask) | kFirstLowSurrogate);
-    }
+    target[0] = static_cast<UTF16>(((value - kFirstSupplementary) >> kSurrogateShift) + kFirstHighSurrogate);
+    target[1] = static_cast<UTF16>((value & kSurrogateMask) | kFirstLowSurrogate);
+    target += 2;
     return true;
 }
 
-inline bool put(UTF32 value, UTF32*& target, const UTF32* targetEnd)
+[[gnu::always_inline]] inline bool put(UTF32 value, UTF32*& target, const UTF32* targetEnd)
 {
-    if (roomBetween<UTF32>(target, targetEnd) == 0) {
+    if (target >= targetEnd) {
         return false;
     }
     *target++ = value;

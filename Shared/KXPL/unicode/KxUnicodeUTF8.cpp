@@ -1,23 +1,15 @@
 // The converters that read UTF-8, and the test of a sequence.
 #include "KxUnicode.h"
 
-#include "KxUnicodeBlocks.h"
+#include "KxUnicodeConvert.h"
+#include "KxUnicodeLanes.h"
 #include "KxUnicodeScalar.h"
 #include "KxUnicodeTakeUTF8.h"
 
-#include <algorithm>
 #include <cstddef>
 
 namespace KXPL {
 namespace {
-
-// A block that gives less than this was ended by something that is not among the next characters for long.
-constexpr std::ptrdiff_t kMostOfBlock = kBlock - 8;
-// Characters converted one at a time where a block has nothing that is worth more, and where only some of it
-// could be taken.
-constexpr std::size_t kManyCharacters = 64;
-constexpr std::size_t kSomeCharacters = 8;
-constexpr std::ptrdiff_t kLongestSequence = 4;
 
 // Indexed by a lead byte: how many bytes follow it. The forms of five and six bytes are known so that they
 // can be refused as a whole.
@@ -43,156 +35,156 @@ bool isTrailingByte(UTF8 byte)
 // The lead byte may narrow the second byte's range. Only one bound is tested after a lead byte that does so.
 bool isLegalSecondByte(UTF8 lead, UTF8 second)
 {
-    if (second > 0xBF) {
-        return false;
-    }
     switch (lead) {
     case 0xE0:
-        return second >= 0xA0;
+        return second >= 0xA0 && second <= 0xBF;
     case 0xED:
         return second <= 0x9F;
     case 0xF0:
-        return second >= 0x90;
+        return second >= 0x90 && second <= 0xBF;
     case 0xF4:
         return second <= 0x8F;
     default:
-        return second >= 0x80;
+        return isTrailingByte(second);
     }
 }
 
-bool isLegalUTF8(const UTF8* source, int length)
+// Tests one sequence, whose lead byte tells that length. Inlined where the length is known.
+[[gnu::always_inline]] inline bool isLegalUTF8(const UTF8* source, int length)
 {
-    if (length < 1 || length > 4) {
+    switch (length) {
+    case 1:
+        return source[0] < 0x80;
+    case 2:
+        return isTrailingByte(source[1]) && source[0] > 0xC1;
+    case 3:
+        return isTrailingByte(source[2]) && isLegalSecondByte(source[0], source[1]);
+    case 4:
+        return isTrailingByte(source[3]) && isTrailingByte(source[2]) && isLegalSecondByte(source[0], source[1])
+            && source[0] <= 0xF4;
+    default:
         return false;
     }
-    if (length == 4 && !isTrailingByte(source[3])) {
-        return false;
-    }
-    if (length >= 3 && !isTrailingByte(source[2])) {
-        return false;
-    }
-    if (length >= 2 && !isLegalSecondByte(source[0], source[1])) {
-        return false;
-    }
-    return source[0] < 0x80 || (source[0] > 0xC1 && source[0] <= 0xF4);
 }
 
-// Decodes the sequence at the source, which is not empty; `length` tells its bytes. The source is not moved.
-ConversionResult peekUTF8(const UTF8* source, const UTF8* sourceEnd, UTF32& value, int& length)
+// Sums the bytes of a legal sequence of that length.
+template <int length> UTF32 sumOf(const UTF8* sequence)
 {
-    const int trailing = trailingBytesForUTF8[*source];
-    length = trailing + 1;
-    if (sourceEnd - source < length) {
-        return sourceExhausted;
-    }
-    if (!isLegalUTF8(source, length)) {
-        return sourceIllegal;
-    }
-    value = 0;
+    UTF32 value = 0;
     for (int i = 0; i < length; ++i) {
-        value = (value << 6) + source[i];
+        value = (value << 6) + sequence[i];
     }
-    value -= offsetsFromUTF8[trailing];
-    return conversionOK;
+    return value - offsetsFromUTF8[length - 1];
 }
 
-// Converts the characters that begin before stretchEnd, one at a time. The legality test has already refused
-// surrogates and values above kLargestScalar, in either mode, so no branch for them follows and the flags make
-// no difference.
-template <typename Target>
-ConversionResult convertSingly(Place<UTF8, Target>& at, const UTF8* stretchEnd,
-                               const Bounds<UTF8, Target>& bounds)
+// What the lengths of sequences have in common. The legality test has already refused surrogates and values
+// above kLargestScalar, in either mode, so no branch for them follows and the flags make no difference.
+template <int length, typename Target>
+[[gnu::always_inline]] inline bool takeSequence(Place<UTF8, Target>& at, const Bounds<UTF8, Target>& bounds,
+                                                ConversionResult& result)
 {
-    while (at.from < stretchEnd) {
-        UTF32 value = 0;
-        int length = 0;
-        const ConversionResult result = peekUTF8(at.from, bounds.end, value, length);
-        if (result != conversionOK) {
-            return result;
-        }
-        if (!put(value, at.to, bounds.room)) {
-            return targetExhausted;
-        }
-        at.from += length;
+    if (bounds.end - at.from < length) {
+        result = sourceExhausted;
+        return false;
     }
-    return conversionOK;
+    if (!isLegalUTF8(at.from, length)) {
+        result = sourceIllegal;
+        return false;
+    }
+    if (!put(sumOf<length>(at.from), at.to, bounds.room)) {
+        result = targetExhausted;
+        return false;
+    }
+    at.from += length;
+    return true;
 }
 
-// Whether a group of characters of three bytes each may begin there, by the lead bytes of some of them.
-bool mayBeThrees(const UTF8* from)
-{
-    return (from[0] & from[3 * 2] & from[3 * 5] & from[3 * 7]) >= 0xE0;
-}
+struct FromUTF8 {
+    static constexpr std::ptrdiff_t kUnits = kBytesOfThrees;
+    static constexpr std::ptrdiff_t kRoom = 16;
 
-template <typename Target>
-Place<UTF8, Target> convertBlock(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds)
-{
-    // A block, and the two characters in front of it where there are no others.
-    if (!has(at, bounds, kBlock + 2 * kLongestSequence, kBlock + 4)) {
-        return convertLegal(at, bounds, kBlock);
-    }
-    if (!anyHas(0x80, at.from)) {
-        return copyBlock(at);
-    }
-    // Blocks look at two bytes before them.
-    if (at.from - bounds.begin < 2) {
-        at = convertLegal(at, bounds, 2);
-        if (at.from - bounds.begin < 2) {
-            return at;
+    template <typename Target>
+    [[gnu::always_inline]] static bool takeOne(Place<UTF8, Target>& at, const Bounds<UTF8, Target>& bounds,
+                                               ConversionResult& result)
+    {
+        // By comparisons, since the processor can go on before the byte is there; a length out of a table it
+        // would have to wait for at each character.
+        const UTF8 lead = *at.from;
+        if (lead < 0x80) {
+            return takeSequence<1>(at, bounds, result);
         }
-    }
-    // Where these are not alone, branches cost less than looking at every byte of all of them.
-    if (*at.from >= 0xE0) {
-        if (mayBeThrees(at.from)) {
-            at = convertThrees(at, bounds);
+        if (lead < 0xE0) {
+            if (lead >= 0xC0) {
+                return takeSequence<2>(at, bounds, result);
+            }
+        } else if (lead < 0xF0) {
+            return takeSequence<3>(at, bounds, result);
+        } else if (lead < 0xF8) {
+            return takeSequence<4>(at, bounds, result);
         }
-        return convertLegal(at, bounds, kManyCharacters);
+        const int trailing = trailingBytesForUTF8[lead];
+        // Never legal: a trailing byte, or the lead byte of five or six.
+        result = bounds.end - at.from <= trailing ? sourceExhausted : sourceIllegal;
+        return false;
     }
-    Place<UTF8, Target> next = convertBelow800(at);
-    if (next.from == at.from) {
-        next = convertBelow10000(at);
-    }
-    if (next.from - at.from >= kMostOfBlock) {
-        return next;
-    }
-    return convertLegal(next, bounds, next.from != at.from ? kSomeCharacters : kManyCharacters);
-}
 
-template <typename Target>
-ConversionResult convert(const UTF8** source, const UTF8* sourceEnd, Target** target, const Target* targetEnd)
-{
-    if (*source >= sourceEnd) {
-        return conversionOK;
+    template <typename Target>
+    static Place<UTF8, Target> takeMany(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds)
+    {
+        while (bounds.have(at, kUnits, kRoom)) {
+            const Lanes8 bytes = loadLanes(at.from);
+            const unsigned int over7F = bitsOf(bytes);
+            if (over7F == 0) {
+                storeUnits(bytes, at.to);
+                at = { at.from + 16, at.to + 16 };
+                continue;
+            }
+            const std::ptrdiff_t count = __builtin_ctz(over7F);
+            if (at.from[count] < 0xE0 && at.from != bounds.begin
+                && bounds.have(at, kBytesBelow800, kRoomBelow800)) {
+                const Place<UTF8, Target> next = takeBelow800(at);
+                if (next.from != at.from) {
+                    at = next;
+                    continue;
+                }
+            }
+            copyFewerThan<16>(count, at.from, at.to);
+            at = { at.from + count, at.to + count };
+            if (!bounds.have(at, kUnits, kRoom)) {
+                break;
+            }
+            const UTF8* const begin = at.from;
+            if (*begin >= 0xF0) {
+                at = takeFours(at);
+            } else if (*begin >= 0xE0) {
+                at = takeThrees(at);
+            }
+            if (at.from == begin) {
+                ConversionResult result = conversionOK;
+                do {
+                    if (!(*at.from >= 0xF0 ? takeSequence<4>(at, bounds, result)
+                                           : takeOne(at, bounds, result))) {
+                        return at;
+                    }
+                } while (*at.from >= 0x80 && at.from - begin < kUnits - 4);
+            }
+        }
+        return at;
     }
-    const bool strict = true; // or not: both refuse the same
-    const Bounds<UTF8, Target> bounds { *source, sourceEnd, targetEnd, strict };
-    Place<UTF8, Target> at { *source, *target };
-    ConversionResult result = conversionOK;
-    convertByBlocks(
-        at, sourceEnd, [&](Place<UTF8, Target> here) { return convertBlock(here, bounds); },
-        [&](Place<UTF8, Target>& here, const UTF8* stretchEnd) {
-            // Blocks take all that is legal, so either the next sequence ends the conversion or few are left.
-            const std::ptrdiff_t bytes = std::min(stretchEnd - here.from, kLongestSequence);
-            result = convertSingly(here, here.from + bytes, bounds);
-            return result == conversionOK;
-        });
-    *source = at.from;
-    *target = at.to;
-    return result;
-}
+};
 
 } // namespace
 
 ConversionResult ConvertUTF8toUTF16(const UTF8** source, const UTF8* sourceEnd, UTF16** target,
-                                    UTF16* targetEnd, ConversionFlags)
+                                    UTF16* targetEnd, ConversionFlags flags)
 {
-    return convert<UTF16>(source, sourceEnd, target, targetEnd);
+    return convert<FromUTF8>(source, sourceEnd, target, targetEnd, flags);
 }
 
 ConversionResult ConvertUTF8toUTF32(const UTF8** source, const UTF8* sourceEnd, UTF32** target,
-                                    UTF32* targetEnd, ConversionFlags)
+                                    UTF32* targetEnd, ConversionFlags flags)
 {
-    return convert<UTF32>(source, sourceEnd, target, targetEnd);
+    return convert<FromUTF8>(source, sourceEnd, target, targetEnd, flags);
 }
 
 bool isLegalUTF8Sequence(const UTF8* source, const UTF8* sourceEnd)
