@@ -149,6 +149,7 @@ TEST(KxThreadLocal, KeyZeroThatWasHandedOutIsReplacedByAnother)
 TEST(KxThreadLocal, WithoutAKeyNothingIsStoredReadOrDeleted)
 {
     const Life life = liveWith(EAGAIN, { 900 });
+    EXPECT_EQ(life.mCreated, 1);
     EXPECT_EQ(life.mKey, 0u);
     EXPECT_TRUE(life.mStored.empty());
     EXPECT_EQ(life.mValue, nullptr);

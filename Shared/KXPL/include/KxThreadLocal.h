@@ -15,8 +15,7 @@ public:
     KxThreadLocal()
         : mKey(new pthread_key_t(0))
     {
-        Create();
-        if (*mKey == 0) {
+        if (Create() && *mKey == 0) {
             Create();
         }
     }
@@ -45,11 +44,13 @@ public:
     pthread_key_t* mKey; // owned
 
 private:
-    void Create()
+    bool Create()
     {
-        if (pthread_key_create(mKey, nullptr) != 0) {
+        const bool isCreated = pthread_key_create(mKey, nullptr) == 0;
+        if (!isCreated) {
             *mKey = 0;
         }
+        return isCreated;
     }
 };
 
