@@ -36,6 +36,20 @@ function(fallcatch_framework target header)
         INSTALL_NAME_DIR "@executable_path/../Frameworks"
         BUILD_WITH_INSTALL_NAME_DIR ON)
 
+    # What the four functions never reach stays out. Objects are named as sources are; see fallcatch_map_folders.
+    target_link_options(${target} PRIVATE "LINKER:-dead_strip")
+    set(prepend "")
+    include(CheckLinkerFlag)
+    check_linker_flag(CXX "LINKER:-oso_prefix,${PROJECT_BINARY_DIR}/" FALLCATCH_LINKER_NAMES_OBJECTS)
+    if(FALLCATCH_LINKER_NAMES_OBJECTS)
+        target_link_options(${target} PRIVATE "LINKER:-oso_prefix,${PROJECT_BINARY_DIR}/")
+        set(prepend --oso-prepend-path "${PROJECT_BINARY_DIR}")
+    endif()
+    check_linker_flag(CXX "LINKER:-reproducible" FALLCATCH_LINKER_KEEPS_NO_TIMES)
+    if(FALLCATCH_LINKER_KEEPS_NO_TIMES)
+        target_link_options(${target} PRIVATE "LINKER:-reproducible")
+    endif()
+
     # Generators copy a framework's files only before they compile a source of its target, and this target has
     # objects alone.
     set(bundle "$<TARGET_BUNDLE_DIR:${target}>")
@@ -58,6 +72,6 @@ function(fallcatch_framework target header)
     find_program(FALLCATCH_DSYMUTIL dsymutil)
     if(FALLCATCH_DSYMUTIL)
         add_custom_target(${target}_dsym VERBATIM DEPENDS ${target} COMMENT "Collecting debug information"
-            COMMAND ${FALLCATCH_DSYMUTIL} $<TARGET_FILE:${target}> -o "$<TARGET_BUNDLE_DIR:${target}>.dSYM")
+            COMMAND ${FALLCATCH_DSYMUTIL} ${prepend} $<TARGET_FILE:${target}> -o "$<TARGET_BUNDLE_DIR:${target}>.dSYM")
     endif()
 endfunction()

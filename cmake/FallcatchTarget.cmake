@@ -53,13 +53,25 @@ else()
     set(fallcatch_hardened FALSE)
 endif()
 
+# A Mac binary's debug information names sources and objects by where they lie in this project, whichever folder
+# that is, so that the same sources give the same bytes, identifier included.
+set(fallcatch_map_folders "")
+if(APPLE)
+    foreach(pair IN ITEMS "${PROJECT_BINARY_DIR}=build" "${PROJECT_SOURCE_DIR}=." "${CMAKE_OSX_SYSROOT}=SDK")
+        if(NOT pair MATCHES "^=")
+            list(APPEND fallcatch_map_folders "-fdebug-prefix-map=${pair}")
+        endif()
+    endforeach()
+endif()
+
 # For what is handed to hosts. Formats that only the run knows are refused in every kind of build; see
 # fallcatch_runtime_formats for the exception. The rest is for release builds: what fortifies needs
 # optimisation.
 function(fallcatch_product target)
     fallcatch_target(${target})
     set_target_properties(${target} PROPERTIES EXPORT_COMPILE_COMMANDS ON)
-    target_compile_options(${target} PRIVATE -Wformat=2 -Werror=format-security -Werror=format-nonliteral)
+    target_compile_options(${target} PRIVATE -Wformat=2 -Werror=format-security -Werror=format-nonliteral
+        ${fallcatch_map_folders})
     if(fallcatch_hardened)
         target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-fstack-protector-strong> ${fallcatch_fortify})
         get_target_property(type ${target} TYPE)

@@ -129,8 +129,9 @@ class Bridge:
         self.machine.watch(self.image.symbol(LOG), lambda: self._on_log(3))
         self.machine.watch(self.image.symbol(LOG_WITH_VALUE), lambda: self._on_log(5))
         for name in INITIALIZE:
-            self.machine.watch(
-                self.image.symbol(name), lambda: world.events.append("CLogManager::Initialize"))
+            if self.image.has_symbol(name):  # what nothing calls is left out of the framework
+                self.machine.watch(
+                    self.image.symbol(name), lambda: world.events.append("CLogManager::Initialize"))
         for initialiser in self.image.initialisers():
             self.machine.call(initialiser)
         self.initialiser_events = list(world.events)

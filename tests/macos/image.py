@@ -60,6 +60,9 @@ class FrameworkImage:
         """A function that the binary does not export, by what its debug information knows."""
         return self._symbols[name]
 
+    def has_symbol(self, name):
+        return name in self._symbols
+
     def initialisers(self):
         found = []
         for segment in self._binary.segments:

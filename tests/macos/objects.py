@@ -152,6 +152,9 @@ class ObjectsImage:
     def symbol(self, name):
         return self._definitions[name]
 
+    def has_symbol(self, name):
+        return name in self._definitions
+
     def initialisers(self):
         return [
             self._machine.number(item.places[number] + i)

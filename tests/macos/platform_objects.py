@@ -12,7 +12,7 @@ class Library:
     """One loaded slice. events is what it asked of the system since the last clear."""
 
     def __init__(self, name, world=None, imports=System):
-        self._bridge = bridge(name, world, imports, logs=False)
+        self._bridge = bridge(name, world, imports, logs=False, whole=True)
         self.machine = self._bridge.machine
         self.system = self._bridge.imports
         self.events = self._bridge.world.events

@@ -44,19 +44,24 @@ def object_files():
     return sorted(OBJECTS.rglob("*.o"))
 
 
-def internal_symbols(name):
+def internal_symbols(path, name):
     """The functions that are not exported, which the shipped binary no longer names."""
-    return {symbol.name: symbol.value for symbol in slices(DWARF)[name].symbols if symbol.value}
+    return {symbol.name: symbol.value for symbol in slices(path)[name].symbols if symbol.value}
 
 
-def bridge(name, world=None, imports=Imports, logs=True):
+def whole_binary(name):
+    """The library with what the framework's four functions never reach: a host gets that with the static ones."""
+    return BUILD / f"macos-{name}" / "tests/macos/cross/libfallcatch_whole.dylib"
+
+
+def bridge(name, world=None, imports=Imports, logs=True, whole=False):
     world = world or World()
     if name == "i386":
         def load(machine, resolve):
             return ObjectsImage(object_files(), machine, resolve, world.class_address)
         return Bridge(I386(), load, world, imports, logs)
-    binary = slices(BINARY)[name]
-    symbols = internal_symbols(name)
+    binary = slices(whole_binary(name) if whole else BINARY)[name]
+    symbols = internal_symbols(whole_binary(name) if whole else DWARF, name)
 
     def load(machine, resolve):
         return FrameworkImage(binary, machine, resolve, symbols)

@@ -7,7 +7,9 @@ import subprocess
 import unittest
 
 from image import slices
-from support import BINARY, DWARF, FRAMEWORK, FRAMEWORK_SLICES, FUNCTIONS, SOURCES, imports_of, on_slices
+from support import (
+    BINARY, DWARF, FRAMEWORK, FRAMEWORK_SLICES, FUNCTIONS, SOURCES, imports_of, internal_symbols, on_slices,
+    whole_binary)
 
 INSTALL_NAME = "@executable_path/../Frameworks/fallcatch.framework/Versions/A/fallcatch"
 LIBRARIES = {
@@ -61,7 +63,18 @@ class Slice:
         wanted = imports_of(self.slice)
         found = {binding.symbol.name for binding in self.binary.bindings}
         self.assertEqual(sorted(found - wanted.keys()), [], "used but not in imports.txt")
+
+    def test_with_all_of_the_library_imports_what_is_listed(self):
+        wanted = imports_of(self.slice)
+        whole = slices(whole_binary(self.slice))[self.slice]
+        found = {binding.symbol.name for binding in whole.bindings}
+        self.assertEqual(sorted(found - wanted.keys()), [], "used but not in imports.txt")
         self.assertEqual(sorted(wanted.keys() - found), [], "in imports.txt but no longer used")
+
+    def test_holds_nothing_that_its_functions_never_reach(self):
+        names = internal_symbols(DWARF, self.slice)
+        self.assertIn("__ZN3HSL11CLogContext9LogPassedEhPKc", names)
+        self.assertNotIn("__ZN3HSL11CLogManager10InitializeEv", names)
 
     def test_takes_each_import_from_its_library(self):
         wanted = imports_of(self.slice)
