@@ -40,8 +40,11 @@ get_filename_component(stubs "${stubs}" ABSOLUTE)
 foreach(language IN ITEMS C CXX OBJCXX)
     set(CMAKE_${language}_FLAGS_INIT "-fdefine-target-os-macros -iframework ${stubs} ${FALLCATCH_MACOS_FLAGS}")
 endforeach()
+if(NOT FALLCATCH_MACOS_LINKER)
+    set(FALLCATCH_MACOS_LINKER -fuse-ld=lld)
+endif()
 foreach(kind IN ITEMS EXE SHARED MODULE)
-    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld -F${stubs} -L${stubs}")
+    set(CMAKE_${kind}_LINKER_FLAGS_INIT "${FALLCATCH_MACOS_LINKER} -F${stubs} -L${stubs}")
 endforeach()
 
 # Programs come from this machine; libraries, headers and frameworks of it are of no use.

@@ -3,9 +3,10 @@ pointers, bound imports."""
 
 import lief
 
-from machine import X86_64, Arm64
+from machine import I386, X86_64, Arm64
 
 PROCESSORS = {
+    lief.MachO.Header.CPU_TYPE.X86: I386,
     lief.MachO.Header.CPU_TYPE.X86_64: X86_64,
     lief.MachO.Header.CPU_TYPE.ARM64: Arm64,
 }
@@ -25,9 +26,10 @@ def slices(path):
 
 
 class FrameworkImage:
-    """resolve(machine, name) gives the address that an import is bound to."""
+    """resolve(machine, name) gives the address that an import is bound to. class_address(name): what the legacy
+    Objective-C runtime puts where a class is referred to by its name."""
 
-    def __init__(self, binary, machine, resolve, symbols):
+    def __init__(self, binary, machine, resolve, symbols, class_address):
         self.machine = machine
         self._base = machine.processor.origin + IMAGE
         self._binary = binary
@@ -35,6 +37,7 @@ class FrameworkImage:
         self._map()
         self._rebase()
         self._bind(resolve)
+        self._look_up_classes(class_address)
         self.exports = {
             entry.symbol.name: self._base + entry.address for entry in binary.dyld_info.exports}
         self._symbols = {name: self._base + value for name, value in symbols.items()}
@@ -56,6 +59,16 @@ class FrameworkImage:
             self.machine.set_number(
                 self._base + binding.address, resolve(self.machine, name) + binding.addend)
 
+    def _look_up_classes(self, class_address):
+        for section in self._sections():
+            if section.name == "__cls_refs":
+                for i in range(0, section.size, 4):
+                    place = self._base + section.virtual_address + i
+                    self.machine.set_number(place, class_address(self.machine.text(self.machine.number(place))))
+
+    def _sections(self):
+        return [section for segment in self._binary.segments for section in segment.sections]
+
     def symbol(self, name):
         """A function that the binary does not export, by what its debug information knows."""
         return self._symbols[name]
@@ -65,9 +78,9 @@ class FrameworkImage:
 
     def initialisers(self):
         found = []
-        for segment in self._binary.segments:
-            for section in segment.sections:
-                if section.name == "__mod_init_func":
-                    start = self._base + section.virtual_address
-                    found += [self.machine.number(start + i) for i in range(0, section.size, 8)]
+        width = self.machine.processor.width
+        for section in self._sections():
+            if section.name == "__mod_init_func":
+                start = self._base + section.virtual_address
+                found += [self.machine.number(start + i) for i in range(0, section.size, width)]
         return found

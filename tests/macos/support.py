@@ -9,7 +9,6 @@ from bridge import Bridge, Imports
 from foundation import World
 from image import FrameworkImage, slices
 from machine import I386, X86_64, Arm64
-from objects import ObjectsImage
 
 SOURCES = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("FALLCATCH_MACOS_BUILD", SOURCES / "build"))
@@ -20,9 +19,9 @@ DWARF = DSYM / "Contents/Resources/DWARF/fallcatch"
 CACHE = Path(os.environ.get("XDG_CACHE_HOME") or Path.home() / ".cache") / "fallcatch"
 SYSROOT = CACHE / "macos-sysroot"
 TARGETS = {"x86_64": "x86_64-apple-macosx10.13", "arm64": "arm64-apple-macosx11.0"}
-OBJECTS = BUILD / "macos-i386" / "Shared"
-FRAMEWORK_SLICES = ("x86_64", "arm64")
-ALL_SLICES = FRAMEWORK_SLICES + ("i386",)
+MACHINES = {"i386": I386, "x86_64": X86_64, "arm64": Arm64}
+SIXTY_FOUR_BIT_SLICES = ("x86_64", "arm64")
+ALL_SLICES = ("i386", *SIXTY_FOUR_BIT_SLICES)
 FUNCTIONS = ["_FallcatchInit", "_FallcatchRelease", "_FallcatchSetReportInterval", "_GetTestCommandsList"]
 
 
@@ -40,32 +39,27 @@ def imports_of(name):
     return found
 
 
-def object_files():
-    return sorted(OBJECTS.rglob("*.o"))
-
-
 def internal_symbols(path, name):
     """The functions that are not exported, which the shipped binary no longer names."""
     return {symbol.name: symbol.value for symbol in slices(path)[name].symbols if symbol.value}
 
 
 def whole_binary(name):
-    """The library with what the framework's four functions never reach: a host gets that with the static ones."""
+    """The library with what the framework's four functions never reach: a host gets that with the static ones. The
+    32-bit slice has all of it."""
+    if name == "i386":
+        return BINARY
     return BUILD / f"macos-{name}" / "tests/macos/cross/libfallcatch_whole.dylib"
 
 
 def bridge(name, world=None, imports=Imports, logs=True, whole=False):
     world = world or World()
-    if name == "i386":
-        def load(machine, resolve):
-            return ObjectsImage(object_files(), machine, resolve, world.class_address)
-        return Bridge(I386(), load, world, imports, logs)
     binary = slices(whole_binary(name) if whole else BINARY)[name]
-    symbols = internal_symbols(whole_binary(name) if whole else DWARF, name)
+    symbols = internal_symbols(whole_binary(name) if whole and name != "i386" else DWARF, name)
 
     def load(machine, resolve):
-        return FrameworkImage(binary, machine, resolve, symbols)
-    return Bridge(X86_64() if name == "x86_64" else Arm64(), load, world, imports, logs)
+        return FrameworkImage(binary, machine, resolve, symbols, world.class_address)
+    return Bridge(MACHINES[name](), load, world, imports, logs)
 
 
 def on_slices(names):

@@ -8,8 +8,8 @@ import unittest
 
 from image import slices
 from support import (
-    BINARY, DWARF, FRAMEWORK, FRAMEWORK_SLICES, FUNCTIONS, SOURCES, imports_of, internal_symbols, on_slices,
-    whole_binary)
+    ALL_SLICES, BINARY, DWARF, FRAMEWORK, FUNCTIONS, SIXTY_FOUR_BIT_SLICES, SOURCES, imports_of, internal_symbols,
+    on_slices, whole_binary)
 
 INSTALL_NAME = "@executable_path/../Frameworks/fallcatch.framework/Versions/A/fallcatch"
 LIBRARIES = {
@@ -19,7 +19,7 @@ LIBRARIES = {
     "libc++": "/usr/lib/libc++.1.dylib",
     "libSystem": "/usr/lib/libSystem.B.dylib",
 }
-OLDEST_SYSTEM = {"x86_64": [10, 13, 0], "arm64": [11, 0, 0]}
+OLDEST_SYSTEM = {"i386": [10, 9, 0], "x86_64": [10, 13, 0], "arm64": [11, 0, 0]}
 
 
 def run(*command):
@@ -27,16 +27,16 @@ def run(*command):
 
 
 class UniversalBinary(unittest.TestCase):
-    def test_holds_both_processors(self):
-        self.assertEqual(run("llvm-lipo-19", "-archs", BINARY).split(), ["x86_64", "arm64"])
-        self.assertEqual(run("llvm-lipo-19", "-archs", DWARF).split(), ["x86_64", "arm64"])
+    def test_holds_three_processors(self):
+        self.assertEqual(sorted(run("llvm-lipo-19", "-archs", BINARY).split()), ["arm64", "i386", "x86_64"])
+        self.assertEqual(sorted(run("llvm-lipo-19", "-archs", DWARF).split()), ["arm64", "i386", "x86_64"])
 
     def test_names_no_folder_of_the_machine_that_built_it(self):
         for folder in (SOURCES, FRAMEWORK.parent):
             self.assertNotIn(str(folder).encode(), BINARY.read_bytes())
 
 
-@on_slices(FRAMEWORK_SLICES)
+@on_slices(ALL_SLICES)
 class Slice:
     @property
     def binary(self):
@@ -67,14 +67,11 @@ class Slice:
     def test_with_all_of_the_library_imports_what_is_listed(self):
         wanted = imports_of(self.slice)
         whole = slices(whole_binary(self.slice))[self.slice]
-        found = {binding.symbol.name for binding in whole.bindings}
+        # The legacy Objective-C runtime finds classes by name: their symbols are listed and bound to nothing.
+        found = {binding.symbol.name for binding in whole.bindings} | {
+            symbol.name for symbol in whole.symbols if symbol.name.startswith(".objc_class_name_")}
         self.assertEqual(sorted(found - wanted.keys()), [], "used but not in imports.txt")
         self.assertEqual(sorted(wanted.keys() - found), [], "in imports.txt but no longer used")
-
-    def test_holds_nothing_that_its_functions_never_reach(self):
-        names = internal_symbols(DWARF, self.slice)
-        self.assertIn("__ZN3HSL11CLogContext9LogPassedEhPKc", names)
-        self.assertNotIn("__ZN3HSL11CLogManager10InitializeEv", names)
 
     def test_takes_each_import_from_its_library(self):
         wanted = imports_of(self.slice)
@@ -92,11 +89,6 @@ class Slice:
         line = self.tool("--dylibs-used").splitlines()[1]
         self.assertTrue(line.endswith("(compatibility version 1.0.0, current version 1.0.0)"), line)
 
-    def test_uses_the_current_objective_c_runtime(self):
-        names = {section.name for section in self.binary.sections}
-        self.assertLessEqual({"__objc_classrefs", "__objc_selrefs", "__objc_imageinfo"}, names)
-        self.assertNotIn("__cls_refs", names)
-
     def test_has_its_debug_information_beside_it(self):
         uuid = {
             path: re.search(rf"UUID: (\S+) \({self.slice}\)", run("llvm-dwarfdump-19", "--uuid", path)).group(1)
@@ -107,6 +99,43 @@ class Slice:
                 "llvm-symbolizer-19", f"--obj={DWARF}:{self.slice}", "--functions=linkage", hex(entry.address))
             self.assertIn(entry.symbol.name.lstrip("_"), place)
             self.assertIn("Breakpad/Glue/fallcatch.mm:", place)
+
+
+@on_slices(SIXTY_FOUR_BIT_SLICES)
+class SixtyFourBitSlice:
+    def test_holds_nothing_that_its_functions_never_reach(self):
+        names = internal_symbols(DWARF, self.slice)
+        self.assertIn("__ZN3HSL11CLogContext9LogPassedEhPKc", names)
+        self.assertNotIn("__ZN3HSL11CLogManager10InitializeEv", names)
+
+    def test_uses_the_current_objective_c_runtime(self):
+        names = {section.name for section in slices(BINARY)[self.slice].sections}
+        self.assertLessEqual({"__objc_classrefs", "__objc_selrefs", "__objc_imageinfo"}, names)
+        self.assertNotIn("__cls_refs", names)
+
+
+class ThirtyTwoBitSlice(unittest.TestCase):
+    def setUp(self):
+        self.binary = slices(BINARY)["i386"]
+
+    def test_uses_the_legacy_objective_c_runtime(self):
+        sections = {(section.segment_name, section.name) for section in self.binary.sections}
+        self.assertLessEqual(
+            {("__OBJC", "__cls_refs"), ("__OBJC", "__message_refs"), ("__OBJC", "__module_info"),
+             ("__OBJC", "__image_info")}, sections)
+        self.assertFalse({name for _, name in sections if name.startswith("__objc_")})
+
+    def test_is_written_to_at_load_time_in_its_data_only(self):
+        writable = {"__DATA", "__OBJC"}
+        for entry in (*self.binary.relocations, *self.binary.bindings):
+            self.assertIn(self.binary.segment_from_virtual_address(entry.address).name, writable)
+        for segment in self.binary.segments:
+            self.assertEqual(bool(int(segment.init_protection) & 2), segment.name in writable, segment.name)
+
+    def test_stores_no_zeros(self):
+        data = self.binary.get_segment("__DATA")
+        self.assertLess(data.file_size, 0x2000)
+        self.assertGreater(data.virtual_size, 0x40000)
 
 
 class Signature(unittest.TestCase):

@@ -8,7 +8,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from support import DSYM, FRAMEWORK, FRAMEWORK_SLICES, SOURCES, SYSROOT, TARGETS, on_slices
+from support import DSYM, FRAMEWORK, SIXTY_FOUR_BIT_SLICES, SOURCES, SYSROOT, TARGETS, on_slices
 
 GLUE = SOURCES / "Shared/DebugTools/Breakpad/Glue"
 PACKAGING = SOURCES / "packaging/macos"
@@ -78,7 +78,8 @@ class InformationDictionary(unittest.TestCase):
             "CFBundleShortVersionString": version.group(1),
             "CFBundleSupportedPlatforms": ["MacOSX"],
             "CFBundleVersion": version.group(1),
-            "LSMinimumSystemVersion": "10.13",
+            "LSMinimumSystemVersion": "10.9",
+            "LSMinimumSystemVersionByArchitecture": {"i386": "10.9", "x86_64": "10.13", "arm64": "11.0"},
         })
 
     def test_of_privacy_names_the_user_default_and_nothing_collected(self):
@@ -95,7 +96,7 @@ class InformationDictionary(unittest.TestCase):
         })
 
 
-@on_slices(FRAMEWORK_SLICES)
+@on_slices(SIXTY_FOUR_BIT_SLICES)
 class Host:
     """A host application builds with the finished framework alone."""
 
