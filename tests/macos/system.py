@@ -8,7 +8,8 @@ from bridge import Imports
 
 # Functions and their arguments: p is an address, written by the name that a test gave it; n a 32-bit number.
 CALLS = {
-    "pthread_atfork": "ppp", "pthread_attr_init": "p", "pthread_attr_setdetachstate": "pn", "pthread_attr_setschedpolicy": "pn",
+    "pthread_atfork": "ppp", "pthread_attr_init": "p", "pthread_attr_setdetachstate": "pn",
+    "pthread_attr_setschedpolicy": "pn",
     "pthread_attr_setschedparam": "pp", "pthread_create": "pppp", "pthread_join": "pp",
     "pthread_self": "", "pthread_setname_np": "p", "pthread_sigmask": "npp",
     "sched_get_priority_min": "n", "sched_get_priority_max": "n", "usleep": "n",

@@ -8,8 +8,18 @@ import unittest
 
 from image import slices
 from support import (
-    ALL_SLICES, BINARY, DWARF, FRAMEWORK, FUNCTIONS, SIXTY_FOUR_BIT_SLICES, SOURCES, imports_of, internal_symbols,
-    on_slices, whole_binary)
+    ALL_SLICES,
+    BINARY,
+    DWARF,
+    FRAMEWORK,
+    FUNCTIONS,
+    SIXTY_FOUR_BIT_SLICES,
+    SOURCES,
+    imports_of,
+    internal_symbols,
+    on_slices,
+    whole_binary,
+)
 
 INSTALL_NAME = "@executable_path/../Frameworks/fallcatch.framework/Versions/A/fallcatch"
 LIBRARIES = {

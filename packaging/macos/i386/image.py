@@ -3,8 +3,8 @@
 import hashlib
 import struct
 
-from objects import I386, MAGIC, ZERO_FILL
 from link import LOCAL_POINTER, PAGE, SEGMENTS, STUB_SIZE, SYMBOL_STUBS
+from objects import I386, MAGIC, ZERO_FILL
 
 DYLIB = 6
 NO_UNDEFINED, FOR_DYLD, TWO_LEVEL, NO_REEXPORTS = 0x1, 0x4, 0x80, 0x100000

@@ -138,7 +138,7 @@ const Wish* wishForOrAll(const std::vector<Wish>& all, const std::string& name)
     return own != nullptr ? own : wishFor(all, "");
 }
 
-void apply(CLogManager& manager, const std::vector<Wish>& all)
+void applyWishes(CLogManager& manager, const std::vector<Wish>& all)
 {
     if (const Wish* everything = wishFor(all, "")) {
         setLeast(manager, 0, everything->mLeast);
@@ -233,7 +233,7 @@ bool SetLevels(const char* list, std::string* problem)
         wishes().clear();
     }
     wishes().insert(wishes().end(), parsed.begin(), parsed.end());
-    apply(*manager, parsed);
+    applyWishes(*manager, parsed);
     return true;
 }
 
