@@ -76,3 +76,13 @@ endif()
 if(FALLCATCH_CLANG AND FALLCATCH_GLUE AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
     fallcatch_add_consumer_test(Consumer.CompiledByClangHasItsBridgeCompiledByGcc clang)
 endif()
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+set(collector "")
+if(TARGET fallcatch_collector)
+    set(collector $<TARGET_FILE:fallcatch_collector>)
+endif()
+add_test(NAME Consumer.FollowsTheReadmeToALineAndAReport COMMAND Python3::Interpreter -B
+    ${consumer_dir}/minimal_test.py ${CMAKE_COMMAND} ${PROJECT_SOURCE_DIR}/examples ${consumer_work_dir}/prefix
+    ${consumer_cache} ${consumer_work_dir}/minimal "${collector}")
+set_tests_properties(Consumer.FollowsTheReadmeToALineAndAReport PROPERTIES
+    FIXTURES_REQUIRED fallcatch_package TIMEOUT 300)
