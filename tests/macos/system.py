@@ -12,6 +12,7 @@ CALLS = {
     "pthread_attr_setschedpolicy": "pn",
     "pthread_attr_setschedparam": "pp", "pthread_create": "pppp", "pthread_join": "pp",
     "pthread_self": "", "pthread_setname_np": "p", "pthread_sigmask": "npp",
+    "pthread_setcancelstate": "np",
     "sched_get_priority_min": "n", "sched_get_priority_max": "n", "usleep": "n",
     "pthread_mutexattr_init": "p", "pthread_mutexattr_settype": "pn", "pthread_mutexattr_setprotocol": "pn",
     "pthread_mutexattr_destroy": "p", "pthread_mutex_init": "pp", "pthread_mutex_destroy": "p",

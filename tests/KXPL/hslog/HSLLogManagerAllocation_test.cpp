@@ -3,11 +3,14 @@
 
 #include "Allocations.h"
 #include "BareManager.h"
+#include "HandMadeRecord.h"
 #include "Interpose.h"
+#include "ManualPass.h"
 #include "hslog/HSL.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <functional>
 #include <new>
 #include <string>
@@ -158,6 +161,87 @@ TEST_F(CLogManagerAllocation, ManagerThatCannotBeMadeLeavesNothingBehind)
     delete made;
 }
 
+// "No log call reports anything": the host is not prepared for an exception.
+TEST_F(CLogManagerAllocation, FirstCallOfAThreadThatFindsNoMemoryDropsItsMessage)
+{
+    mManager->SetEnable(true);
+    mManager->SetFilterValue(3, true);
+    const HSL::CCat several = [] {
+        HSL::CCat cat(3);
+        cat.mCount = 2;
+        cat.mCodes[1] = 4;
+        return cat;
+    }();
+    const std::function<void()> calls[] = { [] { HSL::HSLog(HSL::CCat(3), "message"); },
+                                            [] { HSL::HSLog(HSL::CCat(3), "message %d", 1); },
+                                            [&] { HSL::HSLog(several, "message"); },
+                                            [&] { HSL::HSLog(several, "message %d", 1); } };
+    for (const std::function<void()>& call : calls) {
+        int failures = 0;
+        for (; mManager->mTLSContext.Get() == nullptr; ++failures) {
+            ASSERT_LT(failures, kMoreThanAnyOperationNeeds);
+            const int sequence = mManager->mSequence;
+            Allocations::FailNewAfter(failures);
+            EXPECT_NO_THROW(call());
+            Allocations::CancelFailure();
+            EXPECT_EQ(mManager->mSequence, sequence + 1);
+            EXPECT_EQ(LockCountOf(*mManager), 0);
+        }
+        EXPECT_GE(failures, 5);
+        EXPECT_EQ(mManager->mTLSContext.Get()->mRecordCount, 1);
+        mManager->CleanupTLSContext();
+    }
+}
+
+TEST_F(CLogManagerAllocation, RefusedMessageThatFindsNoMemoryLeavesNoGap)
+{
+    mManager->SetEnable(true);
+    Allocations::FailNewAfter(0);
+    EXPECT_NO_THROW(HSL::HSLog(HSL::CCat(3), "message"));
+    EXPECT_FALSE(Allocations::CancelFailure());
+    EXPECT_EQ(mManager->mSequence, 0);
+}
+
+TEST_F(CLogManagerAllocation, CollectionThreadSkipsAPassThatFindsNoMemoryAndTellsOnce)
+{
+    SavedCallbacks saved;
+    static int lines;
+    lines = 0;
+    mManager->SetOutputCallback([](const char*) { ++lines; });
+    mManager->SetFilterValue(3, true);
+    mManager->GetTLSContext()->Log(HSL::CCat(3), "message");
+    std::vector<int> linesAtSleep;
+    linesAtSleep.reserve(10);
+    Interposed hooks;
+    hooks.usleepHook = [&](useconds_t) {
+        linesAtSleep.push_back(lines);
+        if (linesAtSleep.size() < 2) {
+            Allocations::FailNewAfter(0);
+        } else if (linesAtSleep.size() > 2) {
+            mManager->mShutdown = true;
+        }
+        return 0;
+    };
+    testing::internal::CaptureStderr();
+    HSL::CCollectionThread thread;
+    Allocations::FailNewAfter(0);
+    EXPECT_NO_THROW(thread.Run());
+    Allocations::CancelFailure();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "*** HSLOG OUT OF MEMORY: MESSAGES WAIT FOR A LATER PASS ***\n");
+    EXPECT_EQ(linesAtSleep, (std::vector<int> { 0, 0, 1 }));
+}
+
+TEST_F(CLogManagerAllocation, CollectionThreadEndsWithAManagerWhoseLastPassFindsNoMemory)
+{
+    mManager->mShutdown = true;
+    mManager->GetTLSContext();
+    HSL::CCollectionThread thread;
+    Allocations::FailNewAfter(0);
+    EXPECT_NO_THROW(thread.Run());
+    EXPECT_FALSE(Allocations::CancelFailure());
+}
+
 // A failure anywhere in a pass is the end of that pass only.
 TEST_F(CLogManagerAllocation, PassThatRunsOutOfMemoryAnywhereLeavesTheLockFreeAndLaterOnesGoOn)
 {
@@ -200,6 +284,67 @@ TEST_F(CLogManagerAllocation, PassThatRunsOutOfMemoryAnywhereLeavesTheLockFreeAn
     EXPECT_GE(failures, 1);
     EXPECT_LT(failures, kMoreThanAnyOperationNeeds);
     EXPECT_TRUE(IsLockFree());
+}
+
+// What it could not render is not lost, nor measured from itself.
+TEST_F(CLogManagerAllocation, PassThatRunsOutOfMemoryAnywhereOutputsEveryRecordOnceAndInOrder)
+{
+    setTimeZone("UTC0");
+    SavedCallbacks saved;
+    static std::vector<std::string>* lines;
+    std::vector<std::string> seen;
+    lines = &seen;
+    mManager->SetFilterValue(3, true);
+    CLogContext first("first", 65536, CLogContext::MallocFunc, CLogContext::FreeFunc);
+    CLogContext second("second", 65536, CLogContext::MallocFunc, CLogContext::FreeFunc);
+    int failures = 0;
+    bool failed = true;
+    for (; failed; ++failures) {
+        ASSERT_LT(failures, kMoreThanAnyOperationNeeds);
+        seen.clear();
+        seen.reserve(10);
+        static char sRoom[10][4096];
+        mManager->SetOutputCallback([](const char* line) {
+            // Nothing is allocated here: the failure is the pass's.
+            std::snprintf(sRoom[lines->size()], sizeof sRoom[0], "%s", line);
+            lines->emplace_back();
+        });
+        HandMadeRecord().Header(1, 1000).Inline("one").Count(0).PublishIn(first);
+        HandMadeRecord()
+            .Header(2, 1001)
+            .Inline("two %s")
+            .Count(1)
+            .String(std::string(2000, 'x'))
+            .PublishIn(second);
+        HandMadeRecord()
+            .Header(3, 1003)
+            .Inline("three %s")
+            .Count(1)
+            .String(std::string(3000, 'x'))
+            .PublishIn(first);
+        HandMadeRecord().Header(4, 1006).Inline("four").Count(0).PublishIn(second);
+        Allocations::FailNewAfter(failures);
+        failed = false;
+        try {
+            mManager->Collect();
+        } catch (const std::bad_alloc&) {
+            failed = true;
+        }
+        Allocations::CancelFailure();
+        EXPECT_EQ(LockCountOf(*mManager), 0);
+        EXPECT_EQ(first.mRecordCount + second.mRecordCount, 4 - static_cast<int>(seen.size()));
+        mManager->Collect();
+        ASSERT_EQ(seen.size(), 4u) << "allocation " << failures;
+        const char* const expected[] = { "\tone\n", ") :  [second            ]\ttwo xx",
+                                         "(02.000000) :  [first ",
+                                         "(03.000000) :  [second            ]\tfour\n" };
+        for (int i = 0; i < 4; ++i) {
+            EXPECT_NE(std::string(sRoom[i]).find(expected[i]), std::string::npos) << sRoom[i];
+            EXPECT_EQ(numberOf(sRoom[i]), i + 1);
+        }
+        EXPECT_EQ(first.mRecordCount + second.mRecordCount, 0);
+    }
+    EXPECT_GE(failures, 4);
 }
 
 // Whatever Initialize had no memory for, the module either has no manager or one that works.

@@ -1,6 +1,25 @@
 #include "HSL.h"
 
+#include <new>
+
 namespace HSL {
+namespace {
+
+// The calling thread's context. Null where there is no memory for one: a message must not cost the host an
+// exception. One that would have passed then counts as dropped: it takes a number, and the gap tells of it.
+CLogContext* contextOrDrop(CLogManager& manager, unsigned char count, const unsigned char* codes)
+{
+    try {
+        return manager.GetTLSContext();
+    } catch (const std::bad_alloc&) {
+        if (manager.PassesFilter(count, codes)) {
+            KxAtomicAdd32Barrier(1, &manager.mSequence);
+        }
+        return nullptr;
+    }
+}
+
+} // namespace
 
 CLogManager* LogManager()
 {
@@ -13,8 +32,8 @@ void CLogContext::LogOnThisThread(const CCat& cat, const char* format)
         if (CLogContext* context = OfThisThreadIfPassed(cat.mCodes[0])) {
             context->LogPassed(cat.mCodes[0], format);
         }
-    } else {
-        CLogManager::Instance()->GetTLSContext()->Log(cat, format);
+    } else if (CLogContext* context = contextOrDrop(*CLogManager::Instance(), cat.UsableCount(), cat.mCodes)) {
+        context->Log(cat, format);
     }
 }
 
@@ -24,8 +43,8 @@ void CLogContext::LogOnThisThread(const CCat& cat, const char* format, const CVa
         if (CLogContext* context = OfThisThreadIfPassed(cat.mCodes[0])) {
             context->LogPassed(cat.mCodes[0], format, value.mType, ContentOf(value));
         }
-    } else {
-        CLogManager::Instance()->GetTLSContext()->Log(cat, format, value);
+    } else if (CLogContext* context = contextOrDrop(*CLogManager::Instance(), cat.UsableCount(), cat.mCodes)) {
+        context->Log(cat, format, value);
     }
 }
 
@@ -33,7 +52,7 @@ void CLogContext::LogOnThisThread(const CCat& cat, const char* format, const CVa
 CLogContext* CLogContext::OfThisThreadIfPassed(unsigned char code)
 {
     CLogManager* manager = CLogManager::Instance();
-    CLogContext* context = manager->GetTLSContext();
+    CLogContext* context = contextOrDrop(*manager, 1, &code);
     return manager->GetFilterValue(code) ? context : nullptr;
 }
 

@@ -24,6 +24,10 @@ CLogManager* LogManager();
 // the library. More values, and format ids, are for CLogContext::Log on LogManager()->GetTLSContext(), which
 // becomes part of the calling code altogether and is quicker for it.
 //
+// Throws nothing: where there is no memory for a thread's first call to make its context, the message counts as
+// dropped and leaves a gap in the numbers, and the thread's next call tries again. GetTLSContext itself throws
+// std::bad_alloc.
+//
 // The arguments are looked at in front of the switch, whose acquire would make the compiler store them and look
 // anew; behind it they are handed on in registers, if their kinds are known by then, and only if the filter
 // lets the message pass.

@@ -7,7 +7,8 @@
 namespace HSL {
 
 // Runs one collection pass at once and one every 100,000 microseconds after the end of the pass before, until
-// the manager shuts down. Named "HSL::Collection". Has no log context of its own and must not log.
+// the manager shuts down. A pass that runs out of memory keeps its records for the next one, which is told once on
+// standard error; only those that the last pass has no memory for are lost. Named "HSL::Collection". Has no log context of its own and must not log.
 class CCollectionThread : public KxThread {
 public:
     CCollectionThread();

@@ -171,6 +171,10 @@ public:
 
     // One collection pass over all contexts, under the lock. Returns whether the manager is shutting down. The
     // collection thread calls it ten times a second; a host may call it from any thread but a callback's.
+    //
+    // A thread that is cancelled meanwhile ends behind the pass. A pass that is left early, because memory ran out
+    // (std::bad_alloc) or a callback threw through the host's own call, has output what its callback was given,
+    // keeps the other records for the next pass, and has released the lock.
     bool Collect();
     // Outputs one record whose marker and sequence number have been taken off the context's ring.
     void OutputNextMessage(CLogContext* context, int seqNum);

@@ -8,6 +8,7 @@
 #include "hslog/render/HSLMessage.h"
 #include "hslog/record/HSLRecordReader.h"
 #include "hslog/render/HSLTextBuffer.h"
+#include "platform/KxCancellation.h"
 
 #include <cstddef>
 
@@ -41,7 +42,8 @@ struct ContextInPass : CContextInfo {
 struct Workspace {
     TextBuffer text;
     ClockCache clock;
-    std::string contextName; // the structured callback's copy
+    std::string contextName;  // the structured callback's copy
+    int* remaining = nullptr; // of the context that a pass is at
 };
 
 // The time of the record processed last, from any context and any manager of this module.
@@ -73,17 +75,22 @@ CLogContext* contextOf(const std::vector<CLogContext*>& contexts, const ContextI
     return known == nullptr || known == controlOf(info.mBuffer) ? context : nullptr;
 }
 
-// The seconds since the record processed before, of which this one takes the place.
-double deltaTo(unsigned int seconds, unsigned int microseconds)
+// In seconds.
+double timeOf(unsigned int seconds, unsigned int microseconds)
 {
-    double delta = 0.0;
-    if (sLastSecs != 0) {
-        delta = (seconds + microseconds / kMicrosecondsPerSecond)
-            - (sLastSecs + sLastMicros / kMicrosecondsPerSecond);
-    }
+    return seconds + microseconds / kMicrosecondsPerSecond;
+}
+
+// The record is processed, whatever its callback does now: the writer gets its bytes back, it is not output again, and
+// the next one is measured from it.
+void handOver(Workspace& workspace, RingCursor& ring, unsigned int seconds, unsigned int microseconds)
+{
+    ring.Publish();
     sLastSecs = seconds;
     sLastMicros = microseconds;
-    return delta;
+    if (workspace.remaining != nullptr) {
+        --*workspace.remaining;
+    }
 }
 
 void appendIndentation(TextBuffer& line, unsigned char depth)
@@ -115,19 +122,20 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
         ReadField<unsigned char>(ring);
     }
     const bool pass = manager.PassesFilter(kept, categories);
-    const double delta = deltaTo(seconds, microseconds);
+    const double delta = sLastSecs != 0 ? timeOf(seconds, microseconds) - timeOf(sLastSecs, sLastMicros) : 0.0;
 
     TextBuffer& text = workspace.text;
     text.Clear();
     if (manager.GetOutputCallbackType() == CLogManager::kStructuredCallback) {
         appendMessage(text, pass, ring, manager.mFormatStrings);
-        ring.Publish();
+        const char* message = text.CStr();
+        // A copy, because the callback may rename the context and still look at what it was given.
+        if (pass && workspace.contextName != context.mName) {
+            workspace.contextName = context.mName;
+        }
+        handOver(workspace, ring, seconds, microseconds);
         if (pass) {
-            // A copy, because the callback may rename the context and still look at what it was given.
-            if (workspace.contextName != context.mName) {
-                workspace.contextName = context.mName;
-            }
-            manager.GetStructuredOutputCallback()(text.CStr(), workspace.contextName, depth, kept, categories,
+            manager.GetStructuredOutputCallback()(message, workspace.contextName, depth, kept, categories,
                                                   seconds, microseconds);
         }
         return;
@@ -137,19 +145,66 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
         appendIndentation(text, depth);
     }
     appendMessage(text, pass, ring, manager.mFormatStrings);
-    ring.Publish();
     if (pass) {
         text.Append("\n", 1);
-        manager.GetOutputCallback()(text.CStr());
+    }
+    const char* line = text.CStr();
+    handOver(workspace, ring, seconds, microseconds);
+    if (pass) {
+        manager.GetOutputCallback()(line);
     }
 }
+
+// Ends a pass, also one that is left early because memory ran out or because a callback threw: then the records that
+// were not handed over stay for the next one.
+class PassEnd {
+public:
+    PassEnd(const std::vector<CLogContext*>& contexts, std::vector<ContextInPass>& infos)
+        : mContexts(contexts)
+        , mInfos(infos)
+    {
+    }
+
+    ~PassEnd()
+    {
+        for (ContextInPass& info : mInfos) {
+            CLogContext* context = contextOf(mContexts, info);
+            if (context == nullptr || info.mSnapshot <= 0) {
+                continue;
+            }
+            int taken = info.mSnapshot - info.mRemaining;
+            if (mIsWhole) {
+                info.mRing.Publish(); // of a record that lost its place to one of the same number, the number
+                taken = info.mSnapshot;
+            }
+            // Not zero: records completed during the pass stay for the next one.
+            KxAtomicAdd32Barrier(-taken, &context->mRecordCount);
+        }
+    }
+
+    PassEnd(const PassEnd&) = delete;
+    PassEnd& operator=(const PassEnd&) = delete;
+
+    // The pass has come to its end.
+    void SetWhole() { mIsWhole = true; }
+
+private:
+    const std::vector<CLogContext*>& mContexts;
+    std::vector<ContextInPass>& mInfos;
+    bool mIsWhole = false;
+};
 
 } // namespace
 
 bool CLogManager::Collect()
 {
+    // A thread that is cancelled in a pass ends behind it: what a callback had in hand would be neither output
+    // nor kept.
+    const KxCancellationHeldBack uncancelled;
     const KxLockGuard guard(mLock);
     std::vector<ContextInPass> infos(mContexts.size());
+    Workspace workspace;
+    PassEnd end(mContexts, infos);
     Merge<ContextInPass, CContextInfo::Less> merge;
     long long total = 0;
     for (std::size_t i = 0; i < infos.size(); ++i) {
@@ -172,7 +227,6 @@ bool CLogManager::Collect()
         total += info.mSnapshot;
     }
 
-    Workspace workspace;
     for (long long output = 0; output < total && !merge.IsEmpty(); ++output) {
         ContextInPass& next = *merge.First();
         CLogContext* context = contextOf(mContexts, next);
@@ -180,8 +234,8 @@ bool CLogManager::Collect()
             merge.RemoveFirst();
             continue;
         }
+        workspace.remaining = &next.mRemaining;
         outputRecord(*this, *context, next.mRing, next.mSeqNum, workspace);
-        --next.mRemaining;
         if (contextOf(mContexts, next) != context) {
             merge.RemoveFirst();
         } else if (next.mRemaining > 0) {
@@ -192,14 +246,7 @@ bool CLogManager::Collect()
         }
     }
 
-    for (ContextInPass& info : infos) {
-        CLogContext* context = contextOf(mContexts, info);
-        if (context != nullptr && info.mSnapshot > 0) {
-            info.mRing.Publish(); // of a record that lost its place to one of the same number, the number
-            // Not zero: records completed during the pass stay for the next one.
-            KxAtomicAdd32Barrier(-info.mSnapshot, &context->mRecordCount);
-        }
-    }
+    end.SetWhole();
     return mShutdown;
 }
 
