@@ -1,5 +1,6 @@
 // One writer and one reader of a ring in every order that the memory model allows.
 #include "CircularBuffer.h"
+#include "ring/CircularBufferCursor.h"
 
 #include "Explorer.h"
 
@@ -54,10 +55,54 @@ public:
         mRead.append(bytes, static_cast<std::size_t>(count));
     }
 
+    void WriteIfThereIsRoom(const char* byte)
+    {
+        if (cb_is_full(mRing.mControl) == 0) {
+            Write(byte);
+        }
+    }
+
+    // Looks at the oldest byte and discards it.
+    void Remove()
+    {
+        char byte = 0;
+        int count = 1;
+        mRing.Peek(0, &byte, count);
+        int one = 1;
+        mRing.Remove(one);
+        mRead.append(&byte, static_cast<std::size_t>(count));
+    }
+
+    // Takes bytes where they lie and hands each back at once.
+    void TakeByCursor(int most)
+    {
+        KXPL::RingCursor cursor(mRing.mControl);
+        for (int i = 0; i < most; ++i) {
+            if (const unsigned char* place = cursor.TakeInPlace(1)) {
+                mRead += static_cast<char>(*place);
+            }
+            cursor.Publish();
+        }
+    }
+
     void ExpectOrder()
     {
         if (mWritten.compare(0, mRead.size(), mRead) != 0) {
             order::fail("wrote " + mWritten + " and read " + mRead);
+        }
+        mReadings.push_back(mRead);
+    }
+
+    // The same where a removal may take more bytes than it was asked for, as it does past the ring's end.
+    void ExpectOrderWithGaps()
+    {
+        std::size_t from = 0;
+        for (const char byte : mRead) {
+            from = mWritten.find(byte, from);
+            if (from == std::string::npos) {
+                return order::fail("wrote " + mWritten + " and read " + mRead);
+            }
+            ++from;
         }
         mReadings.push_back(mRead);
     }
@@ -138,6 +183,73 @@ Program fillLevel(Shared& shared)
              [&shared] { shared.ExpectOrder(); } };
 }
 
+// A full ring: what the writer stores lies where the reader has just looked.
+Program spaceThatTheCursorHandedBack(Shared& shared)
+{
+    return { [&shared] {
+                shared.Begin(2, false);
+                shared.Write("ab");
+            },
+             { [&shared] {
+                  shared.WriteIfThereIsRoom("c");
+                  shared.WriteIfThereIsRoom("d");
+              },
+               [&shared] { shared.TakeByCursor(3); } },
+             [&shared] { shared.ExpectOrder(); } };
+}
+
+Program spaceThatAReadHandedBack(Shared& shared)
+{
+    return { [&shared] {
+                shared.Begin(2, false);
+                shared.Write("ab");
+            },
+             { [&shared] {
+                  shared.WriteIfThereIsRoom("c");
+                  shared.WriteIfThereIsRoom("d");
+              },
+               [&shared] {
+                   shared.Read(1);
+                   shared.Read(2);
+               } },
+             [&shared] { shared.ExpectOrder(); } };
+}
+
+Program spaceThatWasRemoved(Shared& shared)
+{
+    return { [&shared] {
+                shared.Begin(2, false);
+                shared.Write("ab");
+            },
+             { [&shared] {
+                  shared.WriteIfThereIsRoom("c");
+                  shared.WriteIfThereIsRoom("d");
+              },
+               [&shared] {
+                   shared.Remove();
+                   shared.Read(1);
+               } },
+             [&shared] { shared.ExpectOrderWithGaps(); } };
+}
+
+Program longTextIntoFreedSpace(Shared& shared)
+{
+    return { [&shared] {
+                shared.Begin(40, true);
+                shared.Write(std::string(40, 'a'));
+            },
+             { [&shared] {
+                  if (cb_get_num_elem_used(shared.mRing.mControl) == 0) {
+                      shared.Write(std::string(33, 'b'));
+                  }
+              },
+               [&shared] {
+                   shared.Read(20);
+                   shared.Read(20);
+               } },
+             [&shared] { shared.ExpectOrder(); } };
+}
+
 void expectProven(Program (*make)(Shared&), std::size_t outcomes)
 {
     Shared shared;
@@ -150,10 +262,18 @@ void expectProven(Program (*make)(Shared&), std::size_t outcomes)
     std::printf("%lld executions\n", result.executions);
 }
 
-void expectFailure(Program (*make)(Shared&), Weakened weakened)
+// Without that one order something must go wrong, or nothing here would tell if the code were without it.
+void expectEachOrderNeeded(Program (*make)(Shared&))
 {
-    Shared shared;
-    EXPECT_NE(order::explore(make(shared), weakened).failure, "");
+    for (const Weakened::Kind kind : { Weakened::Releases, Weakened::Acquires }) {
+        for (unsigned int cb_control::*position : { &cb_control::write_offset, &cb_control::read_offset }) {
+            Shared shared;
+            const auto location = [&]() -> const void* { return &(shared.mRing.mControl->*position); };
+            EXPECT_NE(order::explore(make(shared), Weakened(kind, location)).failure, "")
+                << (kind == Weakened::Releases ? "releases" : "acquires") << " of the "
+                << (position == &cb_control::write_offset ? "writer's" : "reader's") << " position";
+        }
+    }
 }
 
 } // namespace
@@ -178,16 +298,46 @@ TEST(CircularBufferOrder, FillLevelNeverTellsOfRoomThatIsNotThere)
     expectProven(fillLevel, 3);
 }
 
-TEST(CircularBufferOrder, WithoutReleasesTheExplorerFindsARace)
+TEST(CircularBufferOrder, WriterReusesWhatTheCursorHandsBack)
 {
-    expectFailure(singleBytes, Weakened::Releases);
-    expectFailure(severalBytes, Weakened::Releases);
-    expectFailure(longText, Weakened::Releases);
+    expectProven(spaceThatTheCursorHandedBack, 3);
 }
 
-TEST(CircularBufferOrder, WithoutAcquiresTheExplorerFindsARace)
+TEST(CircularBufferOrder, WriterReusesWhatAReadHandsBack)
 {
-    expectFailure(singleBytes, Weakened::Acquires);
-    expectFailure(severalBytes, Weakened::Acquires);
-    expectFailure(longText, Weakened::Acquires);
+    expectProven(spaceThatAReadHandedBack, 2);
+}
+
+TEST(CircularBufferOrder, WriterReusesWhatWasRemoved)
+{
+    expectProven(spaceThatWasRemoved, 1);
+}
+
+TEST(CircularBufferOrder, LongTextGoesWhereOneWasRead)
+{
+    expectProven(longTextIntoFreedSpace, 1);
+}
+
+TEST(CircularBufferOrder, EachOrderIsNeededForASingleByte)
+{
+    expectEachOrderNeeded(spaceThatAReadHandedBack);
+}
+
+TEST(CircularBufferOrder, EachOrderIsNeededForTheCursor)
+{
+    expectEachOrderNeeded(spaceThatTheCursorHandedBack);
+}
+
+TEST(CircularBufferOrder, EachOrderIsNeededForARemoval)
+{
+    expectEachOrderNeeded(spaceThatWasRemoved);
+}
+
+TEST(CircularBufferOrder, EachOrderOfTheReadersPositionIsNeededForALongText)
+{
+    for (const Weakened::Kind kind : { Weakened::Releases, Weakened::Acquires }) {
+        Shared shared;
+        const auto location = [&]() -> const void* { return &shared.mRing.mControl->read_offset; };
+        EXPECT_NE(order::explore(longTextIntoFreedSpace(shared), Weakened(kind, location)).failure, "");
+    }
 }

@@ -60,11 +60,12 @@ struct Coroutine {
 
 class Execution {
 public:
-    Execution(const Program& program, Weakened weakened, Choices& choices, std::vector<Coroutine>& coroutines)
+    Execution(const Program& program, const Weakened& weakened, Choices& choices,
+              std::vector<Coroutine>& coroutines)
         : mProgram(program)
+        , mWeakened(weakened)
         , mChoices(choices)
         , mCoroutines(coroutines)
-        , mMemory(weakened)
     {
     }
 
@@ -79,6 +80,7 @@ public:
     bool Tracks(const void* address) const { return mMemory.Tracks(reinterpret_cast<std::uintptr_t>(address)); }
 
     const Program& mProgram;
+    const Weakened& mWeakened;
     Choices& mChoices;
     std::vector<Coroutine>& mCoroutines;
     Memory mMemory;
@@ -136,6 +138,8 @@ std::string Execution::Run()
 {
     gExecution = this;
     mProgram.setUp();
+    mMemory.Weaken(mWeakened.mKind,
+                   mWeakened.mLocation ? reinterpret_cast<std::uintptr_t>(mWeakened.mLocation()) : 0);
     for (std::size_t i = 0; i < mProgram.threads.size(); ++i) {
         Coroutine& coroutine = mCoroutines[i];
         coroutine.mEnded = false;
@@ -157,7 +161,7 @@ std::string Execution::Run()
 
 } // namespace
 
-Result explore(const Program& program, Weakened weakened, long long limit)
+Result explore(const Program& program, const Weakened& weakened, long long limit)
 {
     Choices choices;
     std::vector<Coroutine> coroutines(program.threads.size());

@@ -17,6 +17,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace order {
@@ -29,11 +30,24 @@ struct Program {
     std::function<void()> atEnd;
 };
 
-// What is taken away from the code under test, for controls that must fail.
-enum class Weakened {
-    Nothing,
-    Releases, // stores and read-modify-writes publish nothing
-    Acquires  // loads and read-modify-writes see nothing but the value
+// What is taken away from the code under test, for controls that must fail: one kind of order, of all accesses
+// or of those to one location.
+struct Weakened {
+    enum Kind {
+        Nothing,
+        Releases, // stores and read-modify-writes publish nothing
+        Acquires  // loads and read-modify-writes see nothing but the value
+    };
+
+    // `location` is asked behind setUp, before the threads begin; without it all locations are meant.
+    Weakened(Kind kind, std::function<const void*()> location = nullptr)
+        : mKind(kind)
+        , mLocation(std::move(location))
+    {
+    }
+
+    Kind mKind;
+    std::function<const void*()> mLocation;
 };
 
 struct Result {
@@ -42,7 +56,8 @@ struct Result {
     std::string failure; // of the first execution that failed; empty when none did
 };
 
-Result explore(const Program& program, Weakened weakened = Weakened::Nothing, long long limit = 20000000);
+Result explore(const Program& program, const Weakened& weakened = Weakened::Nothing,
+               long long limit = 20000000);
 
 // Only from a program. Accesses outside of tracked memory are let through unseen.
 void track(const void* begin, std::size_t size);

@@ -97,7 +97,7 @@ std::uint64_t Memory::Load(int thread, std::uintptr_t address, int choice, bool 
     Location& location = mLocations[address];
     const std::size_t index = location.mStores.size() - 1 - static_cast<std::size_t>(choice);
     location.mSeen[static_cast<std::size_t>(thread)] = index;
-    if (acquires && mWeakened != Weakened::Acquires) {
+    if (acquires && Keeps(Weakened::Acquires, address)) {
         ClockOf(thread).Join(location.mStores[index].mReleased);
     }
     return location.mStores[index].mValue;
@@ -112,7 +112,7 @@ void Memory::Store(int thread, std::uintptr_t address, std::uint64_t value, bool
     if (modifies && !location.mStores.empty()) {
         made.mReleased = location.mStores.back().mReleased;
     }
-    if (releases && mWeakened != Weakened::Releases) {
+    if (releases && Keeps(Weakened::Releases, address)) {
         made.mReleased.Join(ClockOf(thread));
     }
     location.mStores.push_back(made);

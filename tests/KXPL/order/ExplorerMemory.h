@@ -25,9 +25,11 @@ struct Clock {
 
 class Memory {
 public:
-    explicit Memory(Weakened weakened)
-        : mWeakened(weakened)
+    // From here on that kind of order has no effect, of accesses to the location or, if that is 0, of any.
+    void Weaken(Weakened::Kind kind, std::uintptr_t location)
     {
+        mWeakened = kind;
+        mWeakenedLocation = location;
     }
 
     void Track(std::uintptr_t begin, std::size_t size);
@@ -70,7 +72,13 @@ private:
     const Clock& ClockOf(int thread) const { return mClocks[static_cast<std::size_t>(thread)]; }
     Byte* Find(std::uintptr_t address);
 
-    Weakened mWeakened;
+    bool Keeps(Weakened::Kind kind, std::uintptr_t address) const
+    {
+        return mWeakened != kind || (mWeakenedLocation != 0 && mWeakenedLocation != address);
+    }
+
+    Weakened::Kind mWeakened = Weakened::Nothing;
+    std::uintptr_t mWeakenedLocation = 0;
     std::map<std::uintptr_t, std::vector<Byte>> mBytes; // by the beginning of what is tracked
     std::map<std::uintptr_t, Location> mLocations;
     std::array<Clock, kMostThreads> mClocks;
