@@ -3,11 +3,6 @@
 #
 # Before it is included: snippet_suite, the first part of the tests' names. Beside the list that includes it lie
 # Snippet.cpp.in, into which each statement is set, and Preamble.h, with what every statement needs.
-#
-# A compiler does not look at the sanitizers here, so what they would be told is what a plain build was told.
-if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
-    return()
-endif()
 separate_arguments(flags NATIVE_COMMAND "${CMAKE_CXX_FLAGS}")
 set(include_dir ${PROJECT_SOURCE_DIR}/Shared/KXPL/include)
 list(APPEND flags -std=c++17 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -I${include_dir})
