@@ -198,6 +198,30 @@ TEST_F(Configuration, WhatTheSenderReadsTravelsWithTheReport)
     }
 }
 
+TEST_F(Configuration, SkippingTheQuestionMayBeATextOrABoolean)
+{
+    EXPECT_EQ(Read(kSkipConfirm), "(none)");
+    Set("BreakpadSkipConfirm", [NSNumber numberWithBool:NO]);
+    EXPECT_EQ(Read(kSkipConfirm), "0");
+    Set("BreakpadSkipConfirm", [NSNumber numberWithBool:YES]);
+    EXPECT_EQ(Read(kSkipConfirm), "1");
+    Set("BreakpadSkipConfirm", @"NO");
+    EXPECT_EQ(Read(kSkipConfirm), "NO");
+}
+
+TEST_F(Configuration, LogFilesAreAttached)
+{
+    Set("BreakpadLogFiles", [NSArray arrayWithObjects:@"/tmp/one.log", @"~/two.log", nil]);
+    EXPECT_EQ(Read("FallcatchAttachment_100"), "/tmp/one.log");
+    EXPECT_EQ(Read("FallcatchAttachment_101"), Utf8([@"~/two.log" stringByExpandingTildeInPath]));
+    Set("BreakpadLogFiles", @"/tmp/one.log");
+    EXPECT_EQ(Read(kProduct), "(refused)");
+    EXPECT_EQ(mWhy, "the value of BreakpadLogFiles is not an array");
+    Set("BreakpadLogFiles", [NSArray arrayWithObject:[NSNumber numberWithInt:5]]);
+    EXPECT_EQ(Read(kProduct), "(refused)");
+    EXPECT_EQ(mWhy, "the value of a file in BreakpadLogFiles is not a string");
+}
+
 TEST_F(Configuration, AVendorThatIsGivenIsSentAsAField)
 {
     EXPECT_EQ(Read("BreakpadServerParameterPrefix_Vendor"), "(none)");

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
@@ -197,6 +198,32 @@ namespace {
         usleep(100000);
     }
 
+    void tagAndAttach(void*)
+    {
+        FallcatchBreakpadSetTag("channel", "beta");
+        FallcatchBreakpadSetTag("gone", "soon");
+        FallcatchBreakpadRemoveTag("gone");
+        FallcatchBreakpadAttachFile("notes.txt");
+        FallcatchBreakpadAttachFile("/none/of/these");
+    }
+
+    void reportNow(void*)
+    {
+        for (int i = 0; i < 2; ++i) {
+            std::printf("reported: %d\n", FallcatchBreakpadReportNow("the soup is cold"));
+        }
+    }
+
+    void refuseUpload(void*)
+    {
+        FallcatchBreakpadSetUpload(0);
+    }
+
+    void allowUpload(void*)
+    {
+        FallcatchBreakpadSetUpload(1);
+    }
+
     // The system calls are refused as a sandbox does it.
     void refuse(const std::vector<unsigned int>& calls)
     {
@@ -247,6 +274,10 @@ namespace {
         { "other-descriptors", "closes them and opens others instead", replaceDescriptors },
         { "assertion", "fails an assertion", failAnAssertion },
         { "thread-names", "has a thread with a name", nameThreads },
+        { "tags", "sets tags and attaches notes.txt from the working folder", tagAndAttach },
+        { "report-now", "makes two reports without a crash", reportNow },
+        { "refuse-upload", "the user refuses that reports are sent", refuseUpload },
+        { "allow-upload", "the user agrees that reports are sent", allowUpload },
         { "no-ptrace", "a sandbox refuses ptrace", refusePtrace },
         { "no-clone", "a sandbox refuses new processes", refuseClone },
     };

@@ -10,6 +10,7 @@
 #import <Foundation/NSEnumerator.h>
 #import <Foundation/NSPathUtilities.h>
 #import <Foundation/NSString.h>
+#import <Foundation/NSValue.h>
 
 #include <map>
 #include <stdio.h>
@@ -103,6 +104,36 @@ namespace {
         return found;
     }
 
+    NSString* foundationText(const std::string& text)
+    {
+        return [NSString stringWithUTF8String:text.c_str()];
+    }
+
+    std::string expandTilde(const std::string& path)
+    {
+        return Utf8([foundationText(path) stringByExpandingTildeInPath]);
+    }
+
+    void addLogFiles(Reader& reader, std::map<std::string, std::string>& found)
+    {
+        id files = reader.Value(kLogFiles);
+        if (files == nil) {
+            return;
+        }
+        if (![files isKindOfClass:[NSArray class]]) {
+            reader.Refuse(std::string("the value of ") + kLogFiles + " is not an array");
+            return;
+        }
+        NSEnumerator* all = [files objectEnumerator];
+        int number = 100; // behind those that the host attaches later
+        while (id file = [all nextObject]) {
+            const auto path = reader.Text(file, std::string("a file in ") + kLogFiles);
+            if (path) {
+                found[kAttachmentPrefix + std::to_string(number++)] = AbsolutePath(expandTilde(*path));
+            }
+        }
+    }
+
     // What only the sender reads, as far as the host has set it.
     std::map<std::string, std::string> textsForTheSender(Reader& reader)
     {
@@ -113,17 +144,15 @@ namespace {
                 found[key] = *text;
             }
         }
+        // A property list may hold a boolean here.
+        id skip = reader.Value(kSkipConfirm);
+        if ([skip isKindOfClass:[NSNumber class]]) {
+            found[kSkipConfirm] = [skip boolValue] ? "1" : "0";
+        } else if (const auto text = reader.Text(kSkipConfirm)) {
+            found[kSkipConfirm] = *text;
+        }
+        addLogFiles(reader, found);
         return found;
-    }
-
-    NSString* foundationText(const std::string& text)
-    {
-        return [NSString stringWithUTF8String:text.c_str()];
-    }
-
-    std::string expandTilde(const std::string& path)
-    {
-        return Utf8([foundationText(path) stringByExpandingTildeInPath]);
     }
 
     std::string cacheFolder()

@@ -14,6 +14,8 @@ constexpr char kMinidumpLocation[] = "BreakpadMinidumpLocation";
 constexpr char kReporterExeLocation[] = "BreakpadReporterExeLocation";
 constexpr char kServerParameters[] = "BreakpadServerParameters";
 constexpr char kServerParameterPrefix[] = "BreakpadServerParameterPrefix_";
+constexpr char kLogFiles[] = "BreakpadLogFiles";
+constexpr char kSkipConfirm[] = "BreakpadSkipConfirm";
 constexpr char kComments[] = "BreakpadComments";
 constexpr char kEmail[] = "BreakpadEmail";
 constexpr char kStartTime[] = "BreakpadProcStartTime";
@@ -23,6 +25,8 @@ constexpr char kUpTime[] = "BreakpadProcessUpTime";
 // Of this adapter only.
 constexpr char kAnyAnswer[] = "FallcatchAnyAnswer";
 constexpr char kCaFile[] = "FallcatchCAFile";
+// Followed by a number from 1 on; the value is a path.
+constexpr char kAttachmentPrefix[] = "FallcatchAttachment_";
 constexpr char kKeepEnvironment[] = "FallcatchKeepEnvironment";
 constexpr char kKeepReports[] = "FallcatchKeepReports";
 constexpr char kKeepMegabytes[] = "FallcatchKeepMegabytes";
@@ -30,6 +34,9 @@ constexpr char kKeepDays[] = "FallcatchKeepDays";
 
 constexpr char kGoogle[] = "google";
 constexpr char kSocorro[] = "socorro";
+
+// In the product's folder, where both write it or read it: "1" or "0".
+constexpr char kConsentFile[] = "Consent";
 
 constexpr char kDumpSuffix[] = ".dmp";
 constexpr char kReportSuffix[] = ".report";

@@ -36,6 +36,11 @@ bool SaysYes(const std::string& value)
     return value == "1" || strcasecmp(value.c_str(), "yes") == 0 || strcasecmp(value.c_str(), "true") == 0;
 }
 
+bool SaysNo(const std::string& value)
+{
+    return value == "0" || strcasecmp(value.c_str(), "no") == 0 || strcasecmp(value.c_str(), "false") == 0;
+}
+
 bool IsInterval(const std::string& text)
 {
     char* end = nullptr;
@@ -43,21 +48,23 @@ bool IsInterval(const std::string& text)
     return end != text.c_str() && *end == '\0' && std::fabs(seconds) <= INT_MAX;
 }
 
-void Parameters::Set(const std::string& key, const std::string& value)
+bool Parameters::Set(const std::string& key, const std::string& value)
 {
     const std::string name = CutAtCharacter(key, kMaximumBytes);
-    const bool whole =
-        name == kUrl || name == kMinidumpLocation || name == kReporterExeLocation || name == kCaFile;
+    const bool whole = name == kUrl || name == kMinidumpLocation || name == kReporterExeLocation
+        || name == kCaFile || name.rfind(kAttachmentPrefix, 0) == 0;
     const std::string text = whole ? value : CutAtCharacter(value, kMaximumBytes);
     for (auto& pair : mPairs) {
         if (pair.first == name) {
             pair.second = text;
-            return;
+            return true;
         }
     }
-    if (!name.empty() && mPairs.size() < kMaximumPairs) {
-        mPairs.emplace_back(name, text);
+    if (name.empty() || mPairs.size() == kMaximumPairs) {
+        return false;
     }
+    mPairs.emplace_back(name, text);
+    return true;
 }
 
 void Parameters::Remove(const std::string& key)

@@ -14,6 +14,8 @@ std::string CutAtCharacter(const std::string& text, std::size_t maximum);
 
 // Of a value that means yes or no: "1", "YES" and "true", in any case, are yes.
 bool SaysYes(const std::string& value);
+// "0", "NO" and "false". Other texts say neither.
+bool SaysNo(const std::string& value);
 
 // Whether the text is a number of seconds and nothing else: finite, and at most what the bridge can set.
 // Not-a-number and endless spans would mean "never", which nobody asks for in these words.
@@ -26,8 +28,8 @@ public:
     static constexpr std::size_t kMaximumBytes = 255;
 
     // Longer keys and values are cut; only the URL and folders stay whole. A new key is dropped when there is
-    // no room for it, and so is an empty one.
-    void Set(const std::string& key, const std::string& value);
+    // no room for it, and so is an empty one. Returns whether the key is held.
+    bool Set(const std::string& key, const std::string& value);
     void Remove(const std::string& key);
 
     // In the order in which the keys came.

@@ -2,7 +2,9 @@
 
 #include "DumpFile.h"
 #include "DumpStack.h"
+#include "HostCalls.h"
 #include "Keys.h"
+#include "OwnFiles.h"
 #include "ReportFile.h"
 #include "ReportWriter.h"
 #include "Spawn.h"
@@ -99,13 +101,25 @@ Reporter::Reporter(const Settings& settings)
 
     mHandler = std::make_unique<google_breakpad::ExceptionHandler>(
         google_breakpad::MinidumpDescriptor(mFiles.DumpNumber()), beforeDump, afterDump, this, true, -1);
+    Introduce(*this);
+}
+
+Reporter::~Reporter()
+{
+    Forget(*this);
 }
 
 // Without a file of its own to write to, or a process to write it, this one only dies. Breakpad would not tell
 // that it could start none, and the empty file would stay.
 bool Reporter::beforeDump(void* reporter)
 {
-    return CanStartProcesses() && static_cast<Reporter*>(reporter)->openDump();
+    auto* self = static_cast<Reporter*>(reporter);
+    // A report without a crash is written in the same places; the crash may be in the midst of it.
+    for (int wait = 0; self->mReporting && wait < 200; ++wait) {
+        const timespec nap = { 0, 10000000 };
+        nanosleep(&nap, nullptr);
+    }
+    return CanStartProcesses() && self->openDump();
 }
 
 // A file is made or there is none: what another process has written is not touched. One that the host forks has
@@ -181,11 +195,37 @@ bool Reporter::afterDump(const google_breakpad::MinidumpDescriptor&, void* repor
     return true;
 }
 
-void Reporter::SetKeyValue(const std::string& key, const std::string& value)
+bool Reporter::SetKeyValue(const std::string& key, const std::string& value)
 {
     const std::lock_guard<std::mutex> guard(mLock);
-    mParameters.Set(key, value);
+    const bool held = mParameters.Set(key, value);
     publish();
+    return held;
+}
+
+bool Reporter::SetUpload(bool allowed) const
+{
+    std::string why;
+    const Descriptor folder = OpenOwnFolder(mStateFolder, why);
+    const bool remembered = folder && WriteOwnFile(folder.Number(), kConsentFile, allowed ? "1\n" : "0\n");
+    if (allowed) {
+        sendLeftovers();
+    }
+    return remembered;
+}
+
+bool Reporter::ReportNow(const std::string& reason)
+{
+    const std::string key = std::string(kServerParameterPrefix) + "Reason";
+    if (mReporting.exchange(true)) {
+        return false;
+    }
+    SetKeyValue(key, reason);
+    const bool reported = openDump() && mHandler->WriteMinidump();
+    mFiles.Renew();
+    RemoveKey(key);
+    mReporting = false;
+    return reported;
 }
 
 void Reporter::RemoveKey(const std::string& key)

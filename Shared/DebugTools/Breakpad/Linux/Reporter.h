@@ -10,6 +10,7 @@
 
 #include "client/linux/handler/exception_handler.h"
 
+#include <atomic>
 #include <climits>
 #include <ctime>
 #include <memory>
@@ -34,10 +35,17 @@ public:
     explicit Reporter(const Settings& settings);
     Reporter(const Reporter&) = delete;
     Reporter& operator=(const Reporter&) = delete;
+    ~Reporter();
 
     // Any thread, at any time.
-    void SetKeyValue(const std::string& key, const std::string& value);
+    bool SetKeyValue(const std::string& key, const std::string& value); // false: there is no room
     void RemoveKey(const std::string& key);
+
+    // The user's consent, remembered with the product. Returns whether it could be.
+    bool SetUpload(bool allowed) const;
+
+    // A report of the process as it is. The process goes on.
+    bool ReportNow(const std::string& reason);
 
 private:
     static bool beforeDump(void* reporter);
@@ -67,7 +75,8 @@ private:
     const ProcessTexts mTexts;
     const AbortText mAbortText;
     ReservedFiles mFiles;
-    char mPath[PATH_MAX]; // of the dump; the name is the process's own once it crashes
+    std::atomic<bool> mReporting { false }; // without a crash
+    char mPath[PATH_MAX];                   // of the dump; the name is the process's own once it crashes
 
     // Last: it is gone before what its callbacks use.
     std::unique_ptr<google_breakpad::ExceptionHandler> mHandler;

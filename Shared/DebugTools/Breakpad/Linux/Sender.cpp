@@ -70,8 +70,8 @@ public:
     // Nothing when another sender is at work, which looks at what has come meanwhile before it ends.
     bool Pass()
     {
-        const std::string folder = mOptions.state.empty() ? mFolder : mOptions.state;
-        State state(folder);
+        mConsent = State::ConsentIn(stateFolder());
+        State state(stateFolder());
         if (state.IsBusy()) {
             std::fprintf(stderr, "fallcatch_sender: left to another one that is at work\n");
             mDone = false;
@@ -98,9 +98,12 @@ public:
     }
 
     // A sender that found this one at work has left its report before it looked for the lock, so that it can be
-    // seen from here once the lock is free.
+    // seen from here once the lock is free. So can a consent that came meanwhile.
     bool HasMissedOne() const
     {
+        if (State::ConsentIn(stateFolder()) != mConsent) {
+            return true;
+        }
         if (mProduct.empty()) {
             return false;
         }
@@ -116,10 +119,13 @@ public:
     time_t NextDue() const { return mNextDue; }
 
 private:
+    const std::string& stateFolder() const { return mOptions.state.empty() ? mFolder : mOptions.state; }
+
     const Options& mOptions;
     const bool mByHand;
     const std::string mFolder;
     std::string mProduct;
+    std::optional<bool> mConsent;
     std::set<std::string> mSeen;
     bool mDone = true;
     time_t mNextDue = 0;

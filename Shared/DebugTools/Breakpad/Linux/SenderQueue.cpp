@@ -2,6 +2,7 @@
 
 #include "CleanText.h"
 #include "Keys.h"
+#include "Parameters.h"
 #include "SenderFolder.h"
 #include "SenderUpload.h"
 
@@ -129,6 +130,11 @@ void Queue::handle(const StoredReport& report)
     const auto dump = fs::symlink_status(report.DumpPath(), error).type();
     if (dump == fs::file_type::not_found || mLedger.WasSent(id)) {
         finish(report, "removed, it was sent before");
+        return;
+    }
+    if (!mState.Consent().value_or(!SaysNo(report.Value(kSkipConfirm)))) {
+        tellOnce(id, "kept, the user has not agreed to sending");
+        kept(0);
         return;
     }
     const time_t due = mLedger.NotBefore(PlaceOf(report.Value(kUrl)), id, now);

@@ -7,6 +7,8 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <utility>
 
@@ -35,6 +37,8 @@ constexpr FieldName kFieldNames[] = {
     { kGoogle, kComments, "comments" },
     { kGoogle, kEmail, "email" },
 };
+
+constexpr std::size_t kAttachmentLimit = std::size_t { 1 } << 20;
 
 // Far more than 64 pairs and a URL need.
 constexpr std::size_t kReportLimit = std::size_t { 1 } << 20;
@@ -93,6 +97,25 @@ std::string StoredReport::Value(const std::string& key) const
     return found == mPairs.end() ? std::string() : found->second;
 }
 
+namespace {
+
+// Read when it is sent, as a file of the user's own. What cannot be sent is told in its place.
+void attach(Submission& submission, const std::string& key, const fs::path& path)
+{
+    const std::string field = "attachment_" + key.substr(std::strlen(kAttachmentPrefix));
+    const std::string name = path.filename().string();
+    std::string why = "lies nowhere";
+    const Descriptor folder(open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    auto contents = folder ? ReadOwnFile(folder.Number(), name, kAttachmentLimit, why) : std::nullopt;
+    if (contents) {
+        submission.files.push_back({ field, name, "application/octet-stream", std::move(*contents) });
+    } else {
+        submission.fields[field] = "not attached: " + name + " " + why;
+    }
+}
+
+} // namespace
+
 Submission MakeSubmission(const StoredReport& report, const std::function<std::string()>& clientId)
 {
     Submission submission;
@@ -118,6 +141,9 @@ Submission MakeSubmission(const StoredReport& report, const std::function<std::s
     }
     const std::string prefix = kServerParameterPrefix;
     for (const auto& pair : report.Pairs()) {
+        if (pair.first.rfind(kAttachmentPrefix, 0) == 0) {
+            attach(submission, pair.first, pair.second);
+        }
         if (pair.first.size() > prefix.size() && pair.first.compare(0, prefix.size(), prefix) == 0) {
             submission.fields[pair.first.substr(prefix.size())] = pair.second;
         }

@@ -1,6 +1,7 @@
 #include "SenderState.h"
 
 #include "CleanText.h"
+#include "Keys.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -73,6 +74,19 @@ bool State::IntervalHasPassed(double interval, time_t now) const
 void State::SetLastSubmission(time_t when)
 {
     WriteOwnFile(mFolder.Number(), kLastSubmission, std::to_string(when) + "\n");
+}
+
+std::optional<bool> State::consentIn(int folder)
+{
+    std::string why;
+    const std::string text = ReadOwnFile(folder, kConsentFile, 1000, why).value_or("");
+    return text == "1\n" || text == "0\n" ? std::optional<bool>(text == "1\n") : std::nullopt;
+}
+
+std::optional<bool> State::ConsentIn(const std::string& folder)
+{
+    std::string why;
+    return consentIn(OpenOwnFolder(folder, why).Number());
 }
 
 std::string State::ClientId()

@@ -6,6 +6,7 @@
 #include "SenderLedger.h"
 
 #include <ctime>
+#include <optional>
 #include <string>
 
 namespace BreakpadLinux {
@@ -27,6 +28,11 @@ public:
     time_t LastSubmission() const; // 0 after none
     void SetLastSubmission(time_t when);
 
+    // What the user has said to sending; nothing before he was asked.
+    std::optional<bool> Consent() const { return consentIn(mFolder.Number()); }
+    // The same for one who does not ask for the lock.
+    static std::optional<bool> ConsentIn(const std::string& folder);
+
     // The same random text for all reports of this user and product.
     std::string ClientId();
 
@@ -39,6 +45,7 @@ public:
     void Log(const std::string& text);
 
 private:
+    static std::optional<bool> consentIn(int folder);
     std::string readLine(const char* name) const;
 
     std::string mTrouble;

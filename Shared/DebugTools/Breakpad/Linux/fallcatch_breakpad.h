@@ -28,6 +28,13 @@
  *     FallcatchKeepReports, ...KeepMegabytes,  how much is kept of a product: default "20", "64", "90"; the
  *     ...KeepDays                              oldest reports go first
  *
+ *     BreakpadSkipConfirm                      "NO" (or false): nothing is sent before the user has agreed, see
+ *                                              FallcatchBreakpadSetUpload
+ *     BreakpadLogFiles                         array of paths, "~" allowed; attached like those of
+ *                                              FallcatchBreakpadAttachFile
+ *
+ * Nobody asks the user here, and no program of its own writes the dump, so that BreakpadRequestComments,
+ * BreakpadRequestEmail, BreakpadConfirmTimeout, BreakpadSendAndExit and BreakpadInspectorLocation mean nothing.
  * Other keys are not read, whatever their values are. A value of the wrong type under a key that is read, a
  * missing required one, a folder that cannot be made or written, that is a link, belongs to another user or can
  * be written by others, and a missing sender program: no reporter, and one line on standard error that says which.
@@ -66,6 +73,41 @@ extern "C" {
  * Returns 1, or 0 when there was no memory; the thread then runs on without.
  */
 FALLCATCH_BREAKPAD_EXPORT int FallcatchBreakpadPrepareThread(void);
+
+/* Whether reports of the product may be sent: not 0 or 0. The user's answer is remembered with the product, for
+ * senders of later starts too; until there is one, reports are sent unless "BreakpadSkipConfirm" says "NO". Without
+ * consent crashes are written and kept as ever. A consent sends what waits. May be called before FallcatchInit.
+ *
+ * Breakpad's own framework on macOS asks the user itself unless "BreakpadSkipConfirm" says "YES". Nobody asks here:
+ * a host that wants its users asked sets the key to "NO", asks in its own way and calls this.
+ *
+ * Returns 1, or 0 when the answer could not be written; it then counts for nothing.
+ */
+FALLCATCH_BREAKPAD_EXPORT int FallcatchBreakpadSetUpload(int allowed);
+
+/* A field of every report from now on, such as "channel" and "beta", in UTF-8. Of the same limits and the same effect
+ * as BreakpadServerParameterPrefix_NAME, whose pair it replaces. Before FallcatchInit too; any thread.
+ *
+ * Returns 1, or 0 for an empty name, a null and when there is no room for a pair more.
+ */
+FALLCATCH_BREAKPAD_EXPORT int FallcatchBreakpadSetTag(const char* name, const char* value);
+FALLCATCH_BREAKPAD_EXPORT void FallcatchBreakpadRemoveTag(const char* name);
+
+/* Posts a file with every report from now on, as attachment_1, attachment_2 and so on; eight at most. The sender reads
+ * it when it sends, so the file should still be as it was: the user's own, writable by nobody else, no link, of at most
+ * 1 MiB. In place of one that is not so a text is sent that says why. Before FallcatchInit too; any thread.
+ *
+ * Returns 1, or 0 for an empty path and a ninth file.
+ */
+FALLCATCH_BREAKPAD_EXPORT int FallcatchBreakpadAttachFile(const char* path);
+
+/* Reports the process as it is, with the reason (UTF-8, null for none) as the field "Reason". The process goes on; all
+ * its threads stand still for as long as the dump takes, some tens of milliseconds. The calling thread counts as the
+ * crashed one, with the reason DUMP_REQUESTED. Not for signal handlers.
+ *
+ * Returns 1, or 0 without a reporter, while another such report is made, or when none could be written.
+ */
+FALLCATCH_BREAKPAD_EXPORT int FallcatchBreakpadReportNow(const char* reason);
 
 #ifdef __cplusplus
 }
