@@ -27,6 +27,7 @@ WATCHED = {
         KXPL + "unicode/KxUnicodeLanes.h": ["kxunicode_test"],
         KXPL + "unicode/KxUnicodePutUTF8.h": ["kxunicode_test"],
         KXPL + "unicode/KxUnicodeScalar.h": ["kxunicode_test"],
+        KXPL + "unicode/KxUnicodeTakeRuns.h": ["kxunicode_test"],
         KXPL + "unicode/KxUnicodeTakeUTF8.h": ["kxunicode_test"],
     },
     "renderer": {

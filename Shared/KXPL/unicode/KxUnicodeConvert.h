@@ -55,9 +55,8 @@ void copyFewerThan(std::ptrdiff_t count, const Source* from, Target* to)
 // Rules tell how a pair of forms is converted:
 //   kUnits, kRoom  what there must be before takeMany is asked
 //   takeMany       converts what is well-formed, many units at a time where it can, and stops nothing
-//   takeOne        converts one character by all the rules; false when the conversion ends there, with the
-//   reason
-//                  in the result, which otherwise changes only by what is remembered
+//   takeOne        converts one character by all the rules; false when the conversion ends there; the result
+//                  then tells why, and otherwise changes only by what is remembered
 
 template <typename Rules, typename Source, typename Target>
 [[gnu::always_inline]] inline ConversionResult

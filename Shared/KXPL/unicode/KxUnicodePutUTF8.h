@@ -50,6 +50,9 @@ constexpr std::ptrdiff_t kRoomOfEight = (8 + kAheadOfEight) * 3;
 // Writes eight values below 0x10000. Every sequence is stored with four bytes, of which the next ones overwrite
 // what is too much. So at least kAheadOfEight values must follow that are sure to be converted next, and the
 // target must have room for them, too: nothing behind its final position is changed then.
+//
+// At least 1.3 times as quick as the plain loop of the benchmarks: all texts but emoji and English with emoji, from
+// 30 units on.
 inline UTF8* putEight(Lanes16 values, UTF8* to)
 {
     const Lanes16 over7F = (Lanes16)((values & 0xFF80) != 0);

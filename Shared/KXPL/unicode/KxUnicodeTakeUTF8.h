@@ -1,7 +1,9 @@
 // Reading UTF-8, many bytes at a time.
 //
 // These take what the Unicode Standard calls well-formed and leave the rest, together with everything that ends
-// a conversion, to the loop that converts one character at a time.
+// a conversion, to the loop that converts one character at a time. Each tells for which texts, and from which length
+// in bytes on, it makes the conversion at least 1.3 times as quick as the plain loop of the benchmarks, by gcc and
+// clang; a path that does so for none has no place here.
 #ifndef KXPL_KX_UNICODE_TAKE_UTF8_H
 #define KXPL_KX_UNICODE_TAKE_UTF8_H
 
@@ -41,6 +43,8 @@ template <typename Target>
 // Characters of at most two bytes, as far as there are only such. A character is given by its last byte. Of the
 // legal bytes the last two are only looked at: they give a character that is sure to be converted next, so that
 // nothing behind the target's final position is changed. Reads the byte in front of its place, too.
+//
+// Latin, Cyrillic, source code with Cyrillic comments: from 100 on.
 template <typename Target> Place<UTF8, Target> takeBelow800(Place<UTF8, Target> at)
 {
     constexpr UTF16 kMarks = 0x3080; // what the marker bits add up to, modulo 0x10000
@@ -95,7 +99,7 @@ struct FourThrees {
     }
 };
 
-// Eight characters of three bytes each, or none.
+// Eight characters of three bytes each, or none. CJK: from 30 on.
 template <typename Target> Place<UTF8, Target> takeThrees(Place<UTF8, Target> at)
 {
     // Lead bytes first: where characters are mixed that is enough.
@@ -120,7 +124,7 @@ template <typename Target> Place<UTF8, Target> takeThrees(Place<UTF8, Target> at
 constexpr std::ptrdiff_t kBytesOfFours = 4 * 4;
 constexpr std::ptrdiff_t kRoomOfFours = 8;
 
-// Four characters of four bytes each, or none.
+// Four characters of four bytes each, or none. Emoji: from 100 on.
 template <typename Target> Place<UTF8, Target> takeFours(Place<UTF8, Target> at)
 {
     const Lanes32 bytes = (Lanes32)loadLanes(at.from);
