@@ -1,5 +1,5 @@
 // The six converters, lenient, as a host calls them that wants to have all of a text converted.
-#include "Texts.h"
+#include "ConverterPeers.h"
 
 namespace bench {
 namespace {

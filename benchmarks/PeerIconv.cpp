@@ -1,5 +1,5 @@
 // The C library's iconv.
-#include "Texts.h"
+#include "ConverterPeers.h"
 
 #include <iconv.h>
 

@@ -1,5 +1,5 @@
 // ICU: its string functions, which know UTF-16 on one side, and its macros between UTF-8 and UTF-32.
-#include "Texts.h"
+#include "ConverterPeers.h"
 
 #include <unicode/ustring.h>
 #include <unicode/utf8.h>

@@ -128,7 +128,7 @@ def converters(results, path):
     who = results.converters()
     if not who:
         return False
-    figure, panels = pyplot.subplots(3, 2, figsize=(11, 9.5), sharex=True)
+    figure, panels = pyplot.subplots(4, 3, figsize=(15, 12), sharex=True)
     width = 0.8 / len(who)
     for axes, text in zip(panels.flat, [text for text in TEXTS if text != "ASCII, 64 KiB"]):
         for i, name in enumerate(who):
@@ -143,7 +143,7 @@ def converters(results, path):
             )
             if name == "kxpl":
                 axes.bar_label(bars, [f"{value:.1f}" for value in values], fontsize=8, padding=1, color=OWN)
-        axes.set_title(f"{text}: GB of source a second")
+        axes.set_title(f"{text}: GB/s")
         axes.set_xticks(
             range(len(DIRECTIONS)),
             [direction.replace("UTF-", "").replace(" to ", " → ") for direction in DIRECTIONS],
@@ -151,6 +151,7 @@ def converters(results, path):
         axes.tick_params(labelbottom=True)
         axes.grid(axis="y", alpha=0.25)
         axes.set_axisbelow(True)
+    panels.flat[-1].set_axis_off()
     panels[0][0].legend(loc="upper left", bbox_to_anchor=(-0.02, 1.32), ncols=len(who), frameon=False)
     figure.tight_layout()
     return _save(figure, path)

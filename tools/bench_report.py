@@ -174,6 +174,23 @@ def converters(results):
     )
 
 
+def plain_loop(results):
+    found = results.plain_loop()
+    lengths = sorted({length for by_length in found.values() for length in by_length})
+    rows = []
+    for (build, direction), by_length in found.items():
+        worst = min(by_length.values(), default=None)
+        rows.append(
+            [
+                build,
+                direction,
+                *[f"{by_length[length][0]:.2f}" if length in by_length else "" for length in lengths],
+                f"{worst[0]:.2f}, {worst[1]}",
+            ]
+        )
+    return table(["build", "direction", *[f"{length:,}" for length in lengths], "the worst"], rows, left=2)
+
+
 def ring(results):
     rows = []
     for what in ("48 bytes between threads", "4 bytes in and out", "8 bytes in and out"):
@@ -238,6 +255,7 @@ def fill(template, results, compiler="?", constructors="?"):
         "PEERS": peers,
         "COLLECTOR": collector,
         "CONVERTERS": converters,
+        "PLAIN_LOOP": plain_loop,
         "RING": ring,
         "PRESENCE": presence,
         "MACHINE": lambda results: machine(results, compiler, constructors),

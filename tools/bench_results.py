@@ -22,7 +22,20 @@ DIRECTIONS = [
     "UTF-16 to UTF-32",
     "UTF-32 to UTF-16",
 ]
-TEXTS = ["ASCII", "ASCII, 64 KiB", "Latin and Cyrillic", "CJK", "CJK and emoji", "CJK and ASCII", "ill-formed"]
+TEXTS = [
+    "ASCII",
+    "ASCII, 64 KiB",
+    "Latin",
+    "Cyrillic",
+    "CJK",
+    "CJK and ASCII",
+    "emoji",
+    "English with typographic quotes",
+    "English with emoji",
+    "source code with Cyrillic comments",
+    "JSON with CJK values",
+    "ill-formed",
+]
 NEEDS_TWO_PROCESSORS = "needs two processors"  # a benchmark's refusal; any other error spoils the run
 RING = "ring/48 bytes between threads"
 
@@ -114,6 +127,15 @@ class Results:
         return Spread(
             1 / nanoseconds_for_a_byte.high, 1 / nanoseconds_for_a_byte.median, 1 / nanoseconds_for_a_byte.low
         )
+
+    def plain_loop(self):
+        """By build and direction, then by length: the worst ratio to the plain loop and its text."""
+        found = {}
+        for name in self.names("convert_plain/"):
+            _, build, direction, length = name.split("/")
+            worst = min(self.runs[name], key=lambda run: run["ratio"])
+            found.setdefault((build, direction), {})[int(length)] = (worst["ratio"], worst["text"])
+        return found
 
     def times_as_quick(self, name):
         """How many times as quick as a peer the own converter or queue was that took turns with it, or None."""

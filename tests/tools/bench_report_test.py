@@ -133,6 +133,15 @@ class Report(unittest.TestCase):
         row = "| ASCII | UTF-8 to UTF-16 | 4.00 | 5.33 | 8.00 | 0.67 | 0.33 | 8.00 x | 16.00 x | 0.80 x |"
         self.assertIn(row, text)
 
+    def test_the_plain_loop_has_a_row_for_each_build_and_direction(self):
+        runs = [
+            {"run_name": f"convert_plain/gcc-32/UTF-8 to UTF-16/{length}", "ratio": ratio, "text": text}
+            for length, ratio, text in ((1000, 2.5, "CJK"), (1, 0.968, "emoji"), (30, 1.25, "ASCII"))
+        ]
+        table = bench_report.plain_loop(bench_results.Results([{"benchmarks": runs}]))
+        self.assertIn("| build | direction | 1 | 30 | 1,000 | the worst |", table)
+        self.assertIn("| gcc-32 | UTF-8 to UTF-16 | 0.97 | 1.25 | 2.50 | 0.97, emoji |", table)
+
     def test_verdicts_stand_out_unless_met(self):
         text = bench_report.targets_table(bench_results.Results([sample()]))
         self.assertIn("| disabled call | at most 2 ns | 1.5 ns | met |", text)

@@ -90,7 +90,7 @@ namespace {
     void logHeavily(void*)
     {
         HSL::CLogManager::Initialize();
-        HSL::LogManager()->SetOutputCallback([](const char*) {});
+        HSL::LogManager()->SetOutputCallback([](const char*) { });
         HSL::LogManager()->SetFilterValue(3, true);
         HSL::LogManager()->SetEnable(true);
         keepBusy(3, [] { HSL::HSLog(HSL::CCat(3), "line %d\n", 42); });
