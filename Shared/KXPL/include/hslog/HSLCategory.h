@@ -15,6 +15,7 @@
 #include "HSLLevel.h"
 
 #include <string>
+#include <vector>
 
 namespace HSL {
 
@@ -65,6 +66,21 @@ bool SetLevels(const char* list, std::string* problem = nullptr);
 
 // SetLevels with the value of an environment variable; true, with nothing changed, if it is not set.
 bool SetLevelsFromEnvironment(const char* variable, std::string* problem = nullptr);
+
+// A list as SetLevels takes it, for a choice of one's own. Passes all at first.
+class LevelFilter {
+public:
+    // On failure nothing has changed.
+    bool Set(const char* list, std::string* problem = nullptr);
+    bool Passes(const std::string& category, Level level) const;
+
+private:
+    struct Entry {
+        std::string mCategory; // empty for all that are not named
+        int mLeast;
+    };
+    std::vector<Entry> mEntries;
+};
 
 // What a code stands for: the name of its category, "" for the levels themselves, and its level. A code that
 // nobody registered is of level "Info"; its name is the one that SetCategoryName gave it, or "". Only while the

@@ -1,5 +1,6 @@
 // The collection pass: merges the contexts' records into one stream of lines.
 #include "hslog/HSLLogManager.h"
+#include "hslog/HSLSequence.h"
 
 #include "hslog/HSLCat.h"
 #include "HSLLineHeader.h"
@@ -49,6 +50,9 @@ struct Workspace {
 // The time of the record processed last, from any context and any manager of this module.
 unsigned int sLastSecs = 0;
 unsigned int sLastMicros = 0;
+
+// Of the record that a structured callback is called for, which is told everything but this.
+int sSequenceInCallback = 0;
 
 int getNextSequenceNum(RingCursor& ring)
 {
@@ -135,6 +139,7 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
         }
         handOver(workspace, ring, seconds, microseconds);
         if (pass) {
+            sSequenceInCallback = seqNum;
             manager.GetStructuredOutputCallback()(message, workspace.contextName, depth, kept, categories,
                                                   seconds, microseconds);
         }
@@ -195,6 +200,11 @@ private:
 };
 
 } // namespace
+
+int SequenceInCallback()
+{
+    return sSequenceInCallback;
+}
 
 bool CLogManager::Collect()
 {

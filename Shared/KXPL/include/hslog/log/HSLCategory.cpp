@@ -243,6 +243,33 @@ bool SetLevelsFromEnvironment(const char* variable, std::string* problem)
     return list == nullptr || SetLevels(list, problem);
 }
 
+bool LevelFilter::Set(const char* list, std::string* problem)
+{
+    std::vector<Wish> parsed;
+    if (list == nullptr || !parse(list, parsed, problem)) {
+        return false;
+    }
+    mEntries.clear();
+    for (const Wish& wish : parsed) {
+        mEntries.push_back({ wish.mName, wish.mLeast });
+    }
+    return true;
+}
+
+bool LevelFilter::Passes(const std::string& category, Level level) const
+{
+    int least = 0;
+    bool isNamed = false;
+    for (const Entry& entry : mEntries) {
+        const bool isOwn = !category.empty() && entry.mCategory == category;
+        if (isOwn || (entry.mCategory.empty() && !isNamed)) {
+            least = entry.mLeast;
+            isNamed = isNamed || isOwn;
+        }
+    }
+    return CodeOf(level) >= least;
+}
+
 CategoryAndLevel WhatCodeStandsFor(unsigned char code)
 {
     if (code < kLevels) {

@@ -1,0 +1,55 @@
+// How a line looks: plain text by a pattern, or a JSON object.
+#ifndef HSLOG_HSL_LAYOUT_H
+#define HSLOG_HSL_LAYOUT_H
+
+#include "HSLSink.h"
+
+#include <ctime>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace HSL {
+namespace Sinks {
+
+// Appends a line with its newline. One object belongs to one sink.
+class Layout {
+public:
+    virtual ~Layout() = default;
+    virtual void Append(std::string& to, const Line& line) = 0;
+};
+
+// {date} 2026-11-22, {time} 14:03:07.250000, {zone} +01:00, {level}, {category}, {thread}, {number}, {source}
+// file:line, {function}, {message}; {indent} is "|  " for each step of depth. {level:7} fills with blanks up to 7
+// characters. {colour} and {plain} switch the level's colour on and off where colours are wanted. Other braces mean
+// themselves. Date and time are local.
+extern const char kUsualPattern[];
+
+std::unique_ptr<Layout> MakePatternLayout(const char* pattern = kUsualPattern, bool hasColours = false);
+
+// Names of an object's members; an empty one is left out.
+struct JsonNames {
+    std::string mTime = "timestamp"; // RFC 3339, UTC, with microseconds
+    std::string mLevel = "level";
+    std::string mMessage = "message";
+    std::string mThread = "thread";
+    std::string mCategory = "category"; // left out when empty, like the three below
+    std::string mNumber = "number";
+    std::string mFile = "file";
+    std::string mLine = "line";
+    std::string mFunction = "function";
+
+    // The names that the data model of OpenTelemetry gives the fields of a log record.
+    static JsonNames OpenTelemetry();
+};
+
+// One object a line, as RFC 8259 has it. Bytes that are no UTF-8 become U+FFFD.
+std::unique_ptr<Layout> MakeJsonLayout(const JsonNames& names = JsonNames());
+
+// Appends a text as a JSON string, in its quotes.
+void AppendJson(std::string& to, std::string_view text);
+
+} // namespace Sinks
+} // namespace HSL
+
+#endif
