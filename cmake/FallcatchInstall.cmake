@@ -5,7 +5,7 @@ include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/fallcatch)
 set(document_dir ${CMAKE_INSTALL_DATADIR}/doc/fallcatch)
 
-fallcatch_install_libraries(kxpl kxpl)
+fallcatch_install_libraries(kxpl kxpl kxpl_sinks)
 # The folders that are left out hold the inside of a call, of a record, of a pass and of the renderer.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/Shared/KXPL/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kxpl
     COMPONENT kxpl
