@@ -38,10 +38,10 @@ def main():
     axes.axhline(float(rows[0]["capacity"]), color="#8a8a8a", linestyle="--", linewidth=1, label="what it takes")
     axes.set_yscale("log")
     axes.set_ylim(1, 40000)
-    axes.set_xlim(0, hours[-1])
+    axes.set_xlim(0, 20)
     axes.set_xlabel("hours after the release that crashes at every start")
     axes.set_ylabel("posts a second, 1,000,000 hosts")
-    axes.legend(loc="lower left", frameon=False)
+    axes.legend(loc="upper right", frameon=False)
     figure.savefig(sys.argv[2], metadata={"Date": None}, facecolor="white", bbox_inches="tight")
 
 

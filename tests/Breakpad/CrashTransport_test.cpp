@@ -211,6 +211,18 @@ TEST_F(CrashTransport, TheSenderByHandTellsWhatBecomesOfAReport)
     EXPECT_NE(sent.err.find("sent, HTTP 200 CrashID=bp-1"), std::string::npos) << sent.err;
 }
 
+// Only Foundation knows it: under GNUstep it is not the cache folder of other programs.
+TEST_F(CrashTransport, TheSenderTellsWhereAProductsReportsLie)
+{
+    const Ended told = mSandbox.RunProgram({ SENDER_PROGRAM, "--where", "CrashHost" });
+    EXPECT_EQ(told.status, 0) << told.err;
+    EXPECT_EQ(told.out, mSandbox.StateFolder().string() + "\n");
+    Crash(FreePort());
+    EXPECT_EQ(mSandbox.Files(".report").at(0).parent_path().string() + "\n", told.out);
+    EXPECT_EQ(mSandbox.RunProgram({ SENDER_PROGRAM, "--where", "a/b" }).out,
+              (mSandbox.StateFolder().parent_path() / "a%2Fb").string() + "\n");
+}
+
 TEST_F(CrashTransport, WhatACollectorAnswersIsOneLineWithoutControlCharacters)
 {
     CrashServer server;

@@ -1,6 +1,7 @@
 #include "BreakpadInterface.h"
 
 #include "Configuration.h"
+#include "fallcatch_breakpad.h"
 #include "Reporter.h"
 
 #import <Foundation/NSAutoreleasePool.h>
@@ -53,6 +54,17 @@ EXPORTED void BreakpadSetKeyValue(void* reporter, NSString* key, NSString* value
         static_cast<Reporter*>(reporter)->SetKeyValue(BreakpadLinux::Utf8(key), BreakpadLinux::Utf8(value));
     }
     [pool release];
+}
+
+unsigned int FallcatchBreakpadFolder(const char* product, char* path, unsigned int size)
+{
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    const std::string folder = BreakpadLinux::ProductFolder(product != nullptr ? product : "");
+    [pool release];
+    if (path != nullptr && size > 0) {
+        snprintf(path, size, "%s", folder.c_str());
+    }
+    return static_cast<unsigned int>(folder.size());
 }
 
 EXPORTED void BreakpadRelease(void* reporter)

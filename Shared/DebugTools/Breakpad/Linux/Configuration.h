@@ -16,6 +16,9 @@ namespace BreakpadLinux {
 // replaced.
 std::string Utf8(NSString* text);
 
+// The product's folder in the user's cache; empty for a user without one.
+std::string ProductFolder(const std::string& product);
+
 // Nothing when the configuration is refused; why then says so in a few words.
 std::optional<Settings> ReadConfiguration(NSDictionary* configuration, std::string& why);
 

@@ -186,11 +186,10 @@ namespace {
     void choosePlaces(Reader& reader, Settings& settings, const std::optional<std::string>& location,
                       const std::optional<std::string>& sender)
     {
-        const std::string cache = cacheFolder();
-        settings.stateFolder = cache + "/Breakpad/" + FileNameFor(settings.product);
+        settings.stateFolder = ProductFolder(settings.product);
         settings.dumpFolder
             = location && !location->empty() ? AbsolutePath(expandTilde(*location)) : settings.stateFolder;
-        const bool cached = !cache.empty() && makeOwnFolder(settings.stateFolder).empty();
+        const bool cached = !settings.stateFolder.empty() && makeOwnFolder(settings.stateFolder).empty();
         const std::string why = makeOwnFolder(settings.dumpFolder);
         if (!why.empty()) {
             reader.Refuse("the folder " + settings.dumpFolder + " for the dumps " + why);
@@ -206,6 +205,12 @@ namespace {
     }
 
 } // namespace
+
+std::string ProductFolder(const std::string& product)
+{
+    const std::string cache = cacheFolder();
+    return cache.empty() ? cache : cache + "/Breakpad/" + FileNameFor(product);
+}
 
 std::string Utf8(NSString* text)
 {

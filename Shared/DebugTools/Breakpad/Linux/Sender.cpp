@@ -6,6 +6,7 @@
 #include "SenderState.h"
 #include "SenderUpload.h"
 #include "SenderWait.h"
+#include "SenderWhere.h"
 
 #include <csignal>
 #include <cstdio>
@@ -26,6 +27,7 @@ using namespace BreakpadLinux;
 struct Options {
     std::string state;   // empty: beside the reports
     std::string product; // empty: the reports are named
+    std::string where;   // the product whose folder is asked for
     std::vector<std::string> names;
     long host = 0;        // the process that started this one and while which it may wait
     bool crashed = false; // by a host that has crashed
@@ -143,12 +145,26 @@ int work(const Options& options)
     }
 }
 
+int tellWhere(const std::string& product)
+{
+    std::string why;
+    const std::string folder = FolderOfProduct(product, why);
+    if (folder.empty()) {
+        std::fprintf(stderr, "fallcatch_sender: %s\n", why.c_str());
+        return EXIT_FAILURE;
+    }
+    std::printf("%s\n", folder.c_str());
+    return EXIT_SUCCESS;
+}
+
 int usage(std::FILE* out)
 {
     std::fputs(
         "usage: fallcatch_sender [--state FOLDER] REPORT...          posts these <guid>.report files\n"
         "       fallcatch_sender [--state FOLDER] --product PRODUCT FOLDER\n"
         "                                                            posts all of the product's in the folder\n"
+        "       fallcatch_sender --where PRODUCT                     tells the folder of the product's "
+        "reports\n"
         "\n"
         "A report and its dump are removed once the collector has taken them. Ends with 0 when none of those\n"
         "named is left. What is remembered between two runs lies in the state folder, which without --state "
@@ -168,9 +184,13 @@ int usage(std::FILE* out)
 std::optional<Options> parse(int argc, char** argv)
 {
     const option known[] = {
-        { "state", required_argument, nullptr, 's' }, { "product", required_argument, nullptr, 'p' },
-        { "host", required_argument, nullptr, 'o' },  { "crashed", no_argument, nullptr, 'c' },
-        { "help", no_argument, nullptr, 'h' },        {},
+        { "where", required_argument, nullptr, 'w' },
+        { "state", required_argument, nullptr, 's' },
+        { "product", required_argument, nullptr, 'p' },
+        { "host", required_argument, nullptr, 'o' },
+        { "crashed", no_argument, nullptr, 'c' },
+        { "help", no_argument, nullptr, 'h' },
+        {},
     };
     Options options;
     opterr = 0;
@@ -185,6 +205,9 @@ std::optional<Options> parse(int argc, char** argv)
         case 'o':
             options.host = std::strtol(optarg, nullptr, 10);
             break;
+        case 'w':
+            options.where = optarg;
+            return options;
         case 'c':
             options.crashed = true;
             break;
@@ -212,6 +235,9 @@ int main(int argc, char** argv)
     const auto options = parse(argc, argv);
     if (!options) {
         return usage(stderr);
+    }
+    if (!options->where.empty()) {
+        return tellWhere(options->where);
     }
     return options->help ? usage(stdout) : work(*options);
 }

@@ -74,6 +74,14 @@ extern "C" {
  */
 FALLCATCH_BREAKPAD_EXPORT int FallcatchBreakpadPrepareThread(void);
 
+/* Where a product's reports, and what is remembered of them, lie unless the host says otherwise: the path in UTF-8, cut
+ * and zero-terminated to fit size bytes. Under GNUstep this is not the cache folder of other programs. The folder need
+ * not be there. Null for the product's name counts as empty.
+ *
+ * Returns the path's whole length without the zero, or 0 where the user has no such folder.
+ */
+FALLCATCH_BREAKPAD_EXPORT unsigned int FallcatchBreakpadFolder(const char* product, char* path, unsigned int size);
+
 /* Whether reports of the product may be sent: not 0 or 0. The user's answer is remembered with the product, for
  * senders of later starts too; until there is one, reports are sent unless "BreakpadSkipConfirm" says "NO". Without
  * consent crashes are written and kept as ever. A consent sends what waits. May be called before FallcatchInit.
