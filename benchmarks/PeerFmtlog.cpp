@@ -1,6 +1,8 @@
-// fmtlog's front end; its lines are formatted between the batches and thrown away.
+// fmtlog's front end; its lines are formatted between the batches and thrown away. A program of its own: its head needs
+// fmt 11 or later, and spdlog brings another one.
 #include "PeerCall.h"
 
+#define FMT_HEADER_ONLY
 #define FMTLOG_HEADER_ONLY
 #include <fmtlog.h>
 

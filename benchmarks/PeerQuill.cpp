@@ -7,6 +7,8 @@
 #include <quill/Logger.h>
 #include <quill/sinks/NullSink.h>
 
+#include <cstdint>
+
 namespace bench {
 namespace {
 
@@ -14,7 +16,8 @@ void Quill(benchmark::State& state)
 {
     static quill::Logger* const logger = [] {
         quill::BackendOptions options;
-        options.cpu_affinity = static_cast<std::uint16_t>(Processors().back());
+        // A list since version 11, and a number before.
+        options.cpu_affinity = { static_cast<std::uint16_t>(Processors().back()) };
         quill::Backend::start(options);
         return quill::Frontend::create_or_get_logger(
             "benchmark", quill::Frontend::create_or_get_sink<quill::NullSink>("null"));

@@ -39,7 +39,7 @@ if(Boost_FOUND)
 endif()
 
 # Libraries that no package manager here carries: name the folder with the library's headers, and for simdutf
-# the one with its single-header edition. The sources for these five have not been built yet.
+# the one with its single-header edition.
 function(fallcatch_folder_peer name option benchmark source)
     set(FALLCATCH_BENCH_${option} "" CACHE PATH "Folder with ${name}, to compare with it")
     if(FALLCATCH_BENCH_${option})
@@ -48,7 +48,13 @@ function(fallcatch_folder_peer name option benchmark source)
     endif()
 endfunction()
 fallcatch_folder_peer(quill QUILL bench_log_call PeerQuill.cpp)
-fallcatch_folder_peer(fmtlog FMTLOG bench_log_call PeerFmtlog.cpp)
+if(FALLCATCH_BENCH_FMTLOG)
+    # Not in one program with spdlog, which brings a fmt of its own.
+    fallcatch_benchmark(bench_fmtlog)
+    set(FALLCATCH_BENCH_FMT "" CACHE PATH "Folder with fmt 11 or later, for fmtlog")
+    target_include_directories(bench_fmtlog SYSTEM PRIVATE "${FALLCATCH_BENCH_FMT}")
+endif()
+fallcatch_folder_peer(fmtlog FMTLOG bench_fmtlog PeerFmtlog.cpp)
 fallcatch_folder_peer(simdutf SIMDUTF bench_converters PeerSimdutf.cpp)
 fallcatch_folder_peer("rigtorp's SPSCQueue" RIGTORP bench_ring PeerRigtorp.cpp)
 fallcatch_folder_peer("moodycamel's ReaderWriterQueue" MOODYCAMEL bench_ring PeerMoodycamel.cpp)
