@@ -13,6 +13,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/Shared/KXPL/include/ DESTINATION ${CMAKE
     PATTERN "log" EXCLUDE
     PATTERN "record" EXCLUDE
     PATTERN "collect" EXCLUDE
+    PATTERN "crash" EXCLUDE
     PATTERN "render" EXCLUDE)
 if(FALLCATCH_GLUE)
     fallcatch_install_libraries(glue fallcatch_static fallcatch)

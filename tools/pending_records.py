@@ -1,5 +1,7 @@
 """gdb: prints the log records that no collection pass has taken yet, as the next pass would print them.
 
+Writes the same file that a crashed process writes of its log, and has fallcatch_log print it.
+
     gdb -batch -x tools/pending_records.py -ex fallcatch-pending -p PID
     gdb -batch -x tools/pending_records.py -ex fallcatch-pending PROGRAM CORE
 
@@ -7,15 +9,22 @@ Needs debug information that describes HSL::CLogManager, and GCC's standard libr
 differently from a pass is told in docs/flushing.md.
 """
 
+import glob
 import os
+import shutil
 import struct
-import sys
+import subprocess
+import tempfile
 import time
 
 import gdb
 
-sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-import pending_text  # noqa: E402
+HERE = os.path.dirname(os.path.abspath(__file__))
+MOST_CONTEXTS = 4096
+MOST_FORMATS = 32768
+LONGEST_TEXT = 65535
+LARGEST_RING = 1 << 30
+RING_WHOLE, RING_DAMAGED, RING_UNREADABLE, RING_MISSING = range(4)
 
 
 class Unavailable(Exception):
@@ -26,15 +35,20 @@ def read_memory(address, size):
     return bytes(gdb.selected_inferior().read_memory(address, size)) if size else b""
 
 
-def vector(value):
-    """The elements of a std::vector of GCC's library."""
+def vector(value, most):
+    """The elements of a std::vector of GCC's library; no more than `most`, whatever it claims to hold."""
     start = value["_M_impl"]["_M_start"]
-    for i in range(int(value["_M_impl"]["_M_finish"] - start)):
+    for i in range(min(max(int(value["_M_impl"]["_M_finish"] - start), 0), most)):
         yield (start + i).dereference()
 
 
 def string(value):
-    return read_memory(int(value["_M_dataplus"]["_M_p"]), int(value["_M_string_length"]))
+    """The text of a std::string; empty where there is none to be read."""
+    try:
+        length = int(value["_M_string_length"])
+        return read_memory(int(value["_M_dataplus"]["_M_p"]), min(max(length, 0), LONGEST_TEXT))
+    except gdb.error:
+        return b""
 
 
 def managers():
@@ -61,106 +75,6 @@ def managers():
             yield module, manager.dereference()
 
 
-class Ring:
-    """What a ring holds, and how much of what was taken from it last is still there."""
-
-    def __init__(self, context):
-        buffer = context["mBuffer"]
-        control = buffer["mControl"] if int(buffer) else buffer
-        self.held = self.taken = b""
-        if not int(control):
-            return
-        fields = control.dereference()
-        read, write, first = (int(fields[name]) for name in ("read_offset", "write_offset", "start_offset"))
-        beyond = int(fields["end_offset"]) + int(fields["elem_size"])
-        everything = read_memory(int(control) + first, beyond - first)
-        turned = everything[read - first:] + everything[: read - first]
-        size = (write - read) % (beyond - first)
-        self.held, self.taken = turned[:size], turned[size:]
-
-
-class Fields:
-    """Takes fields from bytes; behind their end everything is zero, as it is for a pass."""
-
-    def __init__(self, data):
-        self.data = data
-        self.position = 0
-
-    def take(self, size):
-        taken = self.data[self.position:self.position + size]
-        self.position += size
-        return taken.ljust(size, b"\0")
-
-    def number(self, code):
-        return struct.unpack("<" + code, self.take(struct.calcsize("<" + code)))[0]
-
-    def at_end(self):
-        return self.position >= len(self.data)
-
-    def overrun(self):
-        return self.position > len(self.data)
-
-
-class Record:
-    """One log call."""
-
-    def __init__(self, fields, widths):
-        fields.take(1)
-        self.sequence = fields.number("i")
-        self.seconds, self.micros = fields.number("I"), fields.number("I")
-        self.depth = fields.number("B")
-        self.categories = fields.take(fields.number("B"))[:10]
-        self.kind = fields.number("B")
-        self.format_id, self.format = 0, b""
-        if self.kind == 1:
-            self.format = fields.take(fields.number("H")).split(b"\0")[0]
-        elif self.kind == 3:
-            self.format_id = fields.number("h")
-        self.values = []
-        for _ in range(max(fields.number("b"), 0)):
-            tag = fields.number("B")
-            if tag in pending_text.TEXT_UNITS:
-                payload = fields.take(fields.number("H") * pending_text.TEXT_UNITS[tag])
-            else:
-                payload = fields.take(pending_text.payload_size(tag, widths))
-            self.values.append((tag, payload))
-
-    def time(self):
-        return self.seconds + self.micros / 1000000.0
-
-    def is_likely(self):
-        return self.micros <= 999999 and 0 < len(self.categories) <= 10 and self.kind in (1, 3)
-
-
-def records_of(context, widths):
-    """The complete records of one context, oldest first, and the number of bytes that make none."""
-    ring = Ring(context)
-    data = ring.held
-    count = int(context["mRecordCount"])
-    if count > 0 and not (data[:1] == b"\0" and Record(Fields(data), widths).is_likely()):
-        # A pass is under way and has taken the record's marker and number: what it took is still in memory.
-        whole = ring.taken[-5:] + data
-        if whole[:1] == b"\0" and Record(Fields(whole), widths).is_likely():
-            data = whole
-    fields = Fields(data)
-    records = []
-    while len(records) < count and not fields.at_end():
-        record = Record(fields, widths)
-        if fields.overrun():
-            break
-        records.append(record)
-    return records
-
-
-def merged(contexts):
-    """(name, record) in the order in which a pass outputs them; `contexts` are (name, records)."""
-    waiting = [(name, list(records)) for name, records in contexts if records]
-    while waiting:
-        name, records = min(waiting, key=lambda entry: entry[1][0].sequence)
-        yield name, records.pop(0)
-        waiting = [entry for entry in waiting if entry[1]]
-
-
 def static(code, name):
     """A static variable of the library by its name among the symbols; None if there is no such."""
     try:
@@ -177,52 +91,131 @@ def last_time():
     return seconds + static("I", file + "sLastMicros") / 1000000.0 if seconds else None
 
 
-def header(record, name, last):
-    clock = time.localtime(record.seconds)
-    delta = 0.0 if last is None else record.time() - last
-    whole = int(delta)
-    text = "%6d  %02d:%02d:%02d.%06d  (%02d.%06d) :  [" % (
-        record.sequence, clock.tm_hour, clock.tm_min, clock.tm_sec, record.micros, whole,
-        int((delta - whole) * 1000000.0))
-    return text.encode() + name.ljust(18) + b"]\t" + b"|  " * record.depth
+class CrashLog:
+    """The file's sections; what they hold is told in hslog/crash/CrashLogFormat.h."""
+
+    def __init__(self, widths, zone):
+        self.data = bytearray(b"HSLCrash" + struct.pack("<IIBBBBiII", 0x01020304, 1, *widths, 4, 0, zone, 0, 0))
+        self.sections = 0
+
+    def add(self, kind, payload):
+        self.data += kind.encode() + struct.pack("<I", len(payload)) + payload
+        self.sections += 1
+
+    def finish(self):
+        self.add("DONE", struct.pack("<I", self.sections))
+        return bytes(self.data)
+
+
+def is_sound(ring):
+    first, last = ring["start_offset"], ring["end_offset"]
+    return (ring["elem_size"] == 1 and 0 < ring["num_elem"] <= LARGEST_RING and last == first + ring["num_elem"]
+            and first <= ring["read_offset"] <= last and first <= ring["write_offset"] <= last)
+
+
+def ring_of(context):
+    """A RingProblem, the ring's fields and its bytes, oldest first."""
+    empty = dict.fromkeys(("num_elem", "read_offset", "write_offset", "start_offset"), 0)
+    try:
+        buffer = context["mBuffer"]
+        control = buffer["mControl"] if int(buffer) else buffer
+        if not int(control):
+            return RING_MISSING, empty, b""
+        fields = control.dereference()
+        ring = {name: int(fields[name]) for name in
+                ("elem_size", "num_elem", "start_offset", "end_offset", "read_offset", "write_offset")}
+        if not is_sound(ring):
+            return RING_DAMAGED, ring, b""
+        read, write = ring["read_offset"], ring["write_offset"]
+        if write >= read:
+            return RING_WHOLE, ring, read_memory(int(control) + read, write - read)
+        old = read_memory(int(control) + read, ring["end_offset"] + 1 - read)
+        return RING_WHOLE, ring, old + read_memory(int(control) + ring["start_offset"], write - ring["start_offset"])
+    except gdb.error:
+        return RING_UNREADABLE, empty, b""
+
+
+def number(value):
+    try:
+        return int(value)
+    except gdb.error:
+        return 0
+
+
+def add_context(log, context):
+    problem, ring, data = ring_of(context)
+    log.add("CTXT", struct.pack("<iiIIIII", number(context["mDepth"]), number(context["mRecordCount"]),
+                                ring["num_elem"], ring["read_offset"], ring["write_offset"], ring["start_offset"],
+                                problem) + string(context["mName"]))
+    if data:
+        log.add("RING", data)
+
+
+def zone_of(manager):
+    """Seconds that the process's local time is ahead of UTC; gdb's, where the process does not say."""
+    try:
+        return int(manager["mLedger"].dereference()["mZoneOffset"])
+    except gdb.error:
+        return time.localtime().tm_gmtoff
+
+
+def crash_log(manager):
+    widths = gdb.lookup_type("long").sizeof, manager.address.type.sizeof
+    log = CrashLog(widths, zone_of(manager))
+    last = last_time() or 0.0
+    try:
+        passing = bytes(int(manager["mFilter"][i]) for i in range(256))
+    except gdb.error:
+        passing = b"\1" * 256
+    log.add("STAT", struct.pack("<iII", number(manager["mSequence"]), int(last), round(last % 1 * 1000000))
+            + passing + struct.pack("<IIIq", 0, 0, 0, int(time.time())))
+    for context in vector(manager["mContexts"], MOST_CONTEXTS):
+        if number(context):
+            add_context(log, context)
+    for place, entry in enumerate(vector(manager["mFormatStrings"], MOST_FORMATS)):
+        narrow = number(entry["mNarrow"]) != 0
+        log.add("FORM", struct.pack("<IB", place, narrow) + (string(entry["mString"]) if narrow else b""))
+    return log.finish()
+
+
+def renderer():
+    """fallcatch_log: the one that FALLCATCH_LOG names, beside this file, in a build of this tree or in the path."""
+    builds = sorted(glob.glob(os.path.join(HERE, "..", "build", "*", "Shared", "KXPL", "fallcatch_log")))
+    installed = [os.path.join(HERE, "fallcatch_log"), os.path.join(HERE, "..", "..", "bin", "fallcatch_log")]
+    for candidate in [os.environ.get("FALLCATCH_LOG"), *installed, *builds, shutil.which("fallcatch_log")]:
+        if candidate and os.access(candidate, os.X_OK) and os.path.isfile(candidate):
+            return candidate
+    raise Unavailable("there is no fallcatch_log: build it, or name it in FALLCATCH_LOG")
 
 
 class Pending(gdb.Command):
-    """Prints the log records that no collection pass has taken yet; with "all" also those that the filter hides."""
+    """Prints the log records that no collection pass has taken yet; with "all" also those that the filter hides, with
+"json" as one object a line."""
 
     def __init__(self):
         super().__init__("fallcatch-pending", gdb.COMMAND_DATA)
 
     def invoke(self, argument, from_tty):
         try:
+            options = ["--" + word for word in argument.split()]
             found = list(managers())
             for module, manager in found:
                 if len(found) > 1:
                     gdb.write(f"-- {module}\n")
-                self.show(manager, argument.strip() == "all")
+                self.show(manager, options)
             if not found:
                 gdb.write("-- no log manager exists\n")
-        except Unavailable as reason:
-            raise gdb.GdbError(f"fallcatch-pending: {reason}") from reason
+        except (Unavailable, gdb.error) as reason:
+            raise gdb.GdbError(f"fallcatch-pending: {reason}")
 
     @staticmethod
-    def show(manager, with_hidden):
-        widths = {"long": gdb.lookup_type("long").sizeof, "pointer": manager.address.type.sizeof}
-        texts = pending_text.Texts(widths, read_memory, gdb.MemoryError)
-        entries = [(bool(entry["mNarrow"]), string(entry["mString"])) for entry in vector(manager["mFormatStrings"])]
-        contexts = [(string(c["mName"]), records_of(c, widths)) for c in vector(manager["mContexts"]) if int(c)]
-        passing = [int(manager["mFilter"][i]) != 0 for i in range(256)]
-        last = last_time()
-        shown = hidden = 0
-        for name, record in merged(contexts):
-            if with_hidden or any(passing[code] for code in record.categories):
-                line = header(record, name, last) + texts.render(record, entries) + b"\n"
-                gdb.write(line.decode("utf-8", "backslashreplace"))
-                shown += 1
-            else:
-                hidden += 1
-            last = record.time() if record.seconds != 0 else None
-        gdb.write(f"-- {shown} pending; {hidden} more that the filter hides\n")
+    def show(manager, options):
+        with tempfile.NamedTemporaryFile(prefix="fallcatch-", suffix=".log") as file:
+            file.write(crash_log(manager))
+            file.flush()
+            shown = subprocess.run([renderer(), *options, file.name], stdout=subprocess.PIPE,
+                                   stderr=subprocess.STDOUT, check=False)
+        gdb.write(shown.stdout.decode("utf-8", "backslashreplace"))
 
 
 Pending()

@@ -130,6 +130,14 @@ class LoggingSystem(System):
     def answer(self, name):
         return self._strings.get(name) or super().answer(name)
 
+    # Memory of its own
+
+    def mmap(self, machine):
+        return machine.store(bytes(machine.arguments(2)[1]))
+
+    def munmap(self, _machine):
+        return 0
+
     # Strings
 
     def _append(self, machine):

@@ -1,6 +1,6 @@
 """Looks at a host's pending records from outside, then lets the host output them, and compares.
 
-usage: pending_records_test.py GDB HOST SCRIPT live|core|callback|endless
+usage: pending_records_test.py GDB HOST SCRIPT live|core|callback|endless|damaged
 
 Ends with 77, to be skipped, where there is no gdb, it has no Python, or no process may be looked at.
 """
@@ -31,9 +31,22 @@ def run_gdb(*arguments):
     return result.stdout.decode("utf-8"), errors
 
 
-def pending(process, folder):
+# What memory that was overwritten does to one context. Each comes on top of those before.
+DAMAGES = [
+    "mBuffer->mControl->read_offset = 0xffffffff",
+    "mBuffer->mControl->num_elem = 0x7fffffff",
+    "mBuffer->mControl->elem_size = 0",
+    "mBuffer->mControl = (cb_control*)0x10",
+    "mBuffer = (CCircularBuffer*)0x10",
+    "mName._M_string_length = 0x7fffffffffff",
+    "mName._M_dataplus._M_p = (char*)0x10",
+    "mRecordCount = -5",
+]
+
+
+def pending(process, folder, damage=()):
     """The lines that the script prints, and its last one."""
-    ask = ["-x", script, "-ex", "fallcatch-pending"]
+    ask = [*damage, "-x", script, "-ex", "fallcatch-pending"]
     if mode == "core":
         core = os.path.join(folder, "core")
         _, errors = run_gdb("-p", str(process.pid), "-ex", f"gcore {core}")
@@ -55,10 +68,39 @@ def check(condition, text):
         sys.exit(text)
 
 
+FOLLOWED = " behind an address"
+
+
 def compare(shown, output):
+    """The same lines, but that no address is followed: such a conversion is shown as it is."""
+    marked = re.compile(r"< %s with pointer 0x[0-9a-f]+>")
+    check(sum(FOLLOWED in line for line in output) == sum(len(marked.findall(line)) for line in shown) > 0,
+          "addresses are followed, or their conversions are not marked")
+    shown = [marked.sub(FOLLOWED, line) for line in shown]
     for i, (one, other) in enumerate(zip(shown, output)):
         check(one == other, f"line {i + 1}:\nthe script: {one!r}\nthe pass:   {other!r}")
     check(len(shown) == len(output), f"{len(shown)} lines from the script, {len(output)} from the pass")
+
+
+def without_delta(line):
+    return re.sub(r"  \(.*?\) :", "", line)
+
+
+def thread_of(line):
+    name = re.search(r"\) :  \[(.*?) *\]\t", line)
+    return name.group(1) if name else ""
+
+
+def check_damages(process, folder, before):
+    """Damages one context further and further, and looks for all that the others hold."""
+    context = "HSL::CLogManager::msThis->mContexts._M_impl._M_start[1]"
+    check(len({thread_of(line) for line in before}) > 2, "too few threads have logged")
+    for damage in DAMAGES:
+        after, _ = pending(process, folder, ["-ex", "set language c++", "-ex", f"set var {context}->{damage}"])
+        shown = {without_delta(line) for line in after}
+        missing = {thread_of(line) for line in before if without_delta(line) not in shown}
+        check(len(missing) <= 1, f"after {damage}: lines of {missing} are missing")
+    check(len(missing) == 1, "the damage did nothing")
 
 
 if not os.path.exists(gdb):
@@ -74,6 +116,9 @@ with tempfile.TemporaryDirectory() as folder, subprocess.Popen(
             check(line, f"the host ended early: {before!r}")
             before += line
         shown, summary = pending(process, folder)
+        if mode == "damaged":
+            check_damages(process, folder, shown)
+            sys.exit(0)
         output, _ = process.communicate(b"\n", timeout=60)
     finally:
         process.kill()

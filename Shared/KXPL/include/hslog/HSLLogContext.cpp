@@ -1,6 +1,7 @@
 #include "HSLLogContext.h"
 
 #include "HSLLogManager.h"
+#include "hslog/crash/CrashLedger.h"
 #include "hslog/record/HSLRecord.h"
 
 #include "ring/CircularBufferPositions.h"
@@ -79,8 +80,12 @@ void CLogContext::FreeFunc(void* p, int)
 
 void CLogContext::SetName(const char* name)
 {
-    const KxLockGuard guard(CLogManager::Instance()->mLock);
+    CLogManager* manager = CLogManager::Instance();
+    const KxLockGuard guard(manager->mLock);
     mName = name != nullptr ? name : kNullText;
+    if (manager->mLedger != nullptr) {
+        manager->mLedger->Rename(this, mName.c_str());
+    }
 }
 
 void CLogContext::LogPre(const CCat& cat)

@@ -4,6 +4,7 @@
 #include "HSLCollectionThread.h"
 #include "HSLForkGuard.h"
 #include "HSLLogContext.h"
+#include "hslog/crash/CrashLedger.h"
 #include "hslog/record/HSLRecord.h"
 
 #include "KxTime.h"
@@ -98,6 +99,7 @@ CLogManager::CLogManager()
     , mSequence(0)
     , mDefaultContextSize(kDefaultContextBytes)
     , mShutdown(false)
+    , mLedger(CrashLog::Ledger::Make(mSequence, mFilter))
 {
     // Touches the clock's first-use costs here rather than in the first log call; the value is not kept.
     KxTime now;
@@ -129,6 +131,8 @@ CLogManager::~CLogManager()
     mTLSContexts.clear();
     mContexts.clear();
     mTLSContext.Set(nullptr);
+    CrashLog::Ledger::Destroy(mLedger);
+    mLedger = nullptr;
 }
 
 void CLogManager::Initialize()
@@ -182,11 +186,17 @@ void CLogManager::AddContext(CLogContext* context)
 {
     const KxLockGuard guard(mLock);
     mContexts.push_back(context);
+    if (mLedger != nullptr && context != nullptr) {
+        mLedger->AddContext(*context);
+    }
 }
 
 void CLogManager::RemoveContext(CLogContext* context)
 {
     const KxLockGuard guard(mLock);
+    if (mLedger != nullptr) {
+        mLedger->RemoveContext(context);
+    }
     eraseEvery(mContexts, context);
 }
 
@@ -256,6 +266,9 @@ int CLogManager::AddFormatEntry(const CFormatStringEntry& entry)
 {
     const KxLockGuard guard(mLock);
     mFormatStrings.push_back(entry);
+    if (mLedger != nullptr) {
+        mLedger->AddFormat(entry.mNarrow, entry.mString.c_str());
+    }
     return static_cast<int>(mFormatStrings.size()) - 1;
 }
 

@@ -15,6 +15,10 @@ namespace HSL {
 
 class CLogContext;
 
+namespace CrashLog {
+struct Ledger;
+}
+
 // One per module (program or dynamic library). Nothing creates it by itself and nothing is logged until the
 // host has called Initialize(), SetEnable(true) and SetFilterValue(category, true).
 //
@@ -198,6 +202,7 @@ public:
     KxCacheLineGap mGapBehindSequence;
     unsigned int mDefaultContextSize; // bytes; may be set before threads log
     bool mShutdown;
+    CrashLog::Ledger* mLedger; // for WriteCrashLog; null when there was no memory for it
 
 private:
     CLogContext* MakeTLSContext();

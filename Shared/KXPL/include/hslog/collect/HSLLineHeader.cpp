@@ -13,6 +13,7 @@ namespace HSL {
 namespace {
 
 constexpr double kMicrosecondsPerSecond = 1000000.0;
+constexpr int kSecondsPerDay = 86400;
 constexpr std::size_t kSequenceColumns = 6;
 constexpr std::size_t kNameColumns = 18;
 // More than everything but the name can take.
@@ -77,7 +78,15 @@ const ClockCache::Entry& ClockCache::Find(unsigned int seconds)
     }
     entry.isSet = true;
     entry.seconds = seconds;
-    KxClockTime::GetTime(entry.timeOfDay, seconds);
+    if (mHasOffset) {
+        const int ofDay = static_cast<int>(seconds % kSecondsPerDay);
+        const int local = (ofDay + mOffset % kSecondsPerDay + kSecondsPerDay) % kSecondsPerDay;
+        entry.timeOfDay.mHour = local / 3600;
+        entry.timeOfDay.mMinute = local / 60 % 60;
+        entry.timeOfDay.mSecond = local % 60;
+    } else {
+        KxClockTime::GetTime(entry.timeOfDay, seconds);
+    }
     const KxTimeOfDay& time = entry.timeOfDay;
     entry.hasText = hasTwoDigits(time.mHour) && hasTwoDigits(time.mMinute) && hasTwoDigits(time.mSecond);
     if (entry.hasText) {

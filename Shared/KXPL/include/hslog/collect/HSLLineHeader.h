@@ -19,6 +19,12 @@ public:
     const KxTimeOfDay& TimeOfDay(unsigned int seconds);
     // "HH:MM:SS" without a terminator, or null where that many digits do not do. Valid until the next call.
     const char* Text(unsigned int seconds);
+    // From here on local time is so many seconds ahead of UTC, whatever the system's time zone is.
+    void UseOffset(int seconds)
+    {
+        mHasOffset = true;
+        mOffset = seconds;
+    }
 
 private:
     // Contexts whose records stand on both sides of a second's end take turns between two entries.
@@ -35,6 +41,8 @@ private:
     const Entry& Find(unsigned int seconds);
 
     Entry mEntries[kEntries];
+    bool mHasOffset = false;
+    int mOffset = 0;
 };
 
 struct LineHeader {

@@ -6,12 +6,17 @@
 #include "HSLLineHeader.h"
 #include "hslog/HSLLogContext.h"
 #include "HSLMerge.h"
+#include "LastRecord.h"
+#include "hslog/crash/CrashLedger.h"
+#include "hslog/crash/CrashLogFormat.h"
 #include "hslog/render/HSLMessage.h"
 #include "hslog/record/HSLRecordReader.h"
 #include "hslog/render/HSLTextBuffer.h"
 #include "platform/KxCancellation.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace HSL {
 namespace {
@@ -45,6 +50,7 @@ struct Workspace {
     ClockCache clock;
     std::string contextName;  // the structured callback's copy
     int* remaining = nullptr; // of the context that a pass is at
+    CrashLog::KeptLines* kept = nullptr;
 };
 
 // The time of the record processed last, from any context and any manager of this module.
@@ -104,6 +110,34 @@ void appendIndentation(TextBuffer& line, unsigned char depth)
     }
 }
 
+// What becomes of a message.
+struct Record {
+    int seqNum;
+    unsigned int seconds;
+    unsigned int microseconds;
+    double delta;
+    unsigned char depth;
+    unsigned char categoryCount;
+    const unsigned char* categories;
+};
+
+// Before the ring has the record's space back: a crash log finds the message in the one or the other.
+void keepLine(CrashLog::KeptLines& kept, const Record& record, const std::string& name, const char* message,
+              std::size_t length)
+{
+    CrashLog::KeptLineHead head = {};
+    head.mSequence = record.seqNum;
+    head.mSeconds = record.seconds;
+    head.mMicroseconds = record.microseconds;
+    head.mDelta = record.delta;
+    head.mNameLength = static_cast<std::uint32_t>(name.size());
+    head.mMessageLength = static_cast<std::uint32_t>(length);
+    head.mDepth = record.depth;
+    head.mCategoryCount = record.categoryCount;
+    std::memcpy(head.mCategories, record.categories, record.categoryCount);
+    kept.Append(head, name.data(), message);
+}
+
 // Outputs the record behind the sequence number. Everything that the callback could change is read anew for
 // each record.
 //
@@ -137,6 +171,10 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
         if (pass && workspace.contextName != context.mName) {
             workspace.contextName = context.mName;
         }
+        if (pass && workspace.kept != nullptr) {
+            keepLine(*workspace.kept, { seqNum, seconds, microseconds, delta, depth, kept, categories },
+                     context.mName, message, text.Size());
+        }
         handOver(workspace, ring, seconds, microseconds);
         if (pass) {
             sSequenceInCallback = seqNum;
@@ -149,11 +187,17 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
         appendLineHeader(text, { seqNum, seconds, microseconds, delta, context.mName }, workspace.clock);
         appendIndentation(text, depth);
     }
+    const std::size_t messageAt = text.Size();
     appendMessage(text, pass, ring, manager.mFormatStrings);
+    const std::size_t messageEnd = text.Size();
     if (pass) {
         text.Append("\n", 1);
     }
     const char* line = text.CStr();
+    if (pass && workspace.kept != nullptr) {
+        keepLine(*workspace.kept, { seqNum, seconds, microseconds, delta, depth, kept, categories }, context.mName,
+                 line + messageAt, messageEnd - messageAt);
+    }
     handOver(workspace, ring, seconds, microseconds);
     if (pass) {
         manager.GetOutputCallback()(line);
@@ -206,6 +250,11 @@ int SequenceInCallback()
     return sSequenceInCallback;
 }
 
+RecordTime lastRecordTime()
+{
+    return { sLastSecs, sLastMicros };
+}
+
 bool CLogManager::Collect()
 {
     // A thread that is cancelled in a pass ends behind it: what a callback had in hand would be neither output
@@ -237,6 +286,7 @@ bool CLogManager::Collect()
         total += info.mSnapshot;
     }
 
+    workspace.kept = mLedger != nullptr ? mLedger->Kept() : nullptr;
     for (long long output = 0; output < total && !merge.IsEmpty(); ++output) {
         ContextInPass& next = *merge.First();
         CLogContext* context = contextOf(mContexts, next);
@@ -256,6 +306,9 @@ bool CLogManager::Collect()
         }
     }
 
+    if (total > 0 && mLedger != nullptr && GetOutputCallbackType() == kPlainCallback) {
+        mLedger->NoteZone(sLastSecs, workspace.clock.TimeOfDay(sLastSecs)); // asked for already, for a line's header
+    }
     end.SetWhole();
     return mShutdown;
 }
@@ -264,6 +317,7 @@ void CLogManager::OutputNextMessage(CLogContext* context, int seqNum)
 {
     RingCursor ring(controlOf(context->mBuffer));
     Workspace workspace;
+    workspace.kept = mLedger != nullptr ? mLedger->Kept() : nullptr;
     outputRecord(*this, *context, ring, seqNum, workspace);
 }
 

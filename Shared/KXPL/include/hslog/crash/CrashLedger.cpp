@@ -1,0 +1,271 @@
+#include "CrashLedger.h"
+
+#include "CrashLogFormat.h"
+
+#include "CircularBuffer.h"
+#include "hslog/HSLLogContext.h"
+#include "KxTime.h"
+#include "detail/KxAtomic.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <sys/mman.h>
+
+namespace HSL {
+namespace CrashLog {
+namespace {
+
+// Reserved, not used: pages cost nothing until something lies in them.
+constexpr std::size_t kLedgerBytes = 4u << 20;
+constexpr std::size_t kLongestText = 65535;
+
+unsigned int sizeClass(std::size_t size)
+{
+    unsigned int logarithm = 5; // nothing is smaller than 32 bytes
+    while (logarithm < 31 && std::size_t { 1 } << logarithm < size) {
+        ++logarithm;
+    }
+    return logarithm;
+}
+
+} // namespace
+
+std::uintptr_t gNewestLedger = 0;
+std::uint32_t gKeptBytes = 0;
+
+// Overwritten entries are let go before a byte of them changes, and an entry counts once all of it lies there.
+// The reader looks at mBegin once more when it has read. Partner: the crash log's writer, which reads through
+// the system.
+void KeptLines::Append(KeptLineHead head, const char* name, const char* message)
+{
+    const std::uint32_t most = mSize / 2 - static_cast<std::uint32_t>(sizeof head);
+    head.mNameLength = std::min(head.mNameLength, most / 2);
+    head.mMessageLength = std::min(head.mMessageLength, most - head.mNameLength);
+    head.mSize = static_cast<std::uint32_t>(sizeof head) + head.mNameLength + head.mMessageLength;
+    std::uint32_t begin = mBegin;
+    while (mEnd - begin + head.mSize > mSize) {
+        begin += SizeAt(begin);
+    }
+    KxStoreRelease(mBegin, begin);
+    __atomic_thread_fence(__ATOMIC_RELEASE);
+    Put(mEnd, &head, sizeof head);
+    Put(mEnd + static_cast<std::uint32_t>(sizeof head), name, head.mNameLength);
+    Put(mEnd + static_cast<std::uint32_t>(sizeof head) + head.mNameLength, message, head.mMessageLength);
+    KxStoreRelease(mEnd, mEnd + head.mSize);
+}
+
+void KeptLines::Put(std::uint32_t position, const void* bytes, std::size_t size)
+{
+    const std::size_t at = position & (mSize - 1);
+    const std::size_t first = std::min<std::size_t>(size, mSize - at);
+    std::memcpy(Bytes() + at, bytes, first);
+    std::memcpy(Bytes(), static_cast<const unsigned char*>(bytes) + first, size - first);
+}
+
+std::uint32_t KeptLines::SizeAt(std::uint32_t position)
+{
+    std::uint32_t size = 0;
+    unsigned char bytes[sizeof size];
+    for (unsigned char& byte : bytes) {
+        byte = Bytes()[position++ & (mSize - 1)];
+    }
+    std::memcpy(&size, bytes, sizeof size);
+    return size;
+}
+
+Ledger* Ledger::Make(const int& sequence, const unsigned char (&filter)[256])
+{
+    void* memory = mmap(nullptr, kLedgerBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON, -1, 0);
+    if (memory == MAP_FAILED) {
+        return nullptr;
+    }
+    // The system hands over zeros.
+    Ledger* ledger = static_cast<Ledger*>(memory);
+    ledger->mBegin = reinterpret_cast<std::uintptr_t>(memory);
+    ledger->mBytes = kLedgerBytes;
+    ledger->mUsed = sizeof(Ledger);
+    ledger->mSequenceAt = reinterpret_cast<std::uintptr_t>(&sequence);
+    ledger->mFilterAt = reinterpret_cast<std::uintptr_t>(&filter);
+    if (gKeptBytes != 0) {
+        ledger->KeepLines(gKeptBytes);
+    }
+    ledger->mMark = kMark; // nobody looks before the manager has been published
+    gNewestLedger = ledger->mBegin;
+    return ledger;
+}
+
+void Ledger::Destroy(Ledger* ledger)
+{
+    if (ledger == nullptr) {
+        return;
+    }
+    if (gNewestLedger == ledger->mBegin) {
+        gNewestLedger = 0;
+    }
+    if (ledger->mKeptBytes != 0) {
+        munmap(ledger->Kept(), ledger->mKeptBytes);
+    }
+    munmap(ledger, ledger->mBytes);
+}
+
+void* Ledger::Allocate(std::size_t size)
+{
+    const unsigned int logarithm = sizeClass(size);
+    if (mFree[logarithm] != 0) {
+        void* block = reinterpret_cast<void*>(mFree[logarithm]);
+        std::memcpy(&mFree[logarithm], block, sizeof mFree[logarithm]);
+        return block;
+    }
+    const std::size_t rounded = std::size_t { 1 } << logarithm;
+    if (size > rounded || rounded > mBytes - mUsed) {
+        return nullptr;
+    }
+    void* block = reinterpret_cast<void*>(mBegin + mUsed);
+    mUsed += static_cast<std::uint32_t>(rounded);
+    return block;
+}
+
+void Ledger::Free(void* block, std::size_t size)
+{
+    const unsigned int logarithm = sizeClass(size);
+    std::memcpy(block, &mFree[logarithm], sizeof mFree[logarithm]);
+    mFree[logarithm] = reinterpret_cast<std::uintptr_t>(block);
+}
+
+LedgerText* Ledger::MakeText(const char* text)
+{
+    const std::size_t length = std::min(std::strlen(text), kLongestText);
+    LedgerText* made = static_cast<LedgerText*>(Allocate(sizeof(LedgerText) + length));
+    if (made != nullptr) {
+        made->mNext = 0;
+        made->mLength = static_cast<std::uint32_t>(length);
+        made->mIsNarrow = 1;
+        std::memcpy(made->Text(), text, length);
+    }
+    return made;
+}
+
+LedgerSlot* Ledger::Find(const CLogContext* context)
+{
+    const std::uintptr_t wanted = reinterpret_cast<std::uintptr_t>(context);
+    for (std::uint32_t i = 0; i < mSlotsUsed; ++i) {
+        if (mSlots[i].mContext == wanted) {
+            return &mSlots[i];
+        }
+    }
+    return nullptr;
+}
+
+void Ledger::AddContext(const CLogContext& context)
+{
+    LedgerSlot* slot = Find(nullptr);
+    if (slot == nullptr && mSlotsUsed < kMostContexts) {
+        slot = &mSlots[mSlotsUsed];
+    }
+    if (slot == nullptr) {
+        ++mContextsMissing;
+        return;
+    }
+    const cb_control* control = context.mBuffer != nullptr ? context.mBuffer->mControl : nullptr;
+    slot->mControl = reinterpret_cast<std::uintptr_t>(control);
+    slot->mCapacity = control != nullptr ? control->num_elem : 0;
+    slot->mName = reinterpret_cast<std::uintptr_t>(MakeText(context.mName.c_str()));
+    slot->mCountAt = reinterpret_cast<std::uintptr_t>(&context.mRecordCount);
+    slot->mDepthAt = reinterpret_cast<std::uintptr_t>(&context.mDepth);
+    ++slot->mGeneration;
+    KxStoreRelease(slot->mContext, reinterpret_cast<std::uintptr_t>(&context));
+    if (slot == &mSlots[mSlotsUsed]) {
+        KxStoreRelease(mSlotsUsed, mSlotsUsed + 1);
+    }
+}
+
+void Ledger::RemoveContext(const CLogContext* context)
+{
+    LedgerSlot* slot = context != nullptr ? Find(context) : nullptr;
+    if (slot == nullptr) {
+        return;
+    }
+    const int left = KxLoadRelaxed(context->mRecordCount);
+    mRecordsLost += left > 0 ? static_cast<std::uint32_t>(left) : 0;
+    KxStoreRelease(slot->mContext, std::uintptr_t { 0 });
+    LedgerText* name = reinterpret_cast<LedgerText*>(slot->mName);
+    slot->mName = 0;
+    if (name != nullptr) {
+        Free(name, sizeof(LedgerText) + name->mLength);
+    }
+}
+
+void Ledger::Rename(const CLogContext* context, const char* name)
+{
+    LedgerSlot* slot = Find(context);
+    LedgerText* made = slot != nullptr ? MakeText(name) : nullptr;
+    if (made == nullptr) {
+        return;
+    }
+    LedgerText* before = reinterpret_cast<LedgerText*>(slot->mName);
+    KxStoreRelease(slot->mName, reinterpret_cast<std::uintptr_t>(made));
+    if (before != nullptr) {
+        Free(before, sizeof(LedgerText) + before->mLength);
+    }
+}
+
+void Ledger::AddFormat(bool isNarrow, const char* text)
+{
+    LedgerText* made = MakeText(isNarrow ? text : "");
+    if (made == nullptr || mFormatsMissing != 0) {
+        ++mFormatsMissing; // and so for all that follow: a format's id is its place
+        return;
+    }
+    made->mIsNarrow = isNarrow ? 1 : 0;
+    const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(made);
+    LedgerText* last = reinterpret_cast<LedgerText*>(mLastFormat);
+    KxStoreRelease(last != nullptr ? last->mNext : mFirstFormat, address);
+    mLastFormat = address;
+}
+
+void Ledger::NoteZone(long long seconds, const KxTimeOfDay& local)
+{
+    // Days since 1 March of a year 0, in which leap days come last.
+    const long long year = local.mYear + 1900LL - (local.mMonth < 2 ? 1 : 0);
+    const long long month = (local.mMonth + 10) % 12;
+    const long long days =
+        365 * year + year / 4 - year / 100 + year / 400 + (month * 306 + 5) / 10 + local.mDay - 1;
+    constexpr long long kDaysUpTo1970 = 719468;
+    const long long shown =
+        (((days - kDaysUpTo1970) * 24 + local.mHour) * 60 + local.mMinute) * 60 + local.mSecond;
+    const long long offset = shown - seconds;
+    if (local.mDay != 0 && offset > -86400
+        && offset < 86400) { // a time that could not be broken down is all zeros
+        mZoneOffset = static_cast<std::int32_t>(offset);
+    }
+}
+
+bool Ledger::KeepLines(std::uint32_t bytes)
+{
+    if (mKept != 0) {
+        return true;
+    }
+    std::uint32_t size = 4096;
+    while (size < bytes && size < 1u << 30) {
+        size *= 2;
+    }
+    const std::size_t whole = sizeof(KeptLines) + size;
+    KeptLines* kept = static_cast<KeptLines*>(Allocate(whole));
+    if (kept == nullptr) {
+        void* memory = mmap(nullptr, whole, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON, -1, 0);
+        if (memory == MAP_FAILED) {
+            return false;
+        }
+        kept = static_cast<KeptLines*>(memory);
+        mKeptBytes = static_cast<std::uint32_t>(whole);
+    }
+    kept->mSize = size;
+    kept->mBegin = 0;
+    kept->mEnd = 0;
+    KxStoreRelease(mKept, reinterpret_cast<std::uintptr_t>(kept));
+    return true;
+}
+
+} // namespace CrashLog
+} // namespace HSL

@@ -1,0 +1,118 @@
+// What a crash log is written from: a second, plain account of contexts, formats and lines, in memory of its
+// own.
+//
+// The manager keeps its contexts and formats in the C++ library's containers, which a crash may have caught in
+// the middle of a change and which lie on a heap that it may have destroyed. This account has neither weakness:
+// it lies in pages that hold nothing else, entries are published one by one and nothing that a reader may be
+// looking at is moved. Addresses are numbers here, because a reader never follows one without asking the system
+// first.
+#ifndef HSLOG_CRASH_CRASH_LEDGER_H
+#define HSLOG_CRASH_CRASH_LEDGER_H
+
+#include <cstddef>
+#include <cstdint>
+
+struct KxTimeOfDay;
+
+namespace HSL {
+
+class CLogContext;
+
+namespace CrashLog {
+
+struct KeptLineHead;
+
+struct LedgerSlot {
+    std::uintptr_t mContext; // 0: free
+    std::uintptr_t mControl; // of its ring, 0 for none
+    std::uintptr_t mName;    // of a LedgerText, 0 for none
+    std::uintptr_t mCountAt; // of the context's fields
+    std::uintptr_t mDepthAt;
+    std::uint32_t mCapacity; // of the ring, as it was when the context was made
+    std::uint32_t mGeneration;
+};
+
+// Behind it lies the text, not terminated.
+struct LedgerText {
+    std::uintptr_t mNext; // formats only: the one registered after this one, or 0
+    std::uint32_t mLength;
+    std::uint32_t mIsNarrow; // formats only
+
+    char* Text() { return reinterpret_cast<char*>(this + 1); }
+};
+
+// The newest lines, oldest first: entries of KeptLineHead, name and message. Positions count up without end and
+// are taken modulo the size, a power of two. The bytes follow the struct.
+struct KeptLines {
+    std::uint32_t mSize;
+    std::uint32_t mBegin; // of the oldest entry
+    std::uint32_t mEnd;   // of the newest one
+
+    unsigned char* Bytes() { return reinterpret_cast<unsigned char*>(this + 1); }
+
+    // Drops as many of the oldest lines as it takes. A line that is longer than half the memory is cut.
+    void Append(KeptLineHead head, const char* name, const char* message);
+
+private:
+    void Put(std::uint32_t position, const void* bytes, std::size_t size);
+    std::uint32_t SizeAt(std::uint32_t position);
+};
+
+// Every change is made under the manager's lock or, where said, by the collection pass, which holds it. Nothing
+// here throws; what there is no memory for is counted.
+struct Ledger {
+    static constexpr std::uint64_t kMark = 0x7265646745485348; // anything that memory is unlikely to hold
+    static constexpr std::uint32_t kMostContexts = 4096;
+    static constexpr std::size_t kMostFormats = 32768;
+
+    // Null when there is no memory. The two are fields of the manager that this is an account of.
+    static Ledger* Make(const int& sequence, const unsigned char (&filter)[256]);
+    static void Destroy(Ledger* ledger);
+
+    void AddContext(const CLogContext& context);
+    void RemoveContext(const CLogContext* context);
+    void Rename(const CLogContext* context, const char* name);
+    void AddFormat(bool isNarrow, const char* text);
+    // Once; `bytes` is rounded up to a power of two. False without memory.
+    bool KeepLines(std::uint32_t bytes);
+    // Takes the distance from local time to UTC from a time and what it is here.
+    void NoteZone(long long seconds, const KxTimeOfDay& local);
+    KeptLines* Kept() { return reinterpret_cast<KeptLines*>(mKept); }
+
+    std::uint64_t mMark;
+    std::uintptr_t mBegin;    // of the memory that this lies at the start of
+    std::uint32_t mBytes;     // of that memory
+    std::uint32_t mUsed;      // of those, from the start
+    std::uint32_t mSlotsUsed; // slots from here on have never held a context
+    std::uint32_t mContextsMissing;
+    std::uint32_t mFormatsMissing;
+    std::uint32_t mRecordsLost; // in contexts that went before a pass took them
+    std::int32_t mZoneOffset;   // seconds that local time is ahead of UTC; set by the collection pass
+    std::uint32_t mLastSeconds; // of the record output last; set by the collection pass
+    std::uint32_t mLastMicroseconds;
+    std::uint32_t mKeptBytes;
+    std::uintptr_t mSequenceAt; // of the manager's fields
+    std::uintptr_t mFilterAt;
+    std::uintptr_t mFirstFormat;
+    std::uintptr_t mLastFormat;
+    std::uintptr_t mKept;     // of the KeptLines, 0 for none
+    std::uintptr_t mFree[32]; // blocks given back, by the logarithm of their size
+    LedgerSlot mSlots[kMostContexts];
+
+private:
+    void* Allocate(std::size_t size);
+    void Free(void* block, std::size_t size);
+    LedgerText* MakeText(const char* text);
+    LedgerSlot* Find(const CLogContext* context);
+};
+
+// The address of the ledger that this module made last, for a crash that has overwritten the manager; 0 for none.
+extern std::uintptr_t gNewestLedger;
+
+// What new managers of this module keep of their lines; 0 for nothing.
+extern std::uint32_t gKeptBytes;
+
+} // namespace CrashLog
+} // namespace HSL
+
+#endif
