@@ -30,7 +30,7 @@ int usage(std::FILE* out)
     std::fputs("usage: fallcatch_collector [--port N] [--folder DIR] [--reports N] [--status CODE] [--ask]\n"
                "\n"
                "  --port N       of 127.0.0.1; without it a free one is taken and told\n"
-               "  --folder DIR   where report-N.dmp and report-N.txt go\n"
+               "  --folder DIR   where report-N.dmp, report-N.txt and report-N.log go\n"
                "  --reports N    ends after that many\n"
                "  --status CODE  the answer to every report\n"
                "  --ask          answers a report when a line comes on standard input\n",
@@ -124,6 +124,9 @@ private:
                 std::ofstream(mOptions.folder / (name + ".dmp"), std::ios::binary) << item.second.content;
                 fields[item.first] = std::to_string(item.second.content.size()) + " bytes";
                 hasDump = item.second.content.compare(0, 4, "MDMP") == 0;
+            } else if (item.first == "upload_file_log") {
+                std::ofstream(mOptions.folder / (name + ".log"), std::ios::binary) << item.second.content;
+                fields[item.first] = std::to_string(item.second.content.size()) + " bytes";
             } else {
                 fields[item.first] = item.second.content;
             }

@@ -13,7 +13,9 @@ import tempfile
 import threading
 import time
 
-STEPS = 7
+STEPS = 8
+# What the host logs in front of its fault, on a worker thread and on the main one.
+LAST_WORDS = ("the next step is the one that goes wrong", "now doing what the command line asks for")
 PATIENCE = 60  # seconds for anything that is waited for
 
 
@@ -122,6 +124,17 @@ def crashed_stack(walked):
     return lines[start], frames
 
 
+def show_log(text, story):
+    lines = [line for line in text.splitlines() if not line.startswith("-- ")]
+    if not lines:
+        raise Failure("the log that came is empty:\n" + text)
+    story.detail("\n".join(lines[-8:]))
+    threads = set(re.findall(r"\) :  \[(.*?) *\]\t", text))
+    words = lines[-1].split("\t")[-1]
+    if len(threads) < 3 or words not in LAST_WORDS:
+        raise Failure("the log does not end with the line before the fault")
+
+
 def tell(options, folder, story):
     expected_signal, expected_reason, function = crash_types(options.list_from)[options.type]
     home, environment = own_home(folder)
@@ -135,6 +148,9 @@ def tell(options, folder, story):
         story.detail(url)
 
         command = [str(options.host), options.switch, options.type, "-serverName", url]
+        logs = options.host.name == "CrashHost"  # another host may have no log to send
+        if logs:
+            command += ["--scenario", "log"]
         story.step("The host starts its reporter and crashes as it is asked to")
         story.detail(" ".join([options.host.name] + command[1:]))
         host = subprocess.run(command, env=environment, capture_output=True, text=True, timeout=PATIENCE,
@@ -174,6 +190,15 @@ def tell(options, folder, story):
             raise Failure(f"the crash's reason should be {expected_reason}")
         if not any(function + "(" in frame and re.search(r"\[\S+ : \d+", frame) for frame in frames):
             raise Failure(f"the stack does not name {function} with its file and line")
+
+        story.step("What the host had logged last has arrived, down to the line before the fault")
+        log = received / "report-1.log"
+        if log.exists():
+            show_log(log.read_text(errors="replace"), story)
+        elif logs:
+            raise Failure("no log came with the report")
+        else:
+            story.detail("(this host has none)")
 
         story.step("The report's fields have arrived")
         fields = (received / "report-1.txt").read_text()

@@ -32,6 +32,7 @@ void abortOnUncaught(NSException*)
 void prepareThread()
 {
     FallcatchBreakpadPrepareThread();
+    Scenarios::SayLastWords("the next step is the one that goes wrong");
 }
 
 std::wstring widen(const char* text)
@@ -114,6 +115,7 @@ int main(int argc, char** argv)
 
     int codes[2];
     const int count = GetTestCommandsList(codes, 2);
+    Scenarios::SayLastWords("now doing what the command line asks for");
     Crash::Perform(codes, count, prepareThread);
     if (options.scenario != "release") {
         FallcatchRelease(reporter);

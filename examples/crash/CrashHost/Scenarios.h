@@ -14,6 +14,9 @@ std::string Help();
 // Nothing for the empty name. Some of them crash and do not return.
 void Run(const std::string& name, void* reporter);
 
+// Logs the text if the scenario was one that logs.
+void SayLastWords(const char* words);
+
 } // namespace Scenarios
 
 #endif

@@ -3,6 +3,7 @@
 #include "fallcatch.h"
 #include "fallcatch_breakpad.h"
 #include "hslog/HSL.h"
+#include "hslog/HSLCrashLog.h"
 
 #import <Foundation/NSException.h>
 #import <Foundation/NSString.h>
@@ -94,6 +95,57 @@ namespace {
         HSL::LogManager()->SetFilterValue(3, true);
         HSL::LogManager()->SetEnable(true);
         keepBusy(3, [] { HSL::HSLog(HSL::CCat(3), "line %d\n", 42); });
+    }
+
+    bool gLogs = false;
+
+    // Two threads that have said what they do, and a third that goes on with it.
+    void logAndKeep(void*)
+    {
+        FallcatchBreakpadSetLogWriter(HSL::WriteCrashLog);
+        HSL::KeepLines();
+        HSL::CLogManager::Initialize();
+        HSL::LogManager()->SetOutputCallback([](const char*) { });
+        HSL::LogManager()->SetFilterValue(3, true);
+        HSL::LogManager()->SetFilterValue(4, true);
+        HSL::LogManager()->SetEnable(true);
+        gLogs = true;
+        HSL::HSLog(HSL::CCat(3), "document \"%s\" opened", "flower.sketch");
+        std::thread([] {
+            HSL::LogManager()->GetTLSContext()->SetName("loader");
+            for (int layer = 1; layer <= 3; ++layer) {
+                HSL::HSLog(HSL::CCat(3), "layer %d loaded", layer);
+            }
+            pause();
+        }).detach();
+        std::thread([] {
+            HSL::LogManager()->GetTLSContext()->SetName("autosave");
+            HSL::HSLog(HSL::CCat(4), "the disk is slow: %.1f s for a save", 2.5);
+            pause();
+        }).detach();
+        usleep(150000); // a pass has output these
+    }
+
+    int writeForEver(int)
+    {
+        for (;;) {
+            pause();
+        }
+    }
+
+    int writeAndCrash(int)
+    {
+        std::abort();
+    }
+
+    void logForEver(void*)
+    {
+        FallcatchBreakpadSetLogWriter(writeForEver);
+    }
+
+    void logCrashing(void*)
+    {
+        FallcatchBreakpadSetLogWriter(writeAndCrash);
     }
 
     void setKeys(void* reporter)
@@ -262,6 +314,9 @@ namespace {
         { "overflow-unprepared", "the same on a thread without a stack for handlers", overflowUnprepared },
         { "exception", "raises an Objective-C exception that nobody catches", exception },
         { "logging", "three threads log as fast as they can", logHeavily },
+        { "log", "logs, and has its log go with the report", logAndKeep },
+        { "log-for-ever", "has a log whose writing never ends", logForEver },
+        { "log-crashing", "has a log whose writing crashes", logCrashing },
         { "set-keys", "a thread sets the report interval all the time", setKeys },
         { "release", "releases the reporter first", release },
         { "small-disk", "no file can grow beyond 4 KB", noSpace },
@@ -311,6 +366,13 @@ void Run(const std::string& name, void* reporter)
         if (name == scenario.name) {
             scenario.run(reporter);
         }
+    }
+}
+
+void SayLastWords(const char* words)
+{
+    if (gLogs) {
+        HSL::HSLog(HSL::CCat(3), "%s", words);
     }
 }
 

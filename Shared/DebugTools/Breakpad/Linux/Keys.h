@@ -31,6 +31,8 @@ constexpr char kKeepEnvironment[] = "FallcatchKeepEnvironment";
 constexpr char kKeepReports[] = "FallcatchKeepReports";
 constexpr char kKeepMegabytes[] = "FallcatchKeepMegabytes";
 constexpr char kKeepDays[] = "FallcatchKeepDays";
+constexpr char kLogField[] = "FallcatchLogField";
+constexpr char kLogBytes[] = "FallcatchLogBytes";
 
 constexpr char kGoogle[] = "google";
 constexpr char kSocorro[] = "socorro";

@@ -4,6 +4,7 @@
 #include "DumpStack.h"
 #include "HostCalls.h"
 #include "Keys.h"
+#include "LogWriter.h"
 #include "OwnFiles.h"
 #include "ReportFile.h"
 #include "ReportWriter.h"
@@ -186,6 +187,7 @@ bool Reporter::afterDump(const google_breakpad::MinidumpDescriptor&, void* repor
     // Without its report the dump stays for whoever looks for it, but nobody sends it.
     const char* report = WriteReport(self->mPath, *self->mText.Hold(), self->mStart);
     if (report != nullptr) {
+        WriteLog(self->mPath);
         char* const arguments[] = {
             argument(self->mSender.c_str()),      argument("--crashed"), argument("--state"),
             argument(self->mStateFolder.c_str()), argument(report),      nullptr

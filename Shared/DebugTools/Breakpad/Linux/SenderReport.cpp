@@ -1,6 +1,7 @@
 #include "SenderReport.h"
 
 #include "Keys.h"
+#include "SenderLog.h"
 #include "OwnFiles.h"
 #include "Parameters.h"
 #include "ReportFile.h"
@@ -148,6 +149,7 @@ Submission MakeSubmission(const StoredReport& report, const std::function<std::s
             submission.fields[pair.first.substr(prefix.size())] = pair.second;
         }
     }
+    AddLog(report, submission);
     return submission;
 }
 

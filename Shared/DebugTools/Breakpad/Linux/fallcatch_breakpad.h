@@ -27,6 +27,8 @@
  *                                              line, which are blanked otherwise (LANG, LC_... and TZ stay)
  *     FallcatchKeepReports, ...KeepMegabytes,  how much is kept of a product: default "20", "64", "90"; the
  *     ...KeepDays                              oldest reports go first
+ *     FallcatchLogField                        what the log is sent as, default "upload_file_log"; "none": it is not
+ *     FallcatchLogBytes                        how much of it, the newest; default "262144"
  *
  *     BreakpadSkipConfirm                      "NO" (or false): nothing is sent before the user has agreed, see
  *                                              FallcatchBreakpadSetUpload
@@ -116,6 +118,19 @@ FALLCATCH_BREAKPAD_EXPORT int FallcatchBreakpadAttachFile(const char* path);
  * Returns 1, or 0 without a reporter, while another such report is made, or when none could be written.
  */
 FALLCATCH_BREAKPAD_EXPORT int FallcatchBreakpadReportNow(const char* reason);
+
+/* Has a log go with each report, such as the logger's with HSL::WriteCrashLog; null: none any more. Any thread, at any
+ * time.
+ *
+ * In the crash, once dump and report are on the disk, a bare copy of the process calls the function with a file that
+ * is open for writing, <guid>.log beside the dump. The function may call only what is safe in a signal handler; other
+ * threads do not run in the copy. A fault ends only the copy; after 2 seconds the crash goes on without it, and the
+ * file says so. What it returns is not looked at. Where memory is scarce and may not be promised twice, the system may
+ * refuse the copy: then too the file says so.
+ *
+ * The sender makes text of what HSL::WriteCrashLog writes and sends the newest 256 KiB with the report.
+ */
+FALLCATCH_BREAKPAD_EXPORT void FallcatchBreakpadSetLogWriter(int (*write)(int file));
 
 #ifdef __cplusplus
 }
