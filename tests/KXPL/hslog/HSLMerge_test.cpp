@@ -25,13 +25,13 @@ using Set = std::set<Context*, Less>;
 void replaceFirst(Merge& merge, int number)
 {
     merge.First()->number = number;
-    merge.ReplaceFirst();
+    merge.ReplaceFirst(number);
 }
 
 void insert(Merge& merge, Context& context, int number)
 {
     context.number = number;
-    merge.Insert(&context);
+    merge.Insert(number, &context);
 }
 
 } // namespace
@@ -131,7 +131,7 @@ TEST(Merge, RandomNumbersComeOutAsOfASet)
             first->number = random() % 10 != 0 && first->number < 1 << 30
                 ? first->number + static_cast<int>(random() % 8)
                 : static_cast<int>(random() % range);
-            merge.ReplaceFirst();
+            merge.ReplaceFirst(first->number);
             refused += set.insert(first).second ? 0 : 1;
         }
     }

@@ -281,7 +281,7 @@ bool CLogManager::Collect()
             info.mRing = RingCursor(controlOf(info.mBuffer));
             info.mSeqNum = getNextSequenceNum(info.mRing);
             merge.Reserve(infos.size());
-            merge.Insert(&info);
+            merge.Insert(info.mSeqNum, &info);
         }
         total += info.mSnapshot;
     }
@@ -300,7 +300,7 @@ bool CLogManager::Collect()
             merge.RemoveFirst();
         } else if (next.mRemaining > 0) {
             next.mSeqNum = getNextSequenceNum(next.mRing);
-            merge.ReplaceFirst();
+            merge.ReplaceFirst(next.mSeqNum);
         } else {
             merge.RemoveFirst();
         }

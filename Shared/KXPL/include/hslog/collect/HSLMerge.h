@@ -9,23 +9,24 @@
 
 namespace HSL {
 
-// A heap that acts like a set: of entries that are equal by `Less` only the one that came first is kept. The
-// others are dropped when the first one has reached the front; before that the two cannot be told apart.
-// Numbers are unique unless a ring was misread.
+// A heap that acts like a set: of entries that are equal by `Less` only the one that came first is kept. The others
+// are dropped when the first one has reached the front; before that the two cannot be told apart. Numbers are unique
+// unless a ring was misread.
 //
-// `Less` compares two pointers to items. An item's place in the order must not change while it takes part, but
-// for the first one's right before ReplaceFirst.
+// `Less` compares two pointers to items by their numbers, signed: past 2,147,483,647 the numbers turn negative and the
+// newest records come first within a pass. The heap keeps a copy of each number beside the pointer, which spares it
+// the way to the items where it looks for a place.
 template <typename Item, typename Less> class Merge {
 public:
     void Reserve(std::size_t items) { mHeap.reserve(items); }
 
     bool IsEmpty() const { return mHeap.empty(); }
 
-    void Insert(Item* item)
+    void Insert(int number, Item* item)
     {
-        mHeap.push_back({ item, mInsertions++ });
+        mHeap.push_back({ NextKey(number), item });
         std::size_t at = mHeap.size() - 1;
-        while (at > 0 && IsBefore(mHeap[at], mHeap[(at - 1) / 2])) {
+        while (at > 0 && mHeap[at].key < mHeap[(at - 1) / 2].key) {
             std::swap(mHeap[at], mHeap[(at - 1) / 2]);
             at = (at - 1) / 2;
         }
@@ -41,40 +42,44 @@ public:
 
     void RemoveFirst() { RemoveAt(0); }
 
-    // The first one has another place from now on, as if removed and inserted again.
-    void ReplaceFirst() { SiftDown(0, { mHeap[0].item, mInsertions++ }); }
+    // The first one takes part with another number from now on, as if removed and inserted again.
+    void ReplaceFirst(int number) { SiftDown(0, NextKey(number), mHeap[0].item); }
 
 private:
+    // The number, made unsigned without changing the order, and below it the order of insertion. That order
+    // would start again after 4,294,967,296 insertions in one pass, which matters to equal numbers only.
     struct Entry {
+        std::uint64_t key;
         Item* item;
-        std::uint32_t insertion; // starts again after 4,294,967,296 in one pass, which matters to equals only
     };
 
-    static bool IsBefore(const Entry& a, const Entry& b)
+    std::uint64_t NextKey(int number)
     {
-        return Less()(a.item, b.item) || (a.insertion < b.insertion && !Less()(b.item, a.item));
+        const std::uint32_t ordered = static_cast<std::uint32_t>(number) ^ 0x80000000u;
+        return static_cast<std::uint64_t>(ordered) << 32 | mInsertions++;
     }
 
     // Of an entry with at least one child.
     std::size_t SmallerChild(std::size_t at) const
     {
         const std::size_t left = 2 * at + 1;
-        const bool rightIsSmaller = left + 1 < mHeap.size() && IsBefore(mHeap[left + 1], mHeap[left]);
+        const bool rightIsSmaller = left + 1 < mHeap.size() && mHeap[left + 1].key < mHeap[left].key;
         return left + (rightIsSmaller ? 1 : 0);
     }
 
     // Puts an entry at a place that is to be filled, or below it.
-    void SiftDown(std::size_t at, Entry entry)
+    void SiftDown(std::size_t at, std::uint64_t key, Item* item)
     {
         while (2 * at + 1 < mHeap.size()) {
             const std::size_t child = SmallerChild(at);
-            if (IsBefore(entry, mHeap[child])) {
+            if (key < mHeap[child].key) {
                 break;
             }
             mHeap[at] = mHeap[child];
             at = child;
         }
-        mHeap[at] = entry;
+        mHeap[at].key = key;
+        mHeap[at].item = item;
     }
 
     // The entry that takes the place comes from the end of the heap. At the front or just below it, nothing
@@ -84,7 +89,7 @@ private:
         const Entry last = mHeap.back();
         mHeap.pop_back();
         if (at < mHeap.size()) {
-            SiftDown(at, last);
+            SiftDown(at, last.key, last.item);
         }
     }
 
