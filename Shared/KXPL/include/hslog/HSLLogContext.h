@@ -179,7 +179,7 @@ public:
     void LogPassed(unsigned char code, const char* format);
     void LogPassed(unsigned char code, const char* format, unsigned char type, unsigned long long content);
 
-    CCircularBuffer* mBuffer; // owned
+    CCircularBuffer* mBuffer;       // owned
     KxCacheLineGap mGapBeforeCount; // KxAtomic.h tells why
     int mRecordCount; // complete records not yet taken; raised by the writer, lowered by the collector
     KxCacheLineGap mGapBehindCount;
