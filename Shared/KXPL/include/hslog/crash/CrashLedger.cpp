@@ -16,6 +16,9 @@ namespace HSL {
 namespace CrashLog {
 namespace {
 
+// So much of the memory is let go at a time, since each time costs a barrier.
+constexpr std::uint32_t kSharesDropped = 16;
+
 // Reserved, not used: pages cost nothing until something lies in them.
 constexpr std::size_t kLedgerBytes = 4u << 20;
 constexpr std::size_t kLongestText = 65535;
@@ -43,12 +46,17 @@ void KeptLines::Append(KeptLineHead head, const char* name, const char* message)
     head.mNameLength = std::min(head.mNameLength, most / 2);
     head.mMessageLength = std::min(head.mMessageLength, most - head.mNameLength);
     head.mSize = static_cast<std::uint32_t>(sizeof head) + head.mNameLength + head.mMessageLength;
-    std::uint32_t begin = mBegin;
-    while (mEnd - begin + head.mSize > mSize) {
-        begin += SizeAt(begin);
+    if (mEnd - mBegin + head.mSize > mSize) {
+        const std::uint32_t wanted = std::max(head.mSize, mSize / kSharesDropped);
+        std::uint32_t begin = mBegin;
+        while (mSize - (mEnd - begin) < wanted) {
+            const std::uint32_t size = SizeAt(begin);
+            // A host that overwrites its memory must not make the pass go on for ever.
+            begin = size >= sizeof head && size <= mEnd - begin ? begin + size : mEnd;
+        }
+        // A barrier: no byte of a line changes before the line has been let go.
+        KxAtomicAdd32Barrier(static_cast<int>(begin - mBegin), reinterpret_cast<int*>(&mBegin));
     }
-    KxStoreRelease(mBegin, begin);
-    __atomic_thread_fence(__ATOMIC_RELEASE);
     Put(mEnd, &head, sizeof head);
     Put(mEnd + static_cast<std::uint32_t>(sizeof head), name, head.mNameLength);
     Put(mEnd + static_cast<std::uint32_t>(sizeof head) + head.mNameLength, message, head.mMessageLength);
@@ -247,7 +255,8 @@ bool Ledger::KeepLines(std::uint32_t bytes)
         return true;
     }
     std::uint32_t size = 4096;
-    while (size < bytes && size < 1u << 30) {
+    // What is dropped at a time comes on top.
+    while (size < 1u << 30 && size - size / kSharesDropped < bytes) {
         size *= 2;
     }
     const std::size_t whole = sizeof(KeptLines) + size;
