@@ -1,14 +1,13 @@
 // Sixteen bytes of code units computed on at once: the vector types of gcc and clang, and where these have no
-// operator, SSE2, which every processor has that this is built for. Comparing lanes gives a mask: in every lane
-// all bits set, or none.
+// operator, what SSE2 has. Comparing lanes gives a mask: in every lane all bits set, or none.
 #ifndef KXPL_KX_UNICODE_LANES_H
 #define KXPL_KX_UNICODE_LANES_H
 
 #include "KxUnicode.h"
+#include "KxUnicodeSSE2.h"
 
 #include <cstddef>
 #include <cstring>
-#include <emmintrin.h>
 #include <type_traits>
 
 namespace KXPL {
