@@ -67,7 +67,8 @@ class InformationDictionary(unittest.TestCase):
     def test_describes_the_framework(self):
         with open(FRAMEWORK / "Resources/Info.plist", "rb") as file:
             info = plistlib.load(file)
-        version = re.search(r"project\(fallcatch VERSION (\S+)", (SOURCES / "CMakeLists.txt").read_text())
+        header = (SOURCES / "Shared/KXPL/include/FallcatchVersion.h").read_text()
+        version = ".".join(re.findall(r"#define FALLCATCH_VERSION_(?:MAJOR|MINOR|PATCH) (\d+)\n", header))
         self.assertEqual(info, {
             "CFBundleDevelopmentRegion": "en",
             "CFBundleExecutable": "fallcatch",
@@ -75,9 +76,9 @@ class InformationDictionary(unittest.TestCase):
             "CFBundleInfoDictionaryVersion": "6.0",
             "CFBundleName": "fallcatch",
             "CFBundlePackageType": "FMWK",
-            "CFBundleShortVersionString": version.group(1),
+            "CFBundleShortVersionString": version,
             "CFBundleSupportedPlatforms": ["MacOSX"],
-            "CFBundleVersion": version.group(1),
+            "CFBundleVersion": version,
             "LSMinimumSystemVersion": "10.9",
             "LSMinimumSystemVersionByArchitecture": {"i386": "10.9", "x86_64": "10.13", "arm64": "11.0"},
         })
