@@ -2,11 +2,12 @@
 # materials.
 set(CPACK_PACKAGE_NAME fallcatch)
 set(CPACK_PACKAGE_VENDOR "The fallcatch authors")
-set(CPACK_PACKAGE_CONTACT "The fallcatch authors <fallcatch@users.noreply.github.com>")
+set(CPACK_PACKAGE_CONTACT "The fallcatch authors <fallcatch@fallcatch.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Crash reports and fast logging for desktop applications")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_GENERATOR "TGZ")
+set(CPACK_SYSTEM_NAME "${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}")
 set(CPACK_MONOLITHIC_INSTALL ON)
 set(CPACK_STRIP_FILES OFF)
 
