@@ -7,14 +7,14 @@
 #define FALLCATCH_VERSION_PATCH 0
 
 /* Grows with every version: major * 10000 + minor * 100 + patch. */
-#define FALLCATCH_VERSION_NUMBER \
+#define FALLCATCH_VERSION_NUMBER                                                                               \
     (FALLCATCH_VERSION_MAJOR * 10000 + FALLCATCH_VERSION_MINOR * 100 + FALLCATCH_VERSION_PATCH)
 
 /* A text: "1.0.0". A build that defines it already, as the sender's does, says the same. */
 #ifndef FALLCATCH_VERSION
 #define FALLCATCH_VERSION_TEXT_(major, minor, patch) #major "." #minor "." #patch
 #define FALLCATCH_VERSION_TEXT(major, minor, patch) FALLCATCH_VERSION_TEXT_(major, minor, patch)
-#define FALLCATCH_VERSION \
+#define FALLCATCH_VERSION                                                                                      \
     FALLCATCH_VERSION_TEXT(FALLCATCH_VERSION_MAJOR, FALLCATCH_VERSION_MINOR, FALLCATCH_VERSION_PATCH)
 #endif
 
