@@ -45,6 +45,11 @@ receiver = subprocess.Popen([collector, "--folder", work, "--reports", "1"], std
                             env=environment)
 try:
     url = re.search(r"http://\S+", receiver.stdout.readline())[0]
+    # Through a link, as /lib is one to /usr/lib: what belongs to the library is found where the library really lies.
+    linked = work / "linked" / "lib"
+    linked.parent.mkdir()
+    linked.symlink_to(pathlib.Path(prefix) / "lib")
+    environment["LD_LIBRARY_PATH"] = str(linked)
     # The user default of the run counts before the URL in the source; that something is there is what crashes it.
     crashed = subprocess.run([host, "-serverName", url], env=environment, timeout=60, check=False)
     if crashed.returncode >= 0:

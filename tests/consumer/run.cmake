@@ -59,12 +59,15 @@ function(expect_files)
     set(expected
         kxpl/CircularBuffer.h kxpl/FallcatchVersion.h kxpl/KxLock.h kxpl/KxMutex.h kxpl/KxThread.h
         kxpl/KxThreadLocal.h kxpl/KxTime.h kxpl/KxUnicode.h kxpl/detail/KxAtomic.h kxpl/hslog/HSL.h
-        kxpl/hslog/HSLBounded.h kxpl/hslog/HSLCat.h kxpl/hslog/HSLCategory.h kxpl/hslog/HSLCollectionThread.h kxpl/hslog/HSLForkGuard.h
+        kxpl/hslog/HSLBounded.h kxpl/hslog/HSLCrashLog.h kxpl/hslog/HSLCat.h kxpl/hslog/HSLCategory.h kxpl/hslog/HSLCollectionThread.h kxpl/hslog/HSLForkGuard.h
         kxpl/hslog/HSLFormatCheck.h kxpl/hslog/HSLLevel.h kxpl/hslog/HSLLog.h kxpl/hslog/HSLLogContext.h
-        kxpl/hslog/HSLLogManager.h kxpl/hslog/HSLValue.h kxpl/hslog/detail/HSLFormatRules.h
+        kxpl/hslog/HSLLogManager.h kxpl/hslog/HSLSequence.h kxpl/hslog/HSLValue.h kxpl/hslog/detail/HSLFormatRules.h
         kxpl/hslog/detail/HSLLogCall.h kxpl/hslog/detail/HSLLogLimit.h kxpl/hslog/detail/HSLLogPlan.h
         kxpl/hslog/detail/HSLLogShape.h kxpl/hslog/detail/HSLLogSpec.h kxpl/hslog/detail/HSLLogTypes.h
-        kxpl/hslog/detail/HSLRecordPlace.h kxpl/hslog/detail/HSLTextCut.h)
+        kxpl/hslog/detail/HSLRecordPlace.h kxpl/hslog/detail/HSLTextCut.h kxpl/hslog/sinks/HSLFileSink.h
+        kxpl/hslog/sinks/HSLGzip.h kxpl/hslog/sinks/HSLLayout.h kxpl/hslog/sinks/HSLQueue.h
+        kxpl/hslog/sinks/HSLSink.h kxpl/hslog/sinks/HSLStreamSink.h kxpl/hslog/sinks/HSLSystemSink.h
+        kxpl/hslog/sinks/HSLTextSink.h)
     if(GLUE)
         list(APPEND expected fallcatch/FallcatchVersion.h fallcatch/fallcatch.h)
     endif()
@@ -74,7 +77,10 @@ function(expect_files)
     list(SORT headers)
     list(SORT expected)
     if(NOT headers STREQUAL expected)
-        message(FATAL_ERROR "Installed headers: ${headers}\nexpected: ${expected}")
+        set(missing ${expected})
+        list(REMOVE_ITEM missing ${headers})
+        list(REMOVE_ITEM headers ${expected})
+        message(FATAL_ERROR "Not installed: ${missing}\nNot expected: ${headers}")
     endif()
     file(GLOB_RECURSE libraries RELATIVE ${prefix} ${prefix}/*libfallcatch*)
     if(libraries AND NOT GLUE)

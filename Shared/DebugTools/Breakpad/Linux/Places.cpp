@@ -68,7 +68,11 @@ std::string FindSender()
     if (dladdr(reinterpret_cast<const void*>(&FindSender), &info) == 0) {
         return std::string();
     }
-    const fs::path library = fs::path(AbsolutePath(info.dli_fname)).parent_path();
+    // The folder as it is, without links: the loader may say /lib for /usr/lib, and beside /lib lies no libexec.
+    const fs::path named = fs::path(AbsolutePath(info.dli_fname)).parent_path();
+    std::error_code error;
+    const fs::path found = fs::canonical(named, error);
+    const fs::path& library = error ? named : found;
     for (const char* place : { "fallcatch_sender", FALLCATCH_SENDER_FROM_LIBRARY }) {
         const std::string candidate = (library / place).lexically_normal().string();
         if (IsProgram(candidate)) {
