@@ -60,6 +60,7 @@ void KeptLines::Append(KeptLineHead head, const char* name, const char* message)
     Put(mEnd, &head, sizeof head);
     Put(mEnd + static_cast<std::uint32_t>(sizeof head), name, head.mNameLength);
     Put(mEnd + static_cast<std::uint32_t>(sizeof head) + head.mNameLength, message, head.mMessageLength);
+    // Pair CRASH-LEDGER, release.
     KxStoreRelease(mEnd, mEnd + head.mSize);
 }
 
@@ -182,8 +183,10 @@ void Ledger::AddContext(const CLogContext& context)
     slot->mCountAt = reinterpret_cast<std::uintptr_t>(&context.mRecordCount);
     slot->mDepthAt = reinterpret_cast<std::uintptr_t>(&context.mDepth);
     ++slot->mGeneration;
+    // Pair CRASH-LEDGER, release.
     KxStoreRelease(slot->mContext, reinterpret_cast<std::uintptr_t>(&context));
     if (slot == &mSlots[mSlotsUsed]) {
+        // Pair CRASH-LEDGER, release.
         KxStoreRelease(mSlotsUsed, mSlotsUsed + 1);
     }
 }
@@ -196,6 +199,7 @@ void Ledger::RemoveContext(const CLogContext* context)
     }
     const int left = KxLoadRelaxed(context->mRecordCount);
     mRecordsLost += left > 0 ? static_cast<std::uint32_t>(left) : 0;
+    // Pair CRASH-LEDGER, release.
     KxStoreRelease(slot->mContext, std::uintptr_t { 0 });
     LedgerText* name = reinterpret_cast<LedgerText*>(slot->mName);
     slot->mName = 0;
@@ -212,6 +216,7 @@ void Ledger::Rename(const CLogContext* context, const char* name)
         return;
     }
     LedgerText* before = reinterpret_cast<LedgerText*>(slot->mName);
+    // Pair CRASH-LEDGER, release.
     KxStoreRelease(slot->mName, reinterpret_cast<std::uintptr_t>(made));
     if (before != nullptr) {
         Free(before, sizeof(LedgerText) + before->mLength);
@@ -228,6 +233,7 @@ void Ledger::AddFormat(bool isNarrow, const char* text)
     made->mIsNarrow = isNarrow ? 1 : 0;
     const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(made);
     LedgerText* last = reinterpret_cast<LedgerText*>(mLastFormat);
+    // Pair CRASH-LEDGER, release.
     KxStoreRelease(last != nullptr ? last->mNext : mFirstFormat, address);
     mLastFormat = address;
 }
@@ -272,6 +278,7 @@ bool Ledger::KeepLines(std::uint32_t bytes)
     kept->mSize = size;
     kept->mBegin = 0;
     kept->mEnd = 0;
+    // Pair CRASH-LEDGER, release.
     KxStoreRelease(mKept, reinterpret_cast<std::uintptr_t>(kept));
     return true;
 }

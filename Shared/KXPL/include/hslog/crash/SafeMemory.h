@@ -23,6 +23,9 @@ public:
     bool IsOpen() const { return mPipe[0] >= 0; }
 
     // Copies `size` bytes; false when not all of them can be read.
+    //
+    // Pair CRASH-LEDGER, acquire: what lies behind an address or a position is copied by a later call of the system
+    // than the address or position itself.
     bool Read(void* to, std::uintptr_t from, std::size_t size) const;
 
     template <typename T> bool ReadInto(T& to, std::uintptr_t from) const { return Read(&to, from, sizeof to); }
