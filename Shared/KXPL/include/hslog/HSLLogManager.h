@@ -198,7 +198,7 @@ public:
     unsigned char mFilter[256];
     KxThreadLocal<CLogContext*> mTLSContext;
     KxCacheLineGap mGapBeforeSequence; // KxAtomic.h tells why
-    int mSequence; // number of the last record begun; shared by all threads
+    int mSequence;                     // number of the last record begun; shared by all threads
     KxCacheLineGap mGapBehindSequence;
     unsigned int mDefaultContextSize; // bytes; may be set before threads log
     bool mShutdown;
