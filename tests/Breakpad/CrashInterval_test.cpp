@@ -1,6 +1,7 @@
 #include "CrashSandbox.h"
 #include "CrashServer.h"
 
+#include <chrono>
 #include <csignal>
 #include <ctime>
 #include <fstream>
@@ -78,6 +79,27 @@ TEST_F(CrashInterval, IsCountedForEachProductByItself)
     EXPECT_EQ(reports[0].fields.at("ProductName"), "One");
     EXPECT_EQ(reports[1].fields.at("ProductName"), "Two");
     EXPECT_EQ(mSandbox.Dumps().size(), 1U);
+}
+
+// A sender waits beside the host, and ends with it.
+TEST_F(CrashInterval, WhileAHostRunsItsBacklogGoesOutReportByReport)
+{
+    CrashThreeTimes("2");
+    const std::size_t before = mServer.Reports().size();
+    ASSERT_LT(before, 3U) << "the three came too slowly one after the other";
+    mSandbox.Run({ "--url", mServer.Url(), "--scenario", "run-on" });
+    mSandbox.WaitForSenders();
+    EXPECT_EQ(mServer.Reports().size(), 3U) << mSandbox.Log();
+    EXPECT_TRUE(mSandbox.IsClean());
+}
+
+TEST_F(CrashInterval, ASenderDoesNotOutliveTheHostThatItWaitsBeside)
+{
+    CrashThreeTimes("3600");
+    const auto start = std::chrono::steady_clock::now();
+    StartAgain();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+    EXPECT_EQ(mSandbox.Dumps().size(), 2U);
 }
 
 TEST_F(CrashInterval, OfCrashesAtTheSameTimeOneIsSent)

@@ -86,6 +86,19 @@ TEST_F(CrashWishes, ACrashAfterAReportWithoutOneIsReportedToo)
     EXPECT_EQ(crashes, 1);
 }
 
+TEST_F(CrashWishes, AThreadThatHangsIsReportedOnce)
+{
+    EXPECT_EQ(Run({ "--scenario", "hang" }).signal, 0);
+    ASSERT_EQ(mServer.Reports().size(), 1U);
+    EXPECT_EQ(mServer.Reports()[0].fields.at("Reason"), "no heartbeat for 1 s");
+}
+
+TEST_F(CrashWishes, AThreadThatComesByIsNotReported)
+{
+    EXPECT_EQ(Run({ "--scenario", "beat" }).signal, 0);
+    EXPECT_TRUE(mServer.Reports().empty());
+}
+
 TEST_F(CrashWishes, NothingIsSentOnceTheUserHasRefused)
 {
     Run(CrashSandbox::Strings { "--scenario", "refuse-upload" } + kCrash);

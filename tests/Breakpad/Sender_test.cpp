@@ -3,6 +3,9 @@
 #include "ReportFile.h"
 #include "SenderUpload.h"
 
+#include <chrono>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +14,7 @@
 #include <iterator>
 #include <sys/file.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace BreakpadLinux;
@@ -37,11 +41,14 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    std::string Report(const std::string& url) const
+    std::string Report(const std::string& url, const std::map<std::string, std::string>& more = {}) const
     {
         std::string text = kReportHeader;
         AppendPair(text, kProduct, "App");
         AppendPair(text, kUrl, url);
+        for (const auto& pair : more) {
+            AppendPair(text, pair.first, pair.second);
+        }
         const std::string path = mFolder + "/1-2-3.report";
         std::ofstream(path) << text << kReportEnd;
         return path;
@@ -169,6 +176,56 @@ TEST_F(Sender, NoKeysOfEncryptedExchangesAreWritten)
     EXPECT_EQ(Run(path), 1);
     unsetenv("SSLKEYLOGFILE");
     EXPECT_FALSE(fs::exists(mFolder + "/keys"));
+}
+
+// With a server of the system's own openssl, whose certificate nobody knows.
+TEST_F(Sender, WhatIsWrongWithACertificateIsTold)
+{
+    const std::string key = mFolder + "/key.pem";
+    const std::string certificate = mFolder + "/certificate.pem";
+    const std::string make = "openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=127.0.0.1 -addext "
+                             "subjectAltName=IP:127.0.0.1 -keyout "
+        + key + " -out " + certificate + " 2>/dev/null";
+    if (std::system(make.c_str()) != 0) {
+        GTEST_SKIP() << "there is no openssl";
+    }
+    // A free port; the server waits for a connection, answers nothing of use and goes on.
+    int port = 0;
+    pid_t server = 0;
+    for (int tries = 0; tries < 5 && port == 0; ++tries) {
+        const int candidate = 20000 + static_cast<int>(getpid() * 7 + tries) % 20000;
+        server = fork();
+        if (server == 0) {
+            const std::string text = "127.0.0.1:" + std::to_string(candidate);
+            const std::string command = "exec openssl s_server -quiet -www -accept " + text + " -key " + key
+                + " -cert " + certificate + " >/dev/null 2>&1";
+            execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+            _exit(127);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(700));
+        int status = 0;
+        port = waitpid(server, &status, WNOHANG) == 0 ? candidate : 0;
+    }
+    ASSERT_NE(port, 0);
+    const std::string url = "https://127.0.0.1:" + std::to_string(port) + "/submit";
+    setenv("FALLCATCH_SENDER_TIMEOUT", "1", 1);
+    for (const char* variable : { "CURL_CA_BUNDLE", "SSL_CERT_FILE", "SSL_CERT_DIR" }) {
+        unsetenv(variable); // of whoever runs the tests
+    }
+    Dump();
+    EXPECT_EQ(Run(Report(url)), 1);
+    EXPECT_NE(mOutput.find("self-signed certificate"), std::string::npos) << mOutput;
+    for (const char* variable : { "SSL_CERT_FILE", "CURL_CA_BUNDLE" }) {
+        setenv(variable, certificate.c_str(), 1);
+        Run(Report(url));
+        EXPECT_EQ(mOutput.find("certificate"), std::string::npos) << variable << ": " << mOutput;
+        unsetenv(variable);
+    }
+    Run(Report(url, { { kCaFile, certificate } }));
+    EXPECT_EQ(mOutput.find("certificate"), std::string::npos) << mOutput;
+    unsetenv("FALLCATCH_SENDER_TIMEOUT");
+    kill(server, SIGTERM);
+    waitpid(server, nullptr, 0);
 }
 
 TEST(SenderSeconds, AreBetweenOneAndADay)

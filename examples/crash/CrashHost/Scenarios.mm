@@ -266,6 +266,29 @@ namespace {
         }
     }
 
+    void runOn(void*)
+    {
+        sleep(8);
+    }
+
+    void hang(void*)
+    {
+        FallcatchBreakpadWatch(1);
+        FallcatchBreakpadHeartbeat();
+        sleep(4);
+    }
+
+    void beat(void*)
+    {
+        FallcatchBreakpadWatch(2);
+        for (int i = 0; i < 40; ++i) {
+            FallcatchBreakpadHeartbeat();
+            usleep(100000);
+        }
+        FallcatchBreakpadWatch(0);
+        sleep(3);
+    }
+
     void refuseUpload(void*)
     {
         FallcatchBreakpadSetUpload(0);
@@ -331,6 +354,9 @@ namespace {
         { "thread-names", "has a thread with a name", nameThreads },
         { "tags", "sets tags and attaches notes.txt from the working folder", tagAndAttach },
         { "report-now", "makes two reports without a crash", reportNow },
+        { "run-on", "runs for eight seconds", runOn },
+        { "hang", "hangs for four seconds while it is watched", hang },
+        { "beat", "is watched and does not hang", beat },
         { "refuse-upload", "the user refuses that reports are sent", refuseUpload },
         { "allow-upload", "the user agrees that reports are sent", allowUpload },
         { "no-ptrace", "a sandbox refuses ptrace", refusePtrace },

@@ -132,6 +132,17 @@ FALLCATCH_BREAKPAD_EXPORT int FallcatchBreakpadReportNow(const char* reason);
  */
 FALLCATCH_BREAKPAD_EXPORT void FallcatchBreakpadSetLogWriter(int (*write)(int file));
 
+/* Watches for a thread that hangs, as a rule the one that serves the user: a host that calls the heartbeat in each
+ * round of its event loop gets a report without a crash, as above, when none comes for so many seconds; one only until
+ * the next. 0 ends the watch, which is off at first. It is looked at four times a second by a thread of its own, with
+ * all signals blocked. Time that the machine sleeps does not count; time under a debugger does.
+ *
+ * FallcatchBreakpadWatch returns 1, or 0 when the thread could not be started. The heartbeat is one atomic addition, for
+ * any thread, but not for signal handlers.
+ */
+FALLCATCH_BREAKPAD_EXPORT int FallcatchBreakpadWatch(unsigned int seconds);
+FALLCATCH_BREAKPAD_EXPORT void FallcatchBreakpadHeartbeat(void);
+
 #ifdef __cplusplus
 }
 #endif
