@@ -4,6 +4,7 @@
 
 #include "CircularBuffer.h"
 #include "hslog/HSLLogContext.h"
+#include "KxShortBytes.h"
 #include "KxTime.h"
 #include "detail/KxAtomic.h"
 
@@ -57,6 +58,15 @@ void KeptLines::Append(KeptLineHead head, const char* name, const char* message)
         // A barrier: no byte of a line changes before the line has been let go.
         KxAtomicAdd32Barrier(static_cast<int>(begin - mBegin), reinterpret_cast<int*>(&mBegin));
     }
+    const std::size_t at = mEnd & (mSize - 1);
+    if (head.mSize <= mSize - at) { // nearly always
+        unsigned char* const to = Bytes() + at;
+        std::memcpy(to, &head, sizeof head);
+        KXPL::copyShort(to + sizeof head, name, head.mNameLength);
+        KXPL::copyShort(to + sizeof head + head.mNameLength, message, head.mMessageLength);
+        KxStoreRelease(mEnd, mEnd + head.mSize);
+        return;
+    }
     Put(mEnd, &head, sizeof head);
     Put(mEnd + static_cast<std::uint32_t>(sizeof head), name, head.mNameLength);
     Put(mEnd + static_cast<std::uint32_t>(sizeof head) + head.mNameLength, message, head.mMessageLength);
@@ -75,6 +85,11 @@ void KeptLines::Put(std::uint32_t position, const void* bytes, std::size_t size)
 std::uint32_t KeptLines::SizeAt(std::uint32_t position)
 {
     std::uint32_t size = 0;
+    const std::size_t at = position & (mSize - 1);
+    if (mSize - at >= sizeof size) {
+        std::memcpy(&size, Bytes() + at, sizeof size);
+        return size;
+    }
     unsigned char bytes[sizeof size];
     for (unsigned char& byte : bytes) {
         byte = Bytes()[position++ & (mSize - 1)];
