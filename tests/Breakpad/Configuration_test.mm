@@ -188,7 +188,8 @@ TEST_F(Configuration, ExtraParametersComeFromBothPlaces)
 
 TEST_F(Configuration, WhatTheSenderReadsTravelsWithTheReport)
 {
-    for (const char* key : { kComments, kEmail, kAnyAnswer, kCaFile, kKeepReports, kKeepMegabytes, kKeepDays }) {
+    for (const char* key :
+         { kComments, kEmail, kAnyAnswer, kCaFile, kKeepReports, kKeepMegabytes, kKeepDays }) {
         EXPECT_EQ(Read(key), "(none)") << key;
         Set(key, @"5");
         EXPECT_EQ(Read(key), "5") << key;

@@ -48,7 +48,8 @@ EXPORTED void BreakpadSetKeyValue(void* reporter, NSString* key, NSString* value
         fprintf(stderr, "fallcatch: a key or value that is not a string is ignored\n");
     } else if (value == nil) {
         static_cast<Reporter*>(reporter)->RemoveKey(BreakpadLinux::Utf8(key));
-    } else if ([key isEqual:@"BreakpadReportInterval"] && !BreakpadLinux::IsInterval(BreakpadLinux::Utf8(value))) {
+    } else if ([key isEqual:@"BreakpadReportInterval"]
+               && !BreakpadLinux::IsInterval(BreakpadLinux::Utf8(value))) {
         fprintf(stderr, "fallcatch: a report interval that is no number of seconds is ignored\n");
     } else {
         static_cast<Reporter*>(reporter)->SetKeyValue(BreakpadLinux::Utf8(key), BreakpadLinux::Utf8(value));

@@ -82,7 +82,8 @@ FALLCATCH_BREAKPAD_EXPORT int FallcatchBreakpadPrepareThread(void);
  *
  * Returns the path's whole length without the zero, or 0 where the user has no such folder.
  */
-FALLCATCH_BREAKPAD_EXPORT unsigned int FallcatchBreakpadFolder(const char* product, char* path, unsigned int size);
+FALLCATCH_BREAKPAD_EXPORT unsigned int FallcatchBreakpadFolder(const char* product, char* path,
+                                                               unsigned int size);
 
 /* Whether reports of the product may be sent: not 0 or 0. The user's answer is remembered with the product, for
  * senders of later starts too; until there is one, reports are sent unless "BreakpadSkipConfirm" says "NO". Without
