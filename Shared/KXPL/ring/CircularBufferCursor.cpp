@@ -31,6 +31,7 @@ void RingCursor::ReadInPieces(void* destination, std::size_t size)
         size -= piece;
     }
     if (size > 0) {
+        mIsMisread = true;
         std::memset(to, 0, size);
     }
 }

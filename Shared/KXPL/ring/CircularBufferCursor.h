@@ -72,6 +72,10 @@ public:
     // Hands what was taken back to the writer.
     void Publish();
 
+    // Whether more was read than there was, or a reader found that what it took makes no sense.
+    bool IsMisread() const { return mIsMisread; }
+    void SetMisread() { mIsMisread = true; }
+
 private:
     // Where a cursor without a ring stands: memcpy from null is undefined even for 0 bytes (C17 7.1.4).
     static constexpr unsigned char kNothing[1] = {};
@@ -87,6 +91,7 @@ private:
     cb_control* mControl = nullptr;
     const unsigned char* mNext = kNothing; // the next byte to take; one past the last slot counts as the first
     const unsigned char* mKnownEnd = kNothing; // end of the contiguous bytes that are known to be published
+    bool mIsMisread = false;
 };
 
 } // namespace KXPL

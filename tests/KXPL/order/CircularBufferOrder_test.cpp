@@ -262,6 +262,12 @@ void expectProven(Program (*make)(Shared&), std::size_t outcomes)
     std::printf("%lld executions\n", result.executions);
 }
 
+void expectFailure(Program (*make)(Shared&), Weakened::Kind weakened)
+{
+    Shared shared;
+    EXPECT_NE(order::explore(make(shared), weakened).failure, "");
+}
+
 // Without that one order something must go wrong, or nothing here would tell if the code were without it.
 void expectEachOrderNeeded(Program (*make)(Shared&))
 {
@@ -296,6 +302,20 @@ TEST(CircularBufferOrder, LongTextArrivesInOrder)
 TEST(CircularBufferOrder, FillLevelNeverTellsOfRoomThatIsNotThere)
 {
     expectProven(fillLevel, 3);
+}
+
+TEST(CircularBufferOrder, WithoutReleasesTheExplorerFindsARace)
+{
+    expectFailure(singleBytes, Weakened::Releases);
+    expectFailure(severalBytes, Weakened::Releases);
+    expectFailure(longText, Weakened::Releases);
+}
+
+TEST(CircularBufferOrder, WithoutAcquiresTheExplorerFindsARace)
+{
+    expectFailure(singleBytes, Weakened::Acquires);
+    expectFailure(severalBytes, Weakened::Acquires);
+    expectFailure(longText, Weakened::Acquires);
 }
 
 TEST(CircularBufferOrder, WriterReusesWhatTheCursorHandsBack)

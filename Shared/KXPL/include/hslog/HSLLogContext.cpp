@@ -3,6 +3,7 @@
 #include "HSLLogManager.h"
 #include "hslog/crash/CrashLedger.h"
 #include "hslog/record/HSLRecord.h"
+#include "hslog/record/HSLRecordCut.h"
 
 #include "ring/CircularBufferPositions.h"
 #include "KxSplitTime.h"
@@ -17,14 +18,25 @@ namespace {
 
 constexpr double kLowWaterShare = 0.75;
 constexpr unsigned char kMarker = 0;
-constexpr int kMostValues = 10;
 
-void writeValues(CCircularBuffer& buffer, const CRecordValue* values, int count)
+void writeValues(CCircularBuffer& buffer, const CRecordValue* values, int count, const CRecordCuts& cuts)
 {
     WriteField(buffer, static_cast<unsigned char>(count));
     for (int i = 0; i < count; ++i) {
-        WriteValue(buffer, values[i]);
+        cuts.WriteValue(buffer, i + 1, values[i]);
     }
+}
+
+bool isGuarded()
+{
+    const CLogManager* manager = CLogManager::Instance();
+    return manager != nullptr && manager->IsGuarded();
+}
+
+unsigned int bytesFree(const CCircularBuffer& buffer)
+{
+    cb_control* control = buffer.mControl;
+    return control->num_elem - cb_get_num_elem_used(control);
 }
 
 unsigned char clampedDepth(int depth)
@@ -157,8 +169,8 @@ CRecordPublisher CLogContext::Begin(unsigned char code, int sequence, unsigned i
     }
     const unsigned int offset = control->write_offset;
     const unsigned int used = KXPL::bytesUsed(control, KXPL::readerPosition(control), offset);
-    if (mDropping || static_cast<int>(used) >= mHighWater || used + size > control->num_elem
-        || offset + size > control->end_offset) {
+    if (mDropping || KxLoadRelaxed(mRestart) != kRunning || static_cast<int>(used) >= mHighWater
+        || used + size > control->num_elem || offset + size > control->end_offset) {
         return BeginByWrites(code, sequence);
     }
     const KxSplitTime time = KxSplitTime::Current();
@@ -202,6 +214,10 @@ CRecordPublisher CLogContext::BeginByWrites(unsigned char code, int sequence)
 // dropped-messages record in the message's place. A discarded message leaves its number unused.
 bool CLogContext::HasRoom(const CCat& cat, int sequence)
 {
+    // Pair RESTART, acquire: the pass has counted for the last time.
+    if (KxLoadAcquire(mRestart) == kAsked && mBuffer->mControl != nullptr) {
+        Restart();
+    }
     const int used =
         mBuffer->mControl != nullptr ? static_cast<int>(cb_get_num_elem_used(mBuffer->mControl)) : 0;
     if (mDropping) {
@@ -214,29 +230,52 @@ bool CLogContext::HasRoom(const CCat& cat, int sequence)
     if (used < mHighWater) {
         return true;
     }
+    if (isGuarded() && mBuffer->mControl != nullptr && bytesFree(*mBuffer) < kDroppedRecordSize) {
+        return false; // not to be told by a record that is cut; a later call finds room for it
+    }
     mDropping = true;
     RecordByWrites(cat, sequence, MeasureFormat(kDroppedText), nullptr, 0);
     return false;
 }
 
-// A record field by field, each by a Write of its own, for a place that is not in one piece.
+// What the collector could not read is behind it: from here on there are records again.
+void CLogContext::Restart()
+{
+    mRestartOffset = mBuffer->mControl->write_offset;
+    KxStoreRelaxed(mRecordCount, 0);
+    mDropping = false;
+    // Pair RESTART, release: the offset and the count are the pass's.
+    KxStoreRelease(mRestart, static_cast<unsigned char>(kRestarted));
+}
+
+// A record field by field, each by a Write of its own, for a place that is not in one piece. With a guarded manager
+// a record that would not be whole is written with its texts cut, or not at all.
 void CLogContext::RecordByWrites(const CCat& cat, int sequence, CRecordFormatText format,
                                  const CRecordValue* values, int count)
 {
+    CRecordCuts cuts;
+    if (mBuffer->mControl != nullptr && isGuarded()
+        && !cuts.Fit(bytesFree(*mBuffer), &format.mText, values, count)) {
+        return;
+    }
     WriteHeader(cat, sequence);
     WriteField(*mBuffer, kFormatInline);
-    WriteText(*mBuffer, format.mText);
-    writeValues(*mBuffer, values, count);
+    cuts.Write(*mBuffer, 0, format.mText, 1);
+    writeValues(*mBuffer, values, count, cuts);
     LogPost();
 }
 
 void CLogContext::RecordByWrites(const CCat& cat, int sequence, CRecordFormatId format,
                                  const CRecordValue* values, int count)
 {
+    CRecordCuts cuts;
+    if (mBuffer->mControl != nullptr && isGuarded() && !cuts.Fit(bytesFree(*mBuffer), nullptr, values, count)) {
+        return;
+    }
     WriteHeader(cat, sequence);
     WriteField(*mBuffer, kFormatId);
     WriteField(*mBuffer, format.mId);
-    writeValues(*mBuffer, values, count);
+    writeValues(*mBuffer, values, count, cuts);
     LogPost();
 }
 

@@ -189,6 +189,18 @@ public:
     int mHighWater;    // bytes in the ring from which dropping starts
     int mLowWater;     // bytes below which it ends
 
+    // For the passes of a guarded manager that could not read this ring. The pass asks and leaves ring and count alone
+    // from then on; the thread's next call leaves everything behind, and the next pass begins there.
+    enum RestartState : unsigned char {
+        kRunning,
+        kAsked,    // by the pass
+        kRestarted // by the thread
+    };
+    unsigned char mRestart = kRunning;
+    unsigned int mRestartOffset = 0; // where records begin again, once they do
+    unsigned int mStuckOffset =
+        0; // the pass's: the write position at which it found bytes but no record; else 0
+
 private:
     friend struct CLogCall; // measures texts by itself
 
@@ -210,6 +222,7 @@ private:
     [[gnu::noinline]] CRecordPublisher BeginByWrites(const CCat& cat, int sequence);
     [[gnu::noinline]] CRecordPublisher BeginByWrites(unsigned char code, int sequence);
     bool HasRoom(const CCat& cat, int sequence);
+    void Restart();
     void WriteHeader(const CCat& cat, int sequence);
     void RecordByWrites(const CCat& cat, int sequence, CRecordFormatText format, const CRecordValue* values,
                         int count);

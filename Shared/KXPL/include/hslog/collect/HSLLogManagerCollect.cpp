@@ -12,7 +12,9 @@
 #include "hslog/render/HSLMessage.h"
 #include "hslog/record/HSLRecordReader.h"
 #include "hslog/render/HSLTextBuffer.h"
+#include "KxSplitTime.h"
 #include "platform/KxCancellation.h"
+#include "ring/CircularBufferPositions.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -42,6 +44,7 @@ struct CContextInfo {
 // each field would take.
 struct ContextInPass : CContextInfo {
     RingCursor mRing;
+    bool mIsAbandoned = false;
 };
 
 // What a pass uses again for each record.
@@ -63,7 +66,11 @@ int sSequenceInCallback = 0;
 int getNextSequenceNum(RingCursor& ring)
 {
     unsigned char room[5]; // a marker and the number
-    return fieldAt<int>(ring.Take(room), 1);
+    const unsigned char* fields = ring.Take(room);
+    if (fields[0] != 0) {
+        ring.SetMisread();
+    }
+    return fieldAt<int>(fields, 1);
 }
 
 cb_control* controlOf(const CCircularBuffer* buffer)
@@ -144,9 +151,12 @@ void keepLine(CrashLog::KeptLines& kept, const Record& record, const std::string
 // The ring gets the record's bytes back once the text is whole and before the callback runs, so that a message
 // logged meanwhile finds them free. It gets them in one step: outside of it the ring's read position is always
 // the beginning of a record, also while the number of that record has been looked at.
-void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& ring, int seqNum,
+//
+// False: with a guarded manager, what was to be read makes no record. Nothing was output, and the ring not given back.
+bool outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& ring, int seqNum,
                   Workspace& workspace)
 {
+    const Formats trust = manager.IsGuarded() ? Formats::kChecked : Formats::kTrusted;
     unsigned char room[10];
     const unsigned char* fields = ring.Take(room);
     const unsigned int seconds = fieldAt<unsigned int>(fields, 0);
@@ -156,6 +166,9 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
     unsigned char categories[CCat::kMaxCodes] = {};
     const unsigned char kept = claimed < CCat::kMaxCodes ? claimed : CCat::kMaxCodes;
     ring.Read(categories, kept);
+    if (claimed == 0 || claimed > CCat::kMaxCodes) {
+        ring.SetMisread();
+    }
     for (int skipped = kept; skipped < claimed; ++skipped) {
         ReadField<unsigned char>(ring);
     }
@@ -165,7 +178,10 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
     TextBuffer& text = workspace.text;
     text.Clear();
     if (manager.GetOutputCallbackType() == CLogManager::kStructuredCallback) {
-        appendMessage(text, pass, ring, manager.mFormatStrings);
+        appendMessage(text, pass, ring, manager.mFormatStrings, trust);
+        if (trust == Formats::kChecked && ring.IsMisread()) {
+            return false;
+        }
         const char* message = text.CStr();
         // A copy, because the callback may rename the context and still look at what it was given.
         if (pass && workspace.contextName != context.mName) {
@@ -181,14 +197,17 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
             manager.GetStructuredOutputCallback()(message, workspace.contextName, depth, kept, categories,
                                                   seconds, microseconds);
         }
-        return;
+        return true;
     }
     if (pass) {
         appendLineHeader(text, { seqNum, seconds, microseconds, delta, context.mName }, workspace.clock);
         appendIndentation(text, depth);
     }
     const std::size_t messageAt = text.Size();
-    appendMessage(text, pass, ring, manager.mFormatStrings);
+    appendMessage(text, pass, ring, manager.mFormatStrings, trust);
+    if (trust == Formats::kChecked && ring.IsMisread()) {
+        return false;
+    }
     const std::size_t messageEnd = text.Size();
     if (pass) {
         text.Append("\n", 1);
@@ -202,6 +221,53 @@ void outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
     if (pass) {
         manager.GetOutputCallback()(line);
     }
+    return true;
+}
+
+// Tells of a ring that could not be read. The line stands for no log call: it has the number 0 and this moment's time.
+void outputAbandoned(const CLogManager& manager, const CLogContext& context, Workspace& workspace)
+{
+    static constexpr char kText[] = "*** HSLOG ABANDONED UNREADABLE RECORDS ***";
+    const KxSplitTime now = KxSplitTime::Current();
+    sSequenceInCallback = 0;
+    if (manager.GetOutputCallbackType() == CLogManager::kStructuredCallback) {
+        unsigned char none[CCat::kMaxCodes] = {};
+        workspace.contextName = context.mName;
+        return manager.GetStructuredOutputCallback()(kText, workspace.contextName, 0, 0, none, now.mSeconds,
+                                                     now.mMicroseconds);
+    }
+    TextBuffer& text = workspace.text;
+    text.Clear();
+    appendLineHeader(text, { 0, now.mSeconds, now.mMicroseconds, 0.0, context.mName }, workspace.clock);
+    text.Append(kText, sizeof kText - 1);
+    text.Append("\n", 1);
+    manager.GetOutputCallback()(text.CStr());
+}
+
+// Begins where the thread left behind what could not be read. False: it has not yet, and its ring is not looked at.
+bool hasRestarted(CLogContext& context)
+{
+    // Pair RESTART, acquire: the offset and the count are those behind it.
+    const unsigned char state = KxLoadAcquire(context.mRestart);
+    if (state == CLogContext::kRestarted) {
+        // Pair RING-READ, release: gives the slots that are left behind back to the writer.
+        KxStoreRelease(context.mBuffer->mControl->read_offset, context.mRestartOffset);
+        KxStoreRelaxed(context.mRestart, static_cast<unsigned char>(CLogContext::kRunning));
+    }
+    return state != CLogContext::kAsked;
+}
+
+// Whether the ring holds so much that its thread drops everything, but no record that a pass could take, and did so in
+// the pass before.
+bool isStuck(CLogContext& context)
+{
+    cb_control* control = controlOf(context.mBuffer);
+    const bool isFull =
+        control != nullptr && static_cast<int>(cb_get_num_elem_used(control)) >= context.mLowWater;
+    const unsigned int offset = isFull ? KXPL::writerPosition(control) : 0;
+    const bool wasThere = offset != 0 && offset == context.mStuckOffset;
+    context.mStuckOffset = offset;
+    return wasThere;
 }
 
 // Ends a pass, also one that is left early because memory ran out or because a callback threw: then the records that
@@ -222,12 +288,16 @@ public:
                 continue;
             }
             int taken = info.mSnapshot - info.mRemaining;
-            if (mIsWhole) {
+            if (mIsWhole && !info.mIsAbandoned) {
                 info.mRing.Publish(); // of a record that lost its place to one of the same number, the number
                 taken = info.mSnapshot;
             }
             // Not zero: records completed during the pass stay for the next one.
             KxAtomicAdd32Barrier(-taken, &context->mRecordCount);
+            if (info.mIsAbandoned) {
+                // Pair RESTART, release: the count is the thread's.
+                KxStoreRelease(context->mRestart, static_cast<unsigned char>(CLogContext::kAsked));
+            }
         }
     }
 
@@ -242,6 +312,20 @@ private:
     std::vector<ContextInPass>& mInfos;
     bool mIsWhole = false;
 };
+
+// Rings without records in this pass.
+void abandonStuckRings(CLogManager& manager, std::vector<ContextInPass>& infos, Workspace& workspace)
+{
+    for (ContextInPass& info : infos) {
+        CLogContext* context = contextOf(manager.mContexts, info);
+        if (context != nullptr && info.mBuffer != nullptr && info.mSnapshot == 0 && isStuck(*context)) {
+            // Pair RESTART, release: the count is the thread's.
+            KxStoreRelease(context->mRestart, static_cast<unsigned char>(CLogContext::kAsked));
+            context->mStuckOffset = 0;
+            outputAbandoned(manager, *context, workspace);
+        }
+    }
+}
 
 } // namespace
 
@@ -268,8 +352,8 @@ bool CLogManager::Collect()
     long long total = 0;
     for (std::size_t i = 0; i < infos.size(); ++i) {
         ContextInPass& info = infos[i];
-        const CLogContext* context = mContexts[i];
-        if (context == nullptr) {
+        CLogContext* context = mContexts[i];
+        if (context == nullptr || !hasRestarted(*context)) {
             continue;
         }
         info.mIndex = static_cast<unsigned int>(i);
@@ -285,6 +369,9 @@ bool CLogManager::Collect()
         }
         total += info.mSnapshot;
     }
+    if (IsGuarded()) {
+        abandonStuckRings(*this, infos, workspace);
+    }
 
     workspace.kept = mLedger != nullptr ? mLedger->Kept() : nullptr;
     for (long long output = 0; output < total && !merge.IsEmpty(); ++output) {
@@ -295,7 +382,13 @@ bool CLogManager::Collect()
             continue;
         }
         workspace.remaining = &next.mRemaining;
-        outputRecord(*this, *context, next.mRing, next.mSeqNum, workspace);
+        if (!outputRecord(*this, *context, next.mRing, next.mSeqNum, workspace)) {
+            next.mIsAbandoned = true;
+            output += next.mRemaining - 1;
+            merge.RemoveFirst();
+            outputAbandoned(*this, *context, workspace);
+            continue;
+        }
         if (contextOf(mContexts, next) != context) {
             merge.RemoveFirst();
         } else if (next.mRemaining > 0) {

@@ -1,5 +1,7 @@
 #include "hslog/detail/HSLRecordPlace.h"
 
+#include "hslog/HSLLogManager.h"
+
 #include "KxShortBytes.h"
 
 #include <cstddef>
@@ -19,6 +21,10 @@ constexpr unsigned int kLargestPlainCopy = 32;
 CRecordText MeasureText(const wchar_t* text)
 {
     if (text == nullptr) {
+        if (CLogManager::Instance() != nullptr && CLogManager::Instance()->IsGuarded()) {
+            constexpr unsigned short kUnits = sizeof kNullWideText / sizeof(wchar_t) - 1;
+            return { kNullWideText, kUnits * sizeof(wchar_t), kUnits };
+        }
         // The length field takes the number of bytes here, not of characters.
         constexpr unsigned short kBytes = sizeof kNullWideText - sizeof(wchar_t);
         return { kNullWideText, kBytes, kBytes };

@@ -28,6 +28,8 @@ constexpr char kWideFormatText[] = "<WIDE FORMAT STRING NOT SUPPORTED>";
 constexpr char kBadFormatText[] = "<BAD FORMAT STRING>";
 constexpr char kBadArgText[] = "<BAD ARG> I'm horribly confused";
 
+constexpr int kMostValues = 10;
+
 // Each holds the longest text that a 16-bit length can announce, and a terminator.
 constexpr std::size_t kUnits = 65536;
 char gFormatBuffer[kUnits];
@@ -187,11 +189,38 @@ const char* nameOf(unsigned char tag)
     return tag >= kInt8 && tag <= kUTF16String ? kNames[tag - kInt8] : "?";
 }
 
+// Whether the piece ends in a conversion of two characters that suits the tag, as nearly all do.
+bool isSimple(const Piece& piece, unsigned char tag)
+{
+    if (piece.length - piece.percent != 2) {
+        return false;
+    }
+    switch (piece.text[piece.length - 1]) {
+    case 'd':
+    case 'i':
+    case 'u':
+    case 'x':
+    case 'X':
+    case 'o':
+        return tag <= kUInt64 || tag == kLong;
+    case 's':
+        return tag == kString;
+    case 'S':
+        return tag == kWString || tag == kUTF16String;
+    case 'f':
+    case 'g':
+        return tag == kFloat || tag == kDouble;
+    default:
+        return false;
+    }
+}
+
 void PieceRenderer::Value(RingCursor& ring, const Piece* piece)
 {
     const unsigned char tag = ReadField<unsigned char>(ring);
     const bool isKnown = tag >= kInt8 && tag <= kUTF16String;
-    if (!mIsChecked || piece == nullptr || !isKnown || problemOf(*piece, tag) == FormatCheck::kNone) {
+    if (!mIsChecked || piece == nullptr || !isKnown || isSimple(*piece, tag)
+        || problemOf(*piece, tag) == FormatCheck::kNone) {
         return Render(ring, tag, piece);
     }
     const char* name = nameOf(tag);
@@ -254,6 +283,7 @@ void PieceRenderer::Render(RingCursor& ring, unsigned char tag, const Piece* pie
         readUTF16AsWide(ring);
         return Formatted(pieceOr(kOwnWideString), wideText());
     default:
+        ring.SetMisread();
         return PieceRenderer(mText, true, mShortcuts, Formats::kTrusted).Literal(kBadArgText);
     }
 }
@@ -287,6 +317,7 @@ TextView readFormat(RingCursor& ring, const std::vector<CLogManager::CFormatStri
         return { announced.text, lengthUpToZero(announced.text, announced.length) };
     }
     if (kind != kFormatId) {
+        ring.SetMisread();
         return view(kBadFormatText);
     }
     const short id = ReadField<short>(ring);
@@ -307,16 +338,13 @@ TextView readFormat(RingCursor& ring, const std::vector<CLogManager::CFormatStri
     return text;
 }
 
-// Whether the search for the conversions of so many values comes to one that looks escaped.
-bool isEndless(TextView format, int count)
+// kEndless only for formats that are checked; for others that search never returns.
+FormatPieces::Found next(FormatPieces& pieces, Piece& piece, Formats trust)
 {
-    FormatPieces pieces(format.text, format.length);
-    Piece piece;
-    FormatPieces::Found found = FormatPieces::kPiece;
-    for (int i = 0; i < count && found == FormatPieces::kPiece; ++i) {
-        found = pieces.Seek(piece);
+    if (trust == Formats::kChecked) {
+        return pieces.Seek(piece);
     }
-    return found == FormatPieces::kEndless;
+    return pieces.Next(piece) ? FormatPieces::kPiece : FormatPieces::kNoMore;
 }
 
 void renderAsItIs(PieceRenderer& renderer, RingCursor& ring, TextView format, int count)
@@ -338,20 +366,28 @@ void appendMessage(TextBuffer& text, bool render, RingCursor& ring,
     bool holdsZero = false;
     const TextView format = readFormat(ring, formats, holdsZero);
     const int count = ReadField<signed char>(ring);
+    if (count < 0 || count > kMostValues) {
+        ring.SetMisread();
+    }
     // The C library ends a piece at a zero byte.
     PieceRenderer renderer(text, render, gShortcuts && !holdsZero, trust);
     if (count <= 0) {
         return renderer.Literal(format.text, format.length);
     }
-    if (trust == Formats::kChecked && isEndless(format, count)) {
-        return renderAsItIs(renderer, ring, format, count);
-    }
-
+    const RingCursor values = ring;
+    const std::size_t begin = text.Size();
     FormatPieces pieces(format.text, format.length);
     Piece piece;
     bool exhausted = false;
     for (int i = 0; i < count; ++i) {
-        if (!exhausted && !pieces.Next(piece)) {
+        const FormatPieces::Found found = exhausted ? FormatPieces::kPiece : next(pieces, piece, trust);
+        if (found == FormatPieces::kEndless) {
+            // From the first value on, so that the whole format is shown as it is.
+            ring = values;
+            text.Shorten(begin);
+            return renderAsItIs(renderer, ring, format, count);
+        }
+        if (found == FormatPieces::kNoMore) {
             pieces.Rest(piece);
             renderer.Literal(piece.text, piece.length);
             renderer.Literal(" (");

@@ -19,6 +19,9 @@ public:
 
     void Clear() { mSize = 0; }
 
+    // Forgets what lies behind the first `size` bytes.
+    void Shorten(std::size_t size) { mSize = size; }
+
     std::size_t Size() const { return mSize; }
 
     // Where the text goes on, with room for `size` bytes (and a terminator). They count as text only once they
