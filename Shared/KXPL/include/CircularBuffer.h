@@ -13,6 +13,8 @@
 #ifndef KXPL_CIRCULAR_BUFFER_H
 #define KXPL_CIRCULAR_BUFFER_H
 
+#include "detail/KxHost.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif

@@ -2,6 +2,8 @@
 #ifndef KXPL_KX_LOCK_H
 #define KXPL_KX_LOCK_H
 
+#include "detail/KxHost.h"
+
 #include "KxMutex.h"
 
 #include <string>

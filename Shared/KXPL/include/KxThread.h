@@ -2,6 +2,8 @@
 #ifndef KXPL_KX_THREAD_H
 #define KXPL_KX_THREAD_H
 
+#include "detail/KxHost.h"
+
 #include <pthread.h>
 
 #include <string>

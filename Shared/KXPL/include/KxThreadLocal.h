@@ -2,6 +2,8 @@
 #ifndef KXPL_KX_THREAD_LOCAL_H
 #define KXPL_KX_THREAD_LOCAL_H
 
+#include "detail/KxHost.h"
+
 #include <pthread.h>
 
 // T must be a pointer type. The slot is empty on every thread at first. It has no destructor function: what a

@@ -2,6 +2,8 @@
 #ifndef KXPL_KX_TIME_H
 #define KXPL_KX_TIME_H
 
+#include "detail/KxHost.h"
+
 // A span, or a point in time counted from 1 January 1970 UTC.
 struct KxTime {
     // Sets the wall clock's time; 0 when the clock cannot be read. Never infinite. Any thread, any object.

@@ -5,6 +5,8 @@
 #ifndef KXPL_KX_UNICODE_H
 #define KXPL_KX_UNICODE_H
 
+#include "detail/KxHost.h"
+
 #include <type_traits>
 
 namespace KXPL {

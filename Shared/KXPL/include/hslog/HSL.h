@@ -8,6 +8,8 @@
 #ifndef HSLOG_HSL_H
 #define HSLOG_HSL_H
 
+#include "../detail/KxHost.h"
+
 #include "HSLCat.h"
 #include "HSLCollectionThread.h"
 #include "HSLLogContext.h"

@@ -6,6 +6,8 @@
 #ifndef HSLOG_HSL_BOUNDED_H
 #define HSLOG_HSL_BOUNDED_H
 
+#include "../detail/KxHost.h"
+
 #include "HSLValue.h"
 #include "detail/HSLTextCut.h"
 

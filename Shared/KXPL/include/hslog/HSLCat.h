@@ -2,6 +2,8 @@
 #ifndef HSLOG_HSL_CAT_H
 #define HSLOG_HSL_CAT_H
 
+#include "../detail/KxHost.h"
+
 class CCircularBuffer;
 
 namespace HSL {

@@ -12,6 +12,8 @@
 #ifndef HSLOG_HSL_CATEGORY_H
 #define HSLOG_HSL_CATEGORY_H
 
+#include "../detail/KxHost.h"
+
 #include "HSLLevel.h"
 
 #include <string>

@@ -2,6 +2,8 @@
 #ifndef HSLOG_HSL_COLLECTION_THREAD_H
 #define HSLOG_HSL_COLLECTION_THREAD_H
 
+#include "../detail/KxHost.h"
+
 #include "../KxThread.h"
 
 namespace HSL {

@@ -9,6 +9,8 @@
 #ifndef HSLOG_HSL_CRASH_LOG_H
 #define HSLOG_HSL_CRASH_LOG_H
 
+#include "../detail/KxHost.h"
+
 namespace HSL {
 
 // Writes the module's pending records, registered formats and kept lines to a file that is open for writing.

@@ -2,6 +2,8 @@
 #ifndef HSLOG_HSL_FORK_GUARD_H
 #define HSLOG_HSL_FORK_GUARD_H
 
+#include "../detail/KxHost.h"
+
 namespace HSL {
 
 class CCollectionThread;

@@ -18,6 +18,8 @@
 #ifndef HSLOG_HSL_FORMAT_CHECK_H
 #define HSLOG_HSL_FORMAT_CHECK_H
 
+#include "../detail/KxHost.h"
+
 #include "HSL.h"
 #include "HSLBounded.h"
 #include "detail/HSLFormatRules.h"

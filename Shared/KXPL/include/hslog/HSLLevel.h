@@ -2,6 +2,8 @@
 #ifndef HSLOG_HSL_LEVEL_H
 #define HSLOG_HSL_LEVEL_H
 
+#include "../detail/KxHost.h"
+
 #include "HSLCat.h"
 
 #include <type_traits>

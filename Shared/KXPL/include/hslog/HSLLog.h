@@ -44,6 +44,8 @@
 #ifndef HSLOG_HSL_LOG_H
 #define HSLOG_HSL_LOG_H
 
+#include "../detail/KxHost.h"
+
 #include "HSL.h"
 #include "HSLLevel.h"
 #include "detail/HSLLogCall.h"

@@ -2,6 +2,8 @@
 #ifndef HSLOG_HSL_LOG_CONTEXT_H
 #define HSLOG_HSL_LOG_CONTEXT_H
 
+#include "../detail/KxHost.h"
+
 #include "HSLCat.h"
 #include "HSLLogManager.h"
 #include "detail/HSLRecordPlace.h"

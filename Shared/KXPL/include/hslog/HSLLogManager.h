@@ -2,6 +2,8 @@
 #ifndef HSLOG_HSL_LOG_MANAGER_H
 #define HSLOG_HSL_LOG_MANAGER_H
 
+#include "../detail/KxHost.h"
+
 #include "../detail/KxAtomic.h"
 #include "../KxLock.h"
 #include "../KxThreadLocal.h"

@@ -2,6 +2,8 @@
 #ifndef HSLOG_HSL_SEQUENCE_H
 #define HSLOG_HSL_SEQUENCE_H
 
+#include "../detail/KxHost.h"
+
 namespace HSL {
 
 // The sequence number of the record that a structured callback is being called for; gaps tell of dropped messages.

@@ -2,6 +2,8 @@
 #ifndef HSLOG_HSL_VALUE_H
 #define HSLOG_HSL_VALUE_H
 
+#include "../detail/KxHost.h"
+
 class CCircularBuffer;
 
 namespace HSL {
