@@ -199,7 +199,8 @@ public:
     //  - a ring whose bytes make no record, and one that is stuck with bytes but no record, is abandoned up to its end,
     //    which a line with the number 0 tells ("*** HSLOG ABANDONED UNREADABLE RECORDS ***"), and its thread logs on.
     //
-    // Costs a call nothing and a line some 3 % of its instructions. Messages that keep to the rules come out as ever. Texts of 65,536 units and more are cut without a mark, as ever.
+    // Costs a call nothing and a line some 3 % of its instructions. Messages that keep to the rules come out as ever,
+    // and so do texts of 65,536 units and more, which are cut without a mark.
     void SetGuarded(bool on) { KxStoreRelaxed(mGuarded, on); }
     bool IsGuarded() const { return KxLoadRelaxed(mGuarded); }
 
