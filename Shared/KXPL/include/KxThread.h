@@ -74,7 +74,8 @@ public:
     static std::vector<void (*)()> mAtStartFunctions;
     static pthread_t msMainThreadID;
 
-    std::string mName; // "unnamed"; an empty name shows as "BONEHEAD". Linux shows at most 15 characters
+    // "unnamed"; an empty name shows as "BONEHEAD". Linux shows its first 15 bytes, macOS none that is longer than 63.
+    std::string mName;
     // 1000 (lowest) to 1015 (highest); 1005, and any other value, is the middle. The four steps below the
     // middle are twice as large as the nine above it.
     int mPriority;

@@ -145,8 +145,29 @@ def members(data):
 
 
 def read(path):
-    """The objects of a file. Of an archive all are taken: each one here belongs to the library."""
+    """The objects of a file, and whether it is an archive, of which a linker takes what is asked for."""
     data = Path(path).read_bytes()
     if data.startswith(b"!<arch>\n"):
-        return [read_object(f"{path}({name})", content) for name, content in members(data)]
-    return [read_object(str(path), data)]
+        return [read_object(f"{path}({name})", content) for name, content in members(data)], True
+    return [read_object(str(path), data)], False
+
+
+def defined(item):
+    return {symbol.name for symbol in item.symbols if symbol.is_defined and symbol.is_external}
+
+
+def read_all(paths):
+    """The objects of all files; of archives those that define what is missing otherwise, in their order."""
+    taken, offered, order = [], [], {}
+    for path in paths:
+        found, is_archive = read(path)
+        (offered if is_archive else taken).extend(found)
+        order.update({item.path: len(order) + i for i, item in enumerate(found)})
+    while True:
+        have = {name for item in taken for name in defined(item)}
+        missing = {symbol.name for item in taken for symbol in item.symbols if symbol.is_undefined} - have
+        wanted = next((item for item in offered if defined(item) & missing), None)
+        if wanted is None:
+            return sorted(taken, key=lambda item: order[item.path])
+        offered.remove(wanted)
+        taken.append(wanted)
