@@ -206,7 +206,7 @@ class Pending(gdb.Command):
             if not found:
                 gdb.write("-- no log manager exists\n")
         except (Unavailable, gdb.error) as reason:
-            raise gdb.GdbError(f"fallcatch-pending: {reason}")
+            raise gdb.GdbError(f"fallcatch-pending: {reason}") from reason
 
     @staticmethod
     def show(manager, options):

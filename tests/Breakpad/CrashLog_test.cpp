@@ -51,7 +51,8 @@ TEST(CrashLogUpload, TheMainThreadsLastLineArrivesToo)
     crash(sandbox, server, {}, "-tcmt");
     sandbox.WaitForSenders();
     ASSERT_EQ(server.Reports().size(), 1u) << sandbox.Log();
-    EXPECT_EQ(lastLine(server.Reports()[0].fields.at("upload_file_log")), "now doing what the command line asks for\n");
+    EXPECT_EQ(lastLine(server.Reports()[0].fields.at("upload_file_log")),
+              "now doing what the command line asks for\n");
 }
 
 TEST(CrashLogUpload, AKeyChoosesTheFieldAndTheSize)

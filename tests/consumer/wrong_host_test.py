@@ -20,7 +20,8 @@ RIGHT = [[], ["-D_GLIBCXX_DEBUG", "-DKXPL_BUILT_WITH_GLIBCXX_DEBUG"],
 
 
 def compile_header(header, options):
-    return subprocess.run([compiler, "-std=c++17", *flags, *options, f"-I{include}", "-fsyntax-only", "-fmax-errors=1", "-x", "c++", "-"],
+    command = [compiler, "-std=c++17", *flags, *options, f"-I{include}", "-fsyntax-only", "-fmax-errors=1"]
+    return subprocess.run([*command, "-x", "c++", "-"],
                           input=f"#include <{header.relative_to(include)}>\n", capture_output=True, text=True,
                           check=False)
 

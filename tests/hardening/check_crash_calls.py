@@ -12,8 +12,8 @@ MEMBERS = {"HSLCrashLog.cpp.o", "SafeMemory.cpp.o"}
 SAFE = {"pipe", "read", "write", "close", "time", "getpid", "memcpy", "memset", "__errno_location", "__stack_chk_fail",
         "_GLOBAL_OFFSET_TABLE_", "_Unwind_Resume", "__gxx_personality_v0"}  # for exceptions, of which there are none
 # The library's own: two that read numbers, and what KeepLines needs, which is for a healthy process.
-OWN = {"cb_calc_buffer_size", "HSL::lastRecordTime()", "HSL::CLogManager::msThis", "HSL::CrashLog::gKeptBytes", "HSL::CrashLog::gNewestLedger",
-       "HSL::CrashLog::Ledger::KeepLines(unsigned int)", "KxLock::Lock()", "KxLock::Unlock()"}
+OWN = {"cb_calc_buffer_size", "HSL::lastRecordTime()", "HSL::CLogManager::msThis", "HSL::CrashLog::gKeptBytes",
+       "HSL::CrashLog::gNewestLedger", "HSL::CrashLog::Ledger::KeepLines(unsigned int)", "KxLock::Lock()", "KxLock::Unlock()"}
 
 nm, library = sys.argv[1:]
 listed = subprocess.run([nm, "-C", "--undefined-only", library], check=True, capture_output=True, text=True).stdout

@@ -18,7 +18,6 @@ from support import (
     imports_of,
     internal_symbols,
     on_slices,
-    whole_binary,
 )
 
 INSTALL_NAME = "@executable_path/../Frameworks/fallcatch.framework/Versions/A/fallcatch"

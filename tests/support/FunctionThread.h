@@ -9,7 +9,7 @@
 
 class FunctionThread : public KxThread {
 public:
-    explicit FunctionThread(std::function<void()> work = [] { })
+    explicit FunctionThread(std::function<void()> work = [] {})
         : mWork(std::move(work))
     {
     }

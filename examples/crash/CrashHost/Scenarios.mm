@@ -91,7 +91,7 @@ namespace {
     void logHeavily(void*)
     {
         HSL::CLogManager::Initialize();
-        HSL::LogManager()->SetOutputCallback([](const char*) { });
+        HSL::LogManager()->SetOutputCallback([](const char*) {});
         HSL::LogManager()->SetFilterValue(3, true);
         HSL::LogManager()->SetEnable(true);
         keepBusy(3, [] { HSL::HSLog(HSL::CCat(3), "line %d\n", 42); });
@@ -105,7 +105,7 @@ namespace {
         FallcatchBreakpadSetLogWriter(HSL::WriteCrashLog);
         HSL::KeepLines();
         HSL::CLogManager::Initialize();
-        HSL::LogManager()->SetOutputCallback([](const char*) { });
+        HSL::LogManager()->SetOutputCallback([](const char*) {});
         HSL::LogManager()->SetFilterValue(3, true);
         HSL::LogManager()->SetFilterValue(4, true);
         HSL::LogManager()->SetEnable(true);

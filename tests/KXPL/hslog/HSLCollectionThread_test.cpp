@@ -165,7 +165,7 @@ TEST(CollectionThread, EndsWithoutASleepAfterAPassThatSawTheShutdown)
     ManualPass pass;
     pass.Manager().mShutdown = true;
     numbered(1).PublishIn(pass.Context("Main"));
-    const std::vector<useconds_t> sleeps = runWith([](std::size_t) { });
+    const std::vector<useconds_t> sleeps = runWith([](std::size_t) {});
     EXPECT_TRUE(sleeps.empty());
     EXPECT_EQ(pass.lines.size(), 1u);
 }
@@ -177,7 +177,7 @@ TEST(CollectionThread, ShutdownDuringAPassEndsItAfterThatPass)
     numbered(1).PublishIn(context);
     numbered(2).PublishIn(context);
     pass.inCallback = [&pass] { pass.Manager().mShutdown = true; };
-    const std::vector<useconds_t> sleeps = runWith([](std::size_t) { });
+    const std::vector<useconds_t> sleeps = runWith([](std::size_t) {});
     EXPECT_TRUE(sleeps.empty());
     EXPECT_EQ(pass.lines.size(), 2u);
 }

@@ -93,11 +93,13 @@ template <typename Format, std::size_t... Counts> constexpr void nameMembers(std
     (nameMember<Format>(std::make_index_sequence<Counts>()), ...);
 }
 
-template <typename Enable, typename Format, typename... Values> struct TakesValues : std::false_type { };
+template <typename Enable, typename Format, typename... Values> struct TakesValues : std::false_type {
+};
 template <typename Format, typename... Values>
 struct TakesValues<std::void_t<decltype(std::declval<CLogContext&>().Log(
                        std::declval<const CCat&>(), std::declval<Format>(), std::declval<Values>()...))>,
-                   Format, Values...> : std::true_type { };
+                   Format, Values...> : std::true_type {
+};
 
 // Whether a call with these ten ints compiles, and with the ints that follow.
 template <typename Format, typename... More>

@@ -11,7 +11,8 @@
 // the process.
 #ifdef __has_feature
 #if __has_feature(objc_arc)
-#error "fallcatch.mm manages its memory by hand: compile it without -fobjc-arc (Xcode: -fno-objc-arc for this file)"
+#error                                                                                                         \
+    "fallcatch.mm manages its memory by hand: compile it without -fobjc-arc (Xcode: -fno-objc-arc for this file)"
 #endif
 #endif
 

@@ -214,8 +214,8 @@ bool outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
     }
     const char* line = text.CStr();
     if (pass && workspace.kept != nullptr) {
-        keepLine(*workspace.kept, { seqNum, seconds, microseconds, delta, depth, kept, categories }, context.mName,
-                 line + messageAt, messageEnd - messageAt);
+        keepLine(*workspace.kept, { seqNum, seconds, microseconds, delta, depth, kept, categories },
+                 context.mName, line + messageAt, messageEnd - messageAt);
     }
     handOver(workspace, ring, seconds, microseconds);
     if (pass) {
@@ -400,7 +400,8 @@ bool CLogManager::Collect()
     }
 
     if (total > 0 && mLedger != nullptr && GetOutputCallbackType() == kPlainCallback) {
-        mLedger->NoteZone(sLastSecs, workspace.clock.TimeOfDay(sLastSecs)); // asked for already, for a line's header
+        mLedger->NoteZone(sLastSecs,
+                          workspace.clock.TimeOfDay(sLastSecs)); // asked for already, for a line's header
     }
     end.SetWhole();
     return mShutdown;
