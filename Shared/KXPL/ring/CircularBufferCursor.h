@@ -38,6 +38,7 @@ public:
     void Read(void* destination, std::size_t size)
     {
         if (size <= Known()) {
+            // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): never null, see kNothing
             std::memcpy(destination, mNext, size);
             mNext += size;
             return;

@@ -202,8 +202,11 @@ TEST_F(LogTypes, PointsInTimeAsDateAndTimeOfDay)
 TEST_F(LogTypes, EveryDayOfFourCenturiesIsDated)
 {
     using namespace std::chrono;
-    for (long day = 0; day < 146097; day += 13) {
-        const std::time_t time = static_cast<std::time_t>(day - 73000) * 86400 + day % 86400;
+    // Of the 68 years on each side of 1970 where time_t has 32 bits.
+    constexpr long kFirst = sizeof(std::time_t) == 4 ? -24800 : -73000;
+    constexpr long kEnd = sizeof(std::time_t) == 4 ? 24800 : 73097;
+    for (long day = kFirst; day < kEnd; day += 13) {
+        const std::time_t time = static_cast<std::time_t>(day) * 86400 + (day - kFirst) % 86400;
         std::tm split {};
         gmtime_r(&time, &split);
         char expected[40];

@@ -36,12 +36,14 @@ void makeCommPath(char (&path)[64], std::uint32_t thread)
         digits[count++] = static_cast<char>('0' + thread % 10);
         thread /= 10;
     } while (thread != 0);
-    strcpy(path, "/proc/self/task/");
-    char* next = path + strlen(path);
+    constexpr char kThreads[] = "/proc/self/task/";
+    constexpr char kName[] = "/comm";
+    memcpy(path, kThreads, sizeof kThreads - 1);
+    char* next = path + sizeof kThreads - 1;
     while (count > 0) {
         *next++ = digits[--count];
     }
-    strcpy(next, "/comm");
+    memcpy(next, kName, sizeof kName);
 }
 
 // Names are ASCII as a rule; what is not is shown as a question mark.

@@ -74,7 +74,7 @@ std::string FindSender()
     const fs::path found = fs::canonical(named, error);
     const fs::path& library = error ? named : found;
     for (const char* place : { "fallcatch_sender", FALLCATCH_SENDER_FROM_LIBRARY }) {
-        const std::string candidate = (library / place).lexically_normal().string();
+        std::string candidate = (library / place).lexically_normal().string();
         if (IsProgram(candidate)) {
             return candidate;
         }

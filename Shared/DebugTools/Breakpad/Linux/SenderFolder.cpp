@@ -119,6 +119,7 @@ std::vector<FoundReport> ReportsOf(const std::string& product, const std::string
             < std::tie(std::get<0>(other), std::get<1>(other), std::get<2>(other));
     });
     std::vector<FoundReport> reports;
+    reports.reserve(found.size());
     for (Dated& one : found) {
         reports.push_back(std::move(std::get<3>(one)));
     }

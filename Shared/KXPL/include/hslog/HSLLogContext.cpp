@@ -67,7 +67,7 @@ CLogContext::CLogContext(const char* name, int size, void* (*mallocFunc)(int), v
     if (manager != nullptr) {
         manager->AddContext(this);
     }
-    ring.release();
+    static_cast<void>(ring.release()); // mBuffer owns it from now on
 }
 
 CLogContext::~CLogContext()

@@ -389,9 +389,7 @@ bool CLogManager::Collect()
             outputAbandoned(*this, *context, workspace);
             continue;
         }
-        if (contextOf(mContexts, next) != context) {
-            merge.RemoveFirst();
-        } else if (next.mRemaining > 0) {
+        if (next.mRemaining > 0 && contextOf(mContexts, next) == context) {
             next.mSeqNum = getNextSequenceNum(next.mRing);
             merge.ReplaceFirst(next.mSeqNum);
         } else {
@@ -400,8 +398,8 @@ bool CLogManager::Collect()
     }
 
     if (total > 0 && mLedger != nullptr && GetOutputCallbackType() == kPlainCallback) {
-        mLedger->NoteZone(sLastSecs,
-                          workspace.clock.TimeOfDay(sLastSecs)); // asked for already, for a line's header
+        // Asked for already, for a line's header.
+        mLedger->NoteZone(sLastSecs, workspace.clock.TimeOfDay(sLastSecs));
     }
     end.SetWhole();
     return mShutdown;

@@ -64,6 +64,7 @@ void KeptLines::Append(KeptLineHead head, const char* name, const char* message)
         std::memcpy(to, &head, sizeof head);
         KXPL::copyShort(to + sizeof head, name, head.mNameLength);
         KXPL::copyShort(to + sizeof head + head.mNameLength, message, head.mMessageLength);
+        // Pair CRASH-LEDGER, release.
         KxStoreRelease(mEnd, mEnd + head.mSize);
         return;
     }

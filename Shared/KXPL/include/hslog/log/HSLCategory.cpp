@@ -160,7 +160,8 @@ void applyWishes(CLogManager& manager, const std::vector<Wish>& all)
 bool isFree(const CLogManager& manager, int first)
 {
     for (int level = 0; level < kLevels; ++level) {
-        if (!manager.mCategoryNames[static_cast<std::size_t>(first + level)].empty()) {
+        if (!manager.mCategoryNames[static_cast<std::size_t>(first) + static_cast<std::size_t>(level)]
+                 .empty()) {
             return false;
         }
     }

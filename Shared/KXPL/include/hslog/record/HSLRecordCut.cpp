@@ -8,8 +8,8 @@ namespace HSL {
 namespace {
 
 struct Text {
-    int which;
     CRecordText text;
+    int which;
     unsigned int unit;
 };
 
@@ -65,11 +65,11 @@ bool CRecordCuts::Fit(unsigned int room, const CRecordText* format, const CRecor
     int found = 0;
     unsigned int fixed = 15 + CCat::kMaxCodes + 3 + 1;
     if (format != nullptr) {
-        texts[found++] = { 0, *format, 1 };
+        texts[found++] = { *format, 0, 1 };
     }
     for (int i = 0; i < count; ++i) {
         if (IsText(values[i].mType)) {
-            texts[found++] = { i + 1, values[i].mText, unitOf(values[i].mType) };
+            texts[found++] = { values[i].mText, i + 1, unitOf(values[i].mType) };
             fixed += 3;
         } else {
             fixed += values[i].Size();

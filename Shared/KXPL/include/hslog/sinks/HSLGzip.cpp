@@ -13,7 +13,7 @@ bool Gzip(const char* from, const char* to)
     if (source == nullptr) {
         return false;
     }
-    const gzFile target = gzopen(to, "wb");
+    gzFile target = gzopen(to, "wb");
     bool isGood = target != nullptr;
     char bytes[16384];
     std::size_t count = 0;

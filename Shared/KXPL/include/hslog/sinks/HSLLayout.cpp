@@ -38,9 +38,9 @@ public:
             split = {};
         }
         mDate.clear();
-        appendPadded(mDate, static_cast<unsigned long>(split.tm_year + 1900), 4);
+        appendPadded(mDate, static_cast<unsigned long>(split.tm_year) + 1900, 4);
         mDate += '-';
-        appendPadded(mDate, static_cast<unsigned long>(split.tm_mon + 1), 2);
+        appendPadded(mDate, static_cast<unsigned long>(split.tm_mon) + 1, 2);
         mDate += '-';
         appendPadded(mDate, static_cast<unsigned long>(split.tm_mday), 2);
         mTime.clear();
@@ -51,7 +51,7 @@ public:
         appendPadded(mTime, static_cast<unsigned long>(split.tm_sec), 2);
         const long minutes = split.tm_gmtoff / 60;
         const unsigned long size = static_cast<unsigned long>(minutes < 0 ? -minutes : minutes);
-        mZone = minutes < 0 ? "-" : "+";
+        mZone.assign(1, minutes < 0 ? '-' : '+');
         appendPadded(mZone, size / 60, 2);
         mZone += ':';
         appendPadded(mZone, size % 60, 2);
