@@ -187,7 +187,8 @@ TEST_F(CLogManagerAllocation, FirstCallOfAThreadThatFindsNoMemoryDropsItsMessage
             EXPECT_EQ(mManager->mSequence, sequence + 1);
             EXPECT_EQ(LockCountOf(*mManager), 0);
         }
-        EXPECT_GE(failures, 5);
+        // Fewer on 32 bits, where a thread has a number that lets the name lie in the string itself.
+        EXPECT_GE(failures, sizeof(void*) == 8 ? 5 : 3);
         EXPECT_EQ(mManager->mTLSContext.Get()->mRecordCount, 1);
         mManager->CleanupTLSContext();
     }
