@@ -14,8 +14,8 @@
 // its column. So neither a format that never returns from rendering nor a conversion that reads through a
 // number can be written this way.
 //
-// Formats are those of std::format as far as printf can show them: [[
-// ]align][sign][#][0][width][.precision][type] with < and >, d x X o c for integers, e E f g G for
+// Formats are those of std::format as far as printf can show them:
+// [[ ]align][sign][#][0][width][.precision][type] with < and >, d x X o c for integers, e E f g G for
 // floating-point numbers, s for texts and bools, p for pointers; values in turn ({}) or by number ({0}); {{ and
 // }} for braces. "%" and "\" mean themselves.
 //
@@ -24,13 +24,11 @@
 //  - A negative number under x or o shows as its bits, of the width of its type.
 //  - Without options a double shows up to 15 significant digits, a float up to 7, as %g does.
 //  - Each text takes at most 1,000 bytes, cut between characters of UTF-8, and {:.N} at most N characters (and,
-//  above
-//    1,000, at most N bytes of a narrow text). All of a record together stays below the 4,096 bytes that a ring
+//    above 1,000, at most N bytes of a narrow text). All of a record together stays below the 4,096 bytes that a ring
 //    keeps free, so the last of many long texts may get less. A width counts bytes.
 //  - Values are looked at only if the call passes switch and filter.
 //  - A record holds ten values at most. A point in time takes 3, 6 or 7 of them, an error code 2; a piece of
-//  literal
-//    text with a percent sign takes one as soon as there is any value.
+//    literal text with a percent sign takes one as soon as there is any value.
 //  - A format is a string literal without a zero byte.
 //
 // Any thread may call, at any time; before CLogManager::Initialize nothing happens. During Cleanup no thread
@@ -39,8 +37,7 @@
 // Define before the header is included, or for a whole program:
 //  - HSL_LOG_SOURCE: each text begins with "[file:line function] ". Sinks take it apart again.
 //  - HSL_LEAST_LEVEL, a level's number: calls of lower levels are checked and then leave no code. HSL_LOG,
-//  whose
-//    category is a value, is not concerned.
+//    whose category is a value, is not concerned.
 #ifndef HSLOG_HSL_LOG_H
 #define HSLOG_HSL_LOG_H
 
