@@ -1,7 +1,7 @@
 // A host that links the static libraries: kxpl's threads and logger with real threads, and the scan of the
 // command line with the log manager that it shares with the bridge. Run as: logger_on_mac -tcwt TC_DER0. Prints
 // what is wrong and returns how many things were. With --crash behind the type it then crashes as the codes
-// tell.
+// tell: -tcmt or -tcwt, TC_DER0 or TC_PUREV. (A division by zero is none on arm64.)
 #include "KxThread.h"
 #include "fallcatch.h"
 #include "hslog/HSL.h"
@@ -9,7 +9,6 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -134,7 +133,7 @@ void checkOrder()
         const auto number = static_cast<std::size_t>(std::strtol(line.c_str(), nullptr, 10));
         ++seen[number < seen.size() ? number : 0];
         const std::string message = messageOf(line);
-        if (std::isdigit(static_cast<unsigned char>(message[0])) != 0) {
+        if (message[0] >= '0' && message[0] <= '9') {
             const int text = std::atoi(message.c_str());
             expectNumber("line of a thread", text % kLinesOfAThread, next[text / kLinesOfAThread]++);
         }
@@ -172,27 +171,59 @@ void checkLoggerUnderLoad()
     gLines.clear();
 }
 
-int checkScan(int* codes)
+void checkScan(const std::string& threadWord, const std::string& type, int* codes)
 {
     startManager();
     const int count = GetTestCommandsList(codes, 0);
     HSL::CLogManager::Cleanup();
+    const bool isMain = threadWord == "-tcmt";
+    expectNumber("number of codes", count, 2);
+    expectNumber("thread", codes[0], isMain ? 0 : 1);
+    expectNumber("crash type", codes[1], type == "TC_PUREV" ? 4 : 3);
     expectNumber("lines of the scan", static_cast<long long>(gLines.size()), 3);
     if (gLines.size() == 3) {
         expect("scan", messageOf(gLines[0]), "Checking command line for crash test parameters\n");
-        expect("switch", messageOf(gLines[1]), "Received instruction to crash on workder thread\n");
+        expect("switch", messageOf(gLines[1]),
+               std::string("Received instruction to crash on ") + (isMain ? "main" : "workder") + " thread\n");
         expect("type", messageOf(gLines[2]).substr(0, 12), "Crash type: ");
     }
-    return count;
+}
+
+class Unfinished {
+public:
+    Unfinished() { CallTooEarly(); }
+    virtual ~Unfinished() = default;
+    virtual void Virtual() = 0;
+
+private:
+    __attribute__((noinline)) void CallTooEarly() { Virtual(); }
+};
+
+class Finished : public Unfinished {
+public:
+    void Virtual() override { }
+};
+
+void crash(int type)
+{
+    if (type == 4) {
+        Finished ends;
+    }
+    volatile int* volatile nowhere = nullptr;
+    *nowhere = 1;
 }
 
 class Crasher : public KxThread {
 public:
-    void Run() override
+    explicit Crasher(int type)
+        : mType(type)
     {
-        volatile int* volatile nowhere = nullptr;
-        *nowhere = 1;
     }
+
+    void Run() override { crash(mType); }
+
+private:
+    int mType;
 };
 
 } // namespace
@@ -202,13 +233,18 @@ int main(int argumentCount, char** arguments)
     checkLoggerUnderLoad();
     checkThreadLife();
     int codes[2] = { -1, -1 };
-    expectNumber("number of codes", checkScan(codes), 2);
-    expectNumber("thread", codes[0], 1);
-    expectNumber("crash type", codes[1], 3);
+    if (argumentCount < 3) {
+        std::puts("usage: logger_on_mac -tcmt|-tcwt TC_DER0|TC_PUREV [--crash]");
+        return 1;
+    }
+    checkScan(arguments[1], arguments[2], codes);
     std::printf("%d failures\n", gFailures);
     if (gFailures == 0 && argumentCount > 3 && std::strcmp(arguments[3], "--crash") == 0) {
         std::fflush(stdout);
-        Crasher crasher;
+        if (codes[0] == 0) {
+            crash(codes[1]);
+        }
+        Crasher crasher(codes[1]);
         crasher.Start();
         crasher.WaitForExit();
     }
