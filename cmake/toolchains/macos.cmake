@@ -37,6 +37,8 @@ find_program(FALLCATCH_DSYMUTIL dsymutil-19 REQUIRED)
 
 set(stubs "${CMAKE_CURRENT_LIST_DIR}/../../packaging/macos/stubs")
 get_filename_component(stubs "${stubs}" ABSOLUTE)
+# What is linked with these is linked again when they change.
+file(GLOB FALLCATCH_LINK_INPUTS "${stubs}/*.tbd" "${stubs}/*/*.tbd" "${stubs}/../i386/*")
 foreach(language IN ITEMS C CXX OBJCXX)
     set(CMAKE_${language}_FLAGS_INIT "-fdefine-target-os-macros -iframework ${stubs} ${FALLCATCH_MACOS_FLAGS}")
 endforeach()

@@ -6,6 +6,7 @@ import struct
 import subprocess
 import unittest
 
+import lief
 from image import slices
 from support import (
     ALL_SLICES,
@@ -79,8 +80,15 @@ class Slice:
     def test_takes_each_import_from_its_library(self):
         wanted = imports_of(self.slice)
         for binding in self.binary.bindings:
+            if binding.binding_class == lief.MachO.DyldBindingInfo.CLASS.WEAK:
+                continue  # of any library: another test's matter
             self.assertEqual(
                 binding.library.name, LIBRARIES[wanted[binding.symbol.name]], binding.symbol.name)
+
+    def test_lets_a_host_replace_the_operators_for_memory(self):
+        weak = {line.split()[-1] for line in self.tool("--weak-bind").splitlines() if "_DATA" in line}
+        self.assertEqual(weak, {"i386": {"__Znwm", "__ZdlPv"}}.get(self.slice, {"__Znwm", "__ZdlPvm"}))
+        self.assertIn("BINDS_TO_WEAK", self.tool("--private-header"))
 
     def test_runs_on_the_oldest_system(self):
         binary = self.binary

@@ -23,7 +23,7 @@ def offered(path):
     for entry in exports.split("  - targets:")[1:]:
         targets = re.match(r"\s*\[([^]]*)\]", entry).group(1)
         symbols = set()
-        for kind, names in re.findall(r"(symbols|objc-classes):\s*\[([^]]*)\]", entry):
+        for kind, names in re.findall(r"(weak-symbols|symbols|objc-classes):\s*\[([^]]*)\]", entry):
             prefix = "_OBJC_CLASS_$_" if kind == "objc-classes" else ""
             symbols |= {prefix + name for name in re.split(r"[,\s]+", names.strip())}
         for target in (name.strip().removesuffix("-macos") for name in targets.split(",")):

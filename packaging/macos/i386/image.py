@@ -7,7 +7,7 @@ from link import LOCAL_POINTER, PAGE, SEGMENTS, STUB_SIZE, SYMBOL_STUBS
 from objects import I386, MAGIC, ZERO_FILL
 
 DYLIB = 6
-NO_UNDEFINED, FOR_DYLD, TWO_LEVEL, NO_REEXPORTS = 0x1, 0x4, 0x80, 0x100000
+NO_UNDEFINED, FOR_DYLD, TWO_LEVEL, BINDS_TO_WEAK, NO_REEXPORTS = 0x1, 0x4, 0x80, 0x10000, 0x100000
 SEGMENT, SYMTAB, DYSYMTAB, LOAD_DYLIB, ID_DYLIB, UUID, DYLD_INFO_ONLY, VERSION_MIN = (
     0x1, 0x2, 0xB, 0xC, 0xD, 0x1B, 0x80000022, 0x24)
 READ, WRITE, EXECUTE = 1, 2, 4
@@ -66,6 +66,17 @@ def bind_info(linker, segment_of):
         out += bytes([0x10 | linker.imports[name], 0x40]) + name.encode() + b"\0"
         out += b"\x60" + sleb(addend) + bytes([0x70 | number]) + uleb(offset) + b"\x90"
     return padded(bytes(out) + b"\0")
+
+
+def weak_bind_info(linker, segment_of, weak):
+    """By name, as dyld wants it: the first image that defines one serves all."""
+    out = bytearray()
+    for address, name, addend in sorted(linker.bindings, key=lambda binding: (binding[1], binding[0])):
+        if name in weak:
+            number, offset = segment_of(address)
+            out += b"\x40" + name.encode() + b"\0\x51\x60" + sleb(addend) + bytes([0x70 | number]) + uleb(offset)
+            out += b"\x90"
+    return padded(bytes(out) + b"\0") if out else b""
 
 
 def export_info(addresses):
@@ -148,6 +159,7 @@ class Image:
         self._symbols = SymbolTable(linker, exported, object_name)
         self._parts = {
             "rebase": rebase_info(linker, self._segment_of), "bind": bind_info(linker, self._segment_of),
+            "weak": weak_bind_info(linker, self._segment_of, options.weak),
             "export": export_info(exported), "symbols": self._symbols.data, "indirect": self._indirect(),
             "strings": padded(bytes(self._symbols.strings.data))}
 
@@ -207,7 +219,8 @@ class Image:
         commands.append(self._segment_command("__LINKEDIT", address, -(-size // PAGE) * PAGE, offset, size, []))
         commands.append(dylib_command(
             ID_DYLIB, options.install_name, options.current_version, options.compatibility_version))
-        commands.append(struct.pack("<12I", DYLD_INFO_ONLY, 48, *at["rebase"], *at["bind"], 0, 0, 0, 0, *at["export"]))
+        commands.append(struct.pack("<12I", DYLD_INFO_ONLY, 48, *at["rebase"], *at["bind"], *at["weak"], 0, 0,
+                                    *at["export"]))
         commands.append(struct.pack("<6I", SYMTAB, 24, at["symbols"][0], local + defined + undefined, *at["strings"]))
         commands.append(struct.pack(
             "<20I", DYSYMTAB, 80, 0, local, local, defined, local + defined, undefined, 0, 0, 0, 0, 0, 0,
@@ -217,7 +230,8 @@ class Image:
         commands += [dylib_command(LOAD_DYLIB, *library) for library in options.libraries]
         body = b"".join(commands)
         header = struct.pack("<7I", MAGIC, I386, 3, DYLIB, len(commands), len(body),
-                             NO_UNDEFINED | FOR_DYLD | TWO_LEVEL | NO_REEXPORTS)
+                             NO_UNDEFINED | FOR_DYLD | TWO_LEVEL | NO_REEXPORTS
+                             | (BINDS_TO_WEAK if parts["weak"] else 0))
         return header + body
 
     def _bytes(self, uuid):
