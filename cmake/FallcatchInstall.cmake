@@ -64,7 +64,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${document_dir} COMPONEN
 if(TARGET fallcatch_breakpad)
     set(adapter_folder ${PROJECT_SOURCE_DIR}/Shared/DebugTools/Breakpad/Linux)
     foreach(variable IN ITEMS breakpad_root breakpad_package breakpad_package_name breakpad_package_sha256
-            CURL_VERSION_STRING)
+            CURL_VERSION_STRING ZLIB_FOUND ZLIB_VERSION_STRING)
         get_directory_property(${variable} DIRECTORY ${adapter_folder} DEFINITION ${variable})
     endforeach()
     install(FILES ${breakpad_root}/LICENSE DESTINATION ${document_dir} RENAME LICENSE.breakpad COMPONENT breakpad)

@@ -189,7 +189,7 @@ TEST_F(Configuration, ExtraParametersComeFromBothPlaces)
 TEST_F(Configuration, WhatTheSenderReadsTravelsWithTheReport)
 {
     for (const char* key :
-         { kComments, kEmail, kAnyAnswer, kCaFile, kKeepReports, kKeepMegabytes, kKeepDays }) {
+         { kComments, kEmail, kAnyAnswer, kCaFile, kGzip, kKeepReports, kKeepMegabytes, kKeepDays }) {
         EXPECT_EQ(Read(key), "(none)") << key;
         Set(key, @"5");
         EXPECT_EQ(Read(key), "5") << key;

@@ -38,6 +38,7 @@ Received read(const httplib::Request& request)
     Received received;
     received.method = request.method;
     received.path = request.path;
+    received.encoding = request.get_header_value("Content-Encoding");
     received.query.insert(request.params.begin(), request.params.end());
     for (const auto& item : request.files) {
         if (item.first == "upload_file_minidump") {

@@ -22,6 +22,7 @@ struct Received {
     std::string dumpName;
     std::string method;
     std::string path;
+    std::string encoding; // of the body, as its head tells; what is above is decoded
 };
 
 class CrashServer {

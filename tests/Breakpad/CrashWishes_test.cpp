@@ -4,6 +4,7 @@
 #include "CrashStack.h"
 
 #include <csignal>
+#include <cstdio>
 #include <fstream>
 #include <gtest/gtest.h>
 
@@ -125,4 +126,36 @@ TEST_F(CrashWishes, WhereTheUserIsToBeAskedNothingIsSentBefore)
     Run(kAsk + kCrash);
     EXPECT_EQ(mServer.Reports().size(), 2U);
     EXPECT_TRUE(mSandbox.IsClean());
+}
+
+TEST_F(CrashWishes, AReportIsCompressedOnlyWhenAKeyAsksForIt)
+{
+    EXPECT_EQ(Run(kCrash).signal, SIGSEGV);
+    EXPECT_EQ(Run(CrashSandbox::Strings { "--parameter", "FallcatchGzip=1" } + kCrash).signal, SIGSEGV);
+    const auto reports = mServer.Reports();
+    ASSERT_EQ(reports.size(), 2U) << mSandbox.Log();
+    EXPECT_EQ(reports[0].encoding, "");
+    if (reports[1].encoding != "gzip") {
+        GTEST_SKIP() << "built without zlib";
+    }
+    EXPECT_EQ(reports[1].fields.at("ProductName"), "CrashHost");
+    EXPECT_GE(ReadStack(reports[1].dump, mSandbox.Folder().string()).Find("Crash::dereferenceZero"), 0);
+    EXPECT_TRUE(mSandbox.IsClean());
+}
+
+TEST_F(CrashWishes, TheTrialCollectorReadsACompressedReport)
+{
+    const std::string folder = (mSandbox.Folder() / "collected").string();
+    std::FILE* collector = popen((COLLECTOR " --reports 1 --folder '" + folder + "'").c_str(), "r");
+    ASSERT_NE(collector, nullptr);
+    char line[200] = "";
+    ASSERT_NE(std::fgets(line, sizeof line, collector), nullptr);
+    const std::string said = line;
+    const std::string url = said.substr(said.find("http://"), said.find('\n') - said.find("http://"));
+    mSandbox.Run(CrashSandbox::Strings { "--url", url, "--parameter", "FallcatchGzip=1" } + kCrash);
+    mSandbox.WaitForSenders();
+    pclose(collector);
+    EXPECT_EQ(ReadFile(folder + "/report-1.dmp").rfind("MDMP", 0), 0U);
+    EXPECT_NE(ReadFile(folder + "/report-1.txt").find("ProductName=CrashHost\n"), std::string::npos);
+    EXPECT_TRUE(mSandbox.Files(".report").empty()) << mSandbox.Log();
 }

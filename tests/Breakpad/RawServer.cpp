@@ -17,7 +17,7 @@ bool isReadable(int socket, int milliseconds)
 }
 
 // Head and body of one request, as far as its Content-Length tells.
-void readRequest(int connection)
+std::string readRequest(int connection)
 {
     std::string text;
     std::size_t needed = std::string::npos;
@@ -25,15 +25,21 @@ void readRequest(int connection)
     while (text.size() < needed && isReadable(connection, 2000)) {
         const ssize_t count = recv(connection, some, sizeof(some), 0);
         if (count <= 0) {
-            return;
+            return text;
         }
         text.append(some, static_cast<std::size_t>(count));
-        const std::size_t head = text.find("\r\n\r\n");
+        const std::size_t head = needed == std::string::npos ? text.find("\r\n\r\n") : std::string::npos;
         const std::size_t length = text.find("Content-Length: ");
         if (head != std::string::npos && length < head) {
             needed = head + 4 + std::strtoul(text.c_str() + length + 16, nullptr, 10);
+            // Whoever sends much asks first.
+            if (text.substr(0, head).find("Expect: 100-continue") != std::string::npos) {
+                const std::string goOn = "HTTP/1.1 100 Continue\r\n\r\n";
+                send(connection, goOn.data(), goOn.size(), MSG_NOSIGNAL);
+            }
         }
     }
+    return text;
 }
 
 bool sendAll(int connection, const std::string& bytes)
@@ -60,7 +66,7 @@ RawServer::RawServer(Behaviour behaviour)
             const int connection = isReadable(mListener, 50) ? accept(mListener, nullptr, nullptr) : -1;
             if (connection >= 0) {
                 ++mConnections;
-                serve(connection);
+                serve(connection, mConnections == 1);
                 close(connection);
             }
         }
@@ -79,16 +85,25 @@ std::string RawServer::Url() const
     return "http://127.0.0.1:" + std::to_string(mPort) + "/submit";
 }
 
-void RawServer::serve(int connection)
+std::vector<std::string> RawServer::Requests() const
+{
+    const std::lock_guard<std::mutex> guard(mLock);
+    return mRequests;
+}
+
+void RawServer::serve(int connection, bool isFirst)
 {
     using After = Behaviour::After;
     if (mBehaviour.before == Behaviour::Before::readAll) {
-        readRequest(connection);
+        std::string request = readRequest(connection);
+        const std::lock_guard<std::mutex> guard(mLock);
+        mRequests.push_back(std::move(request));
     } else if (mBehaviour.before == Behaviour::Before::readSome) {
         char some[100];
         recv(connection, some, sizeof(some), 0);
     }
-    bool open = sendAll(connection, mBehaviour.answer);
+    const bool same = isFirst || mBehaviour.secondAnswer.empty();
+    bool open = sendAll(connection, same ? mBehaviour.answer : mBehaviour.secondAnswer);
     while (open && !mEnds && mBehaviour.after != After::close && mBehaviour.after != After::reset) {
         if (mBehaviour.after == After::flood) {
             open = sendAll(connection, std::string(65536, 'x'));

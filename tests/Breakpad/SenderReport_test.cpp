@@ -141,3 +141,10 @@ TEST_F(SenderReport, AFileThatIsNotThereIsNoReport)
     EXPECT_FALSE(StoredReport::Read(mFolder + "/none.report", why));
     EXPECT_EQ(why, "is not there");
 }
+
+TEST_F(SenderReport, IsCompressedWhereTheHostAsksForIt)
+{
+    EXPECT_FALSE(Made(Stored({})).gzip);
+    EXPECT_FALSE(Made(Stored({ { kGzip, "0" } })).gzip);
+    EXPECT_TRUE(Made(Stored({ { kGzip, "1" } })).gzip);
+}

@@ -45,7 +45,12 @@ char* duplicate(const char* text)
 
 } // namespace
 
-TEST(SenderUpload, WithoutAnyOfItsMemoryItEndsWithAReason)
+// As it is, and compressed.
+class SenderUpload : public testing::TestWithParam<bool> { };
+
+INSTANTIATE_TEST_SUITE_P(Posts, SenderUpload, testing::Bool());
+
+TEST_P(SenderUpload, WithoutAnyOfItsMemoryItEndsWithAReason)
 {
     curl_global_cleanup(); // what a test before this one may have begun
     ASSERT_EQ(curl_global_init_mem(CURL_GLOBAL_ALL, allocate, std::free, reallocate, duplicate, allocateZeros),
@@ -54,6 +59,7 @@ TEST(SenderUpload, WithoutAnyOfItsMemoryItEndsWithAReason)
     const std::filesystem::path folder = mkdtemp(pattern);
     Submission submission;
     submission.url = "http://127.0.0.1:1/submit";
+    submission.gzip = GetParam();
     submission.dump = (folder / "1-2-3.dmp").string();
     submission.fields = { { "prod", "App" }, { "ver", "1.2" } };
     submission.query = { { "product", "App" }, { "guid", "client" } };

@@ -1,5 +1,6 @@
 // The program, run by hand.
 #include "Keys.h"
+#include "RawServer.h"
 #include "ReportFile.h"
 #include "SenderUpload.h"
 
@@ -13,6 +14,7 @@
 #include <fcntl.h>
 #include <iterator>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -32,10 +34,10 @@ protected:
     ~Sender() override { fs::remove_all(mFolder); }
 
     // Returns what the program ended with; its output is in mOutput.
-    int Run(const std::string& arguments)
+    int Run(const std::string& arguments, const std::string& program = SENDER_PROGRAM)
     {
         const std::string output = mFolder + "/output";
-        const int status = std::system((SENDER_PROGRAM " " + arguments + " >" + output + " 2>&1").c_str());
+        const int status = std::system((program + " " + arguments + " >" + output + " 2>&1").c_str());
         std::ifstream file(output);
         mOutput.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -221,11 +223,49 @@ TEST_F(Sender, WhatIsWrongWithACertificateIsTold)
         EXPECT_EQ(mOutput.find("certificate"), std::string::npos) << variable << ": " << mOutput;
         unsetenv(variable);
     }
+    // As the system's own folder of certificates: each under the hash of its name.
+    const std::string folder = mFolder + "/certificates";
+    fs::create_directory(folder);
+    setenv("SSL_CERT_DIR", folder.c_str(), 1);
+    EXPECT_EQ(Run(Report(url)), 1);
+    EXPECT_NE(mOutput.find("self-signed certificate"), std::string::npos) << mOutput;
+    fs::copy_file(certificate, folder + "/certificate.pem");
+    ASSERT_EQ(std::system(("openssl rehash '" + folder + "'").c_str()), 0);
+    Run(Report(url));
+    EXPECT_EQ(mOutput.find("certificate"), std::string::npos) << mOutput;
+    unsetenv("SSL_CERT_DIR");
     Run(Report(url, { { kCaFile, certificate } }));
     EXPECT_EQ(mOutput.find("certificate"), std::string::npos) << mOutput;
     unsetenv("FALLCATCH_SENDER_TIMEOUT");
     kill(server, SIGTERM);
     waitpid(server, nullptr, 0);
+}
+
+// Whoever starts a program with more rights than his own could otherwise lead its posts through a place of his.
+TEST_F(Sender, WithRaisedRightsTheEnvironmentIsNotListenedTo)
+{
+    if (getuid() != 0) {
+        GTEST_SKIP() << "only root can make a program with another user's rights";
+    }
+    constexpr uid_t nobody = 65534;
+    const std::string copy = mFolder + "/sender";
+    fs::copy_file(SENDER_PROGRAM, copy);
+    const std::string path = Report("http://127.0.0.1:1/submit");
+    Dump();
+    for (const std::string& file : { copy, path, mFolder + "/1-2-3.dmp", mFolder }) {
+        ASSERT_EQ(chown(file.c_str(), nobody, nobody), 0);
+    }
+    const RawServer proxy({ Behaviour::Before::readAll, "HTTP/1.1 500 Oh\r\nContent-Length: 0\r\n\r\n" });
+    setenv("http_proxy", proxy.Url().c_str(), 1);
+    unsetenv("no_proxy");
+    const std::string as = "setpriv --reuid 65534 --regid 65534 --clear-groups ";
+    EXPECT_EQ(Run(path, as + copy), 1);
+    EXPECT_EQ(proxy.Connections(), 1) << mOutput << "the user's own proxy is used";
+    ASSERT_EQ(chmod(copy.c_str(), S_ISUID | 0755), 0);
+    EXPECT_EQ(Run(path, copy), 1);
+    unsetenv("http_proxy");
+    EXPECT_EQ(proxy.Connections(), 1) << mOutput;
+    EXPECT_NE(mOutput.find("1-2-3: kept, Couldn't connect"), std::string::npos) << mOutput;
 }
 
 TEST(SenderSeconds, AreBetweenOneAndADay)

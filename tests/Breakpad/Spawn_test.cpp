@@ -10,8 +10,10 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iostream>
 #include <sched.h>
 #include <string>
+#include <sys/auxv.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -209,4 +211,40 @@ TEST(Spawn, WithoutItsFolderTheProgramDoesNotRun)
             std::exit(endOf("/bin/sh", "true"));
         },
         testing::ExitedWithCode(127), "");
+}
+
+// Run by itself as any other, and by the next test in a copy of this program with another user's rights.
+TEST(SpawnEnvironment, IsTheProcessesOwnUnlessItsRightsAreRaised)
+{
+    if (getauxval(AT_SECURE) != 0) {
+        std::cout << "with raised rights\n";
+        EXPECT_EQ(*BreakpadLinux::TrustedEnvironment(), nullptr);
+    } else {
+        EXPECT_EQ(BreakpadLinux::TrustedEnvironment(), environ);
+    }
+}
+
+TEST(SpawnEnvironment, IsEmptyWhereTheProcessHasRaisedRights)
+{
+    if (getuid() != 0) {
+        GTEST_SKIP() << "only root can make a program with another user's rights";
+    }
+    constexpr uid_t nobody = 65534;
+    char pattern[] = "/tmp/fallcatch-spawn-XXXXXX";
+    const fs::path folder = mkdtemp(pattern);
+    const std::string program = folder / "test";
+    fs::copy_file("/proc/self/exe", program);
+    ASSERT_EQ(chown(program.c_str(), nobody, nobody), 0);
+    ASSERT_EQ(chmod(program.c_str(), S_ISUID | 0755), 0);
+    ASSERT_EQ(chmod(folder.c_str(), 0755), 0);
+    const std::string output = folder / "output";
+    const std::string filter = " --gtest_filter=SpawnEnvironment.IsTheProcessesOwnUnlessItsRightsAreRaised";
+    const int status = std::system((program + filter + " >" + output + " 2>&1").c_str());
+    std::ifstream file(output);
+    const std::string told { std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>() };
+    fs::remove_all(folder);
+    if (told.find("with raised rights") == std::string::npos && status == 0) {
+        GTEST_SKIP() << "this file system raises nobody's rights";
+    }
+    EXPECT_EQ(status, 0) << told;
 }

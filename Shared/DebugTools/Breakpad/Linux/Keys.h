@@ -25,6 +25,7 @@ constexpr char kUpTime[] = "BreakpadProcessUpTime";
 // Of this adapter only.
 constexpr char kAnyAnswer[] = "FallcatchAnyAnswer";
 constexpr char kCaFile[] = "FallcatchCAFile";
+constexpr char kGzip[] = "FallcatchGzip";
 // Followed by a number from 1 on; the value is a path.
 constexpr char kAttachmentPrefix[] = "FallcatchAttachment_";
 constexpr char kKeepEnvironment[] = "FallcatchKeepEnvironment";

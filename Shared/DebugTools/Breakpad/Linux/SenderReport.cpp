@@ -123,6 +123,7 @@ Submission MakeSubmission(const StoredReport& report, const std::function<std::s
     submission.url = report.Value(kUrl);
     submission.dump = report.DumpPath();
     submission.caFile = report.Value(kCaFile);
+    submission.gzip = report.IsSet(kGzip);
     std::string serverType = report.Value(kServerType);
     if (serverType.empty()) {
         serverType = kGoogle;

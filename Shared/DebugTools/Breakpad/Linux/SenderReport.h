@@ -47,6 +47,7 @@ struct Submission {
     std::string dump; // path; the field upload_file_minidump
     std::vector<FormFile> files;
     std::string caFile; // empty: the system's certificates
+    bool gzip = false;  // whether the collector takes a compressed post
 };
 
 // The server type decides the names: "socorro" or "google"; for any other only the host's extra parameters and

@@ -1,16 +1,15 @@
 #include "SenderUpload.h"
 
 #include "CleanText.h"
-#include "OwnFiles.h"
+#include "SenderForm.h"
+#include "SenderPack.h"
 
 #include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <cstdlib>
 #include <curl/curl.h>
-#include <filesystem>
 #include <memory>
-#include <unistd.h>
 
 namespace BreakpadLinux {
 
@@ -19,9 +18,12 @@ namespace {
 constexpr std::size_t kAnswerLimit = 64 * 1024;
 constexpr std::size_t kKeptText = 1000;
 constexpr long kLongest = 24 * 60 * 60;
+// Also the answer to an encoding that a server does not know: RFC 7694, section 3.
+constexpr long kUnsupportedType = 415;
 
 using Easy = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 using Mime = std::unique_ptr<curl_mime, decltype(&curl_mime_free)>;
+using List = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
 using Url = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;
 
 // What comes back. Of a body beyond the limit nobody wants to know more: the exchange ends there, and counts.
@@ -99,45 +101,6 @@ private:
     curl_off_t mMoved = 0;
 };
 
-// The dump, read as it is sent, from the very file that was looked at.
-class Dump {
-public:
-    explicit Dump(const std::string& path)
-    {
-        const std::filesystem::path whole = path;
-        const std::string folder = whole.parent_path().string();
-        std::string why;
-        const Descriptor place = OpenOwnFolder(folder.empty() ? "." : folder, why);
-        if (place) {
-            mFile = OpenOwnFile(place.Number(), whole.filename().string(), mFacts, why);
-        }
-    }
-
-    bool IsThere() const { return static_cast<bool>(mFile); }
-
-    bool AddTo(curl_mimepart* part)
-    {
-        return curl_mime_data_cb(part, static_cast<curl_off_t>(mFacts.bytes), read, seek, nullptr, this)
-            == CURLE_OK;
-    }
-
-private:
-    static std::size_t read(char* bytes, std::size_t size, std::size_t count, void* dump)
-    {
-        const ssize_t got = ::read(static_cast<Dump*>(dump)->mFile.Number(), bytes, size * count);
-        return got < 0 ? CURL_READFUNC_ABORT : static_cast<std::size_t>(got);
-    }
-
-    static int seek(void* dump, curl_off_t offset, int origin)
-    {
-        const off_t reached = lseek(static_cast<Dump*>(dump)->mFile.Number(), offset, origin);
-        return reached < 0 ? CURL_SEEKFUNC_FAIL : CURL_SEEKFUNC_OK;
-    }
-
-    Descriptor mFile;
-    FileFacts mFacts;
-};
-
 bool setUrl(CURLU* url, const Submission& submission)
 {
     if (curl_url_set(url, CURLUPART_URL, submission.url.c_str(), 0) != CURLUE_OK) {
@@ -151,36 +114,6 @@ bool setUrl(CURLU* url, const Submission& submission)
         }
     }
     return true;
-}
-
-bool addFile(curl_mime* mime, const FormFile& file)
-{
-    curl_mimepart* part = curl_mime_addpart(mime);
-    return curl_mime_name(part, file.field.c_str()) == CURLE_OK
-        && curl_mime_data(part, file.contents.data(), file.contents.size()) == CURLE_OK
-        && curl_mime_filename(part, file.name.c_str()) == CURLE_OK
-        && curl_mime_type(part, file.type.c_str()) == CURLE_OK;
-}
-
-bool addFields(curl_mime* mime, const Submission& submission, Dump& dump)
-{
-    for (const auto& field : submission.fields) {
-        curl_mimepart* part = curl_mime_addpart(mime);
-        if (curl_mime_name(part, field.first.c_str()) != CURLE_OK
-            || curl_mime_data(part, field.second.data(), field.second.size()) != CURLE_OK) {
-            return false;
-        }
-    }
-    for (const FormFile& file : submission.files) {
-        if (!addFile(mime, file)) {
-            return false;
-        }
-    }
-    const std::string name = std::filesystem::path(submission.dump).filename().string();
-    curl_mimepart* part = curl_mime_addpart(mime);
-    return curl_mime_name(part, "upload_file_minidump") == CURLE_OK && dump.AddTo(part)
-        && curl_mime_filename(part, name.c_str()) == CURLE_OK
-        && curl_mime_type(part, "application/octet-stream") == CURLE_OK;
 }
 
 // As the programs of OpenSSL and libcurl do it; the library leaves it to its caller.
@@ -201,10 +134,9 @@ void setCertificates(CURL* easy, const std::string& chosen)
     }
 }
 
-void setOptions(CURL* easy, CURLU* url, curl_mime* mime, Reply& reply, Watch& watch)
+void setOptions(CURL* easy, CURLU* url, Reply& reply, Watch& watch)
 {
     curl_easy_setopt(easy, CURLOPT_CURLU, url);
-    curl_easy_setopt(easy, CURLOPT_MIMEPOST, mime);
 #if LIBCURL_VERSION_NUM >= 0x075500
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
 #else
@@ -277,12 +209,63 @@ Answer exchange(CURL* easy, const Reply& reply, const char* detail)
     return answer;
 }
 
-Answer notPosted(const std::string& reason)
+Answer failed(const std::string& reason, bool isPosted)
 {
     Answer answer;
     answer.error = reason;
-    answer.isPosted = false;
+    answer.isPosted = isPosted;
     return answer;
+}
+
+Answer notPosted(const std::string& reason)
+{
+    return failed(reason, false);
+}
+
+Answer outOfMemory()
+{
+    return failed("out of memory", true);
+}
+
+// One exchange; its body is what the caller has chosen for the handle.
+Answer post(CURL* easy, CURLU* url, const Submission& submission)
+{
+    Reply reply;
+    Watch watch;
+    char detail[CURL_ERROR_SIZE] = "";
+    setOptions(easy, url, reply, watch);
+    setCertificates(easy, submission.caFile);
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, detail);
+    Answer answer = exchange(easy, reply, detail);
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
+    return answer;
+}
+
+Answer postPacked(CURLU* url, const Submission& submission, const PackedForm& form)
+{
+    const Easy easy(curl_easy_init(), curl_easy_cleanup);
+    List headers(curl_slist_append(nullptr, ("Content-Type: " + form.type).c_str()), curl_slist_free_all);
+    if (!easy || !headers || curl_slist_append(headers.get(), "Content-Encoding: gzip") == nullptr) {
+        return outOfMemory();
+    }
+    curl_easy_setopt(easy.get(), CURLOPT_HTTPHEADER, headers.get());
+    curl_easy_setopt(easy.get(), CURLOPT_POSTFIELDS, form.bytes.data());
+    curl_easy_setopt(easy.get(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(form.bytes.size()));
+    return post(easy.get(), url, submission);
+}
+
+Answer postPlain(CURLU* url, const Submission& submission, PostedDump& dump)
+{
+    const Easy easy(curl_easy_init(), curl_easy_cleanup);
+    if (!easy) {
+        return outOfMemory();
+    }
+    const Mime mime(curl_mime_init(easy.get()), curl_mime_free);
+    if (!mime || !FillForm(mime.get(), submission, dump)) {
+        return outOfMemory();
+    }
+    curl_easy_setopt(easy.get(), CURLOPT_MIMEPOST, mime.get());
+    return post(easy.get(), url, submission);
 }
 
 } // namespace
@@ -315,14 +298,11 @@ std::string PlaceOf(const std::string& url)
 
 Answer Upload(const Submission& submission)
 {
-    const Easy easy(curl_easy_init(), curl_easy_cleanup);
     const Url url(curl_url(), curl_url_cleanup);
-    Answer answer;
-    if (!easy || !url) {
-        answer.error = "out of memory";
-        return answer;
+    if (!url) {
+        return outOfMemory();
     }
-    Dump dump(submission.dump);
+    PostedDump dump(submission.dump);
     if (!dump.IsThere()) {
         return notPosted("the dump cannot be read");
     }
@@ -332,18 +312,18 @@ Answer Upload(const Submission& submission)
     if (PlaceOf(submission.url).empty()) {
         return notPosted("neither http nor https: " + CleanLine(WithoutSecrets(submission.url)));
     }
-    const Mime mime(curl_mime_init(easy.get()), curl_mime_free);
-    if (!mime || !addFields(mime.get(), submission, dump)) {
-        answer.error = "out of memory";
-        return answer;
+    if (submission.gzip) {
+        if (const auto form = Pack(submission, dump)) {
+            Answer answer = postPacked(url.get(), submission, *form);
+            if (answer.status != kUnsupportedType) {
+                return answer;
+            }
+        }
+        if (!dump.Seek(0, SEEK_SET)) {
+            return notPosted("the dump cannot be read");
+        }
     }
-    Reply reply;
-    Watch watch;
-    char detail[CURL_ERROR_SIZE] = "";
-    setOptions(easy.get(), url.get(), mime.get(), reply, watch);
-    setCertificates(easy.get(), submission.caFile);
-    curl_easy_setopt(easy.get(), CURLOPT_ERRORBUFFER, detail);
-    return exchange(easy.get(), reply, detail);
+    return postPlain(url.get(), submission, dump);
 }
 
 } // namespace BreakpadLinux
