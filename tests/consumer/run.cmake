@@ -59,7 +59,8 @@ function(expect_files)
     set(expected
         kxpl/CircularBuffer.h kxpl/FallcatchVersion.h kxpl/KxLock.h kxpl/KxMutex.h kxpl/KxThread.h
         kxpl/KxThreadLocal.h kxpl/KxTime.h kxpl/KxUnicode.h kxpl/detail/KxAtomic.h kxpl/detail/KxHost.h kxpl/hslog/HSL.h
-        kxpl/hslog/HSLBounded.h kxpl/hslog/HSLCrashLog.h kxpl/hslog/HSLCat.h kxpl/hslog/HSLCategory.h kxpl/hslog/HSLCollectionThread.h
+        kxpl/hslog/HSLBounded.h kxpl/hslog/HSLCrashLog.h
+        kxpl/hslog/HSLLastingLog.h kxpl/hslog/HSLCat.h kxpl/hslog/HSLCategory.h kxpl/hslog/HSLCollectionThread.h
         kxpl/hslog/HSLForkGuard.h
         kxpl/hslog/HSLFormatCheck.h kxpl/hslog/HSLLevel.h kxpl/hslog/HSLLog.h kxpl/hslog/HSLLogContext.h
         kxpl/hslog/HSLLogManager.h kxpl/hslog/HSLSequence.h kxpl/hslog/HSLValue.h kxpl/hslog/detail/HSLFormatRules.h

@@ -5,7 +5,9 @@
 
 #include "hslog/HSL.h"
 #include "hslog/HSLCrashLog.h"
+#include "hslog/HSLLastingLog.h"
 #include "hslog/crash/CrashLogText.h"
+#include "hslog/crash/DeadLogs.h"
 
 #include "CrashLogFixture.h"
 
@@ -72,6 +74,42 @@ public:
         mStatus = status;
         mText = HSL::CrashLog::textOf(mFile.Bytes(), {});
     }
+
+    // The same with a body that need not end: it is killed once it logs on that thread and some time has gone by, and
+    // leaves its log in shared memory.
+    void RunAndKill(const std::function<void()>& body, int thread, int microseconds)
+    {
+        const std::string product = "fallcatch-test-" + std::to_string(getpid());
+        std::fflush(nullptr);
+        const pid_t child = fork();
+        if (child == 0) {
+            if (HSL::MakeLogLast(product.c_str()) != 0) {
+                _exit(101);
+            }
+            SetUp();
+            body();
+            _exit(100);
+        }
+        int status = 0;
+        while (mAccount->returned[thread] == 0 && waitpid(child, &status, WNOHANG) == 0) {
+            usleep(100);
+        }
+        usleep(static_cast<useconds_t>(microseconds));
+        kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+        mStatus = status;
+        for (int i = 0; i < CrashAccount::kThreads; ++i) {
+            mAccount->returnedBefore[i] = mAccount->returned[i];
+        }
+        mText = {};
+        mDeadLogs = HSL::CrashLog::takeDeadLogs(product.c_str(), [this](const HSL::CrashLog::DeadLog& log) {
+            mText = HSL::CrashLog::textOf(log.mFile, {});
+            return true;
+        });
+    }
+
+    // How many logs of killed processes were found.
+    int DeadLogs() const { return mDeadLogs; }
 
     // What the process was ended by; 42 for the handler's own end.
     int ExitStatus() const { return WIFEXITED(mStatus) ? WEXITSTATUS(mStatus) : -WTERMSIG(mStatus); }
@@ -229,6 +267,7 @@ private:
     CrashLogFile mFile;
     HSL::CrashLog::CrashLogText mText;
     int mStatus = 0;
+    int mDeadLogs = 0;
 
 public:
     unsigned int keptBytes = HSL::kKeptBytes;

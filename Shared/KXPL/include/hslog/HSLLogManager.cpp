@@ -4,6 +4,7 @@
 #include "HSLCollectionThread.h"
 #include "HSLForkGuard.h"
 #include "HSLLogContext.h"
+#include "hslog/collect/LastRecord.h"
 #include "hslog/crash/CrashLedger.h"
 #include "hslog/record/HSLRecord.h"
 
@@ -105,6 +106,10 @@ CLogManager::CLogManager()
     KxTime now;
     now.SetToCurrentTime();
     std::fill(std::begin(mFilter), std::end(mFilter), static_cast<unsigned char>(0));
+    if (mLedger != nullptr) {
+        const RecordTime last = lastRecordTime();
+        mLedger->NoteTime(last.mSeconds, last.mMicroseconds);
+    }
 }
 
 CLogManager::~CLogManager()
@@ -174,8 +179,11 @@ CLogContext* CLogManager::MakeTLSContext()
     // msThis, not this: in a module that adopted a manager the context belongs to the adopted one.
     CLogManager* manager = Instance();
     const std::string name = "TID " + currentThreadNumber();
-    auto made = std::make_unique<CLogContext>(name.c_str(), static_cast<int>(manager->mDefaultContextSize),
-                                              CLogContext::MallocFunc, CLogContext::FreeFunc);
+    const CrashLog::LastingMemory* lasting = CrashLog::gLastingMemory;
+    auto made =
+        std::make_unique<CLogContext>(name.c_str(), static_cast<int>(manager->mDefaultContextSize),
+                                      lasting != nullptr ? lasting->mallocRing : CLogContext::MallocFunc,
+                                      lasting != nullptr ? lasting->freeRing : CLogContext::FreeFunc);
     manager->AdoptTLSContext(made.get());
     CLogContext* context = made.release();
     mTLSContext.Set(context);
@@ -228,6 +236,9 @@ void CLogManager::SetEnable(bool on)
 void CLogManager::SetFilterValue(unsigned char cat, bool on)
 {
     KxStoreRelaxed(mFilter[cat], static_cast<unsigned char>(on));
+    if (mLedger != nullptr) {
+        mLedger->NoteFilterValue(cat, on);
+    }
 }
 
 bool CLogManager::RegisterCategoryRange(int first, int last)

@@ -54,6 +54,7 @@ struct Workspace {
     std::string contextName;  // the structured callback's copy
     int* remaining = nullptr; // of the context that a pass is at
     CrashLog::KeptLines* kept = nullptr;
+    CrashLog::Ledger* ledger = nullptr;
 };
 
 // The time of the record processed last, from any context and any manager of this module.
@@ -105,9 +106,18 @@ void handOver(Workspace& workspace, RingCursor& ring, unsigned int seconds, unsi
     ring.Publish();
     sLastSecs = seconds;
     sLastMicros = microseconds;
+    if (workspace.ledger != nullptr) {
+        workspace.ledger->NoteTime(seconds, microseconds);
+    }
     if (workspace.remaining != nullptr) {
         --*workspace.remaining;
     }
+}
+
+void useLedger(Workspace& workspace, CrashLog::Ledger* ledger)
+{
+    workspace.ledger = ledger;
+    workspace.kept = ledger != nullptr ? ledger->Kept() : nullptr;
 }
 
 void appendIndentation(TextBuffer& line, unsigned char depth)
@@ -373,7 +383,7 @@ bool CLogManager::Collect()
         abandonStuckRings(*this, infos, workspace);
     }
 
-    workspace.kept = mLedger != nullptr ? mLedger->Kept() : nullptr;
+    useLedger(workspace, mLedger);
     for (long long output = 0; output < total && !merge.IsEmpty(); ++output) {
         ContextInPass& next = *merge.First();
         CLogContext* context = contextOf(mContexts, next);
@@ -397,6 +407,9 @@ bool CLogManager::Collect()
         }
     }
 
+    if (mLedger != nullptr) {
+        mLedger->NoteSequence(KxLoadRelaxed(mSequence));
+    }
     if (total > 0 && mLedger != nullptr && GetOutputCallbackType() == kPlainCallback) {
         // Asked for already, for a line's header.
         mLedger->NoteZone(sLastSecs, workspace.clock.TimeOfDay(sLastSecs));
@@ -409,7 +422,7 @@ void CLogManager::OutputNextMessage(CLogContext* context, int seqNum)
 {
     RingCursor ring(controlOf(context->mBuffer));
     Workspace workspace;
-    workspace.kept = mLedger != nullptr ? mLedger->Kept() : nullptr;
+    useLedger(workspace, mLedger);
     outputRecord(*this, *context, ring, seqNum, workspace);
 }
 

@@ -22,6 +22,8 @@ constexpr std::uint32_t kSharesDropped = 16;
 
 // Reserved, not used: pages cost nothing until something lies in them.
 constexpr std::size_t kLedgerBytes = 4u << 20;
+// As much as lasting memory is asked for at a time.
+constexpr std::size_t kCommitBytes = 64u << 10;
 constexpr std::size_t kLongestText = 65535;
 
 unsigned int sizeClass(std::size_t size)
@@ -35,7 +37,10 @@ unsigned int sizeClass(std::size_t size)
 
 } // namespace
 
+const std::size_t Ledger::kCommittedAtFirst = (sizeof(Ledger) / kCommitBytes + 1) * kCommitBytes;
+
 std::uintptr_t gNewestLedger = 0;
+const LastingMemory* gLastingMemory = nullptr;
 std::uint32_t gKeptBytes = 0;
 
 // Overwritten entries are let go before a byte of them changes, and an entry counts once all of it lies there.
@@ -101,7 +106,12 @@ std::uint32_t KeptLines::SizeAt(std::uint32_t position)
 
 Ledger* Ledger::Make(const int& sequence, const unsigned char (&filter)[256])
 {
-    void* memory = mmap(nullptr, kLedgerBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON, -1, 0);
+    const LastingMemory* lasting = gLastingMemory;
+    void* memory = lasting != nullptr ? lasting->makeLedger(kLedgerBytes, kCommittedAtFirst) : nullptr;
+    if (memory == nullptr) {
+        lasting = nullptr;
+        memory = mmap(nullptr, kLedgerBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON, -1, 0);
+    }
     if (memory == MAP_FAILED) {
         return nullptr;
     }
@@ -109,6 +119,8 @@ Ledger* Ledger::Make(const int& sequence, const unsigned char (&filter)[256])
     Ledger* ledger = static_cast<Ledger*>(memory);
     ledger->mBegin = reinterpret_cast<std::uintptr_t>(memory);
     ledger->mBytes = kLedgerBytes;
+    ledger->mCommitted = static_cast<std::uint32_t>(lasting != nullptr ? kCommittedAtFirst : kLedgerBytes);
+    ledger->mLasting = lasting;
     ledger->mUsed = sizeof(Ledger);
     ledger->mSequenceAt = reinterpret_cast<std::uintptr_t>(&sequence);
     ledger->mFilterAt = reinterpret_cast<std::uintptr_t>(&filter);
@@ -131,7 +143,24 @@ void Ledger::Destroy(Ledger* ledger)
     if (ledger->mKeptBytes != 0) {
         munmap(ledger->Kept(), ledger->mKeptBytes);
     }
-    munmap(ledger, ledger->mBytes);
+    if (ledger->mLasting != nullptr) {
+        ledger->mLasting->endLedger(ledger);
+    } else {
+        munmap(ledger, ledger->mBytes);
+    }
+}
+
+// The first `bytes` can be written to; false when they cannot.
+bool Ledger::Commit(std::size_t bytes)
+{
+    if (bytes > mCommitted) {
+        const std::size_t more = ((bytes - mCommitted - 1) / kCommitBytes + 1) * kCommitBytes;
+        if (!mLasting->commit(reinterpret_cast<void*>(mBegin + mCommitted), more)) {
+            return false;
+        }
+        mCommitted += static_cast<std::uint32_t>(more);
+    }
+    return true;
 }
 
 void* Ledger::Allocate(std::size_t size)
@@ -143,7 +172,7 @@ void* Ledger::Allocate(std::size_t size)
         return block;
     }
     const std::size_t rounded = std::size_t { 1 } << logarithm;
-    if (size > rounded || rounded > mBytes - mUsed) {
+    if (size > rounded || rounded > mBytes - mUsed || !Commit(mUsed + rounded)) {
         return nullptr;
     }
     void* block = reinterpret_cast<void*>(mBegin + mUsed);
@@ -254,6 +283,11 @@ void Ledger::AddFormat(bool isNarrow, const char* text)
     mLastFormat = address;
 }
 
+void Ledger::NoteFilterValue(unsigned char category, bool on)
+{
+    KxStoreRelaxed(mFilter[category], static_cast<std::uint8_t>(on));
+}
+
 void Ledger::NoteZone(long long seconds, const KxTimeOfDay& local)
 {
     // Days since 1 March of a year 0, in which leap days come last.
@@ -282,7 +316,11 @@ bool Ledger::KeepLines(std::uint32_t bytes)
         size *= 2;
     }
     const std::size_t whole = sizeof(KeptLines) + size;
-    KeptLines* kept = static_cast<KeptLines*>(Allocate(whole));
+    KeptLines* kept =
+        static_cast<KeptLines*>(mLasting != nullptr ? mLasting->makeLines(whole) : Allocate(whole));
+    if (kept == nullptr && mLasting != nullptr) {
+        return false;
+    }
     if (kept == nullptr) {
         void* memory = mmap(nullptr, whole, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON, -1, 0);
         if (memory == MAP_FAILED) {

@@ -58,12 +58,27 @@ private:
     std::uint32_t SizeAt(std::uint32_t position);
 };
 
+// Memory that outlives the process, for ledgers and rings to lie in. All of it holds zeros at first.
+struct LastingMemory {
+    // Of `size` bytes, of which the first `used` can be written to. Null for none.
+    void* (*makeLedger)(std::size_t size, std::size_t used);
+    void (*endLedger)(void* ledger);
+    // Makes sure that bytes of the ledger's can be written to.
+    bool (*commit)(void* from, std::size_t size);
+    // Null for none. Not given back before the ledger has ended.
+    void* (*makeLines)(std::size_t size);
+    // As a context wants them; from the heap where there is no lasting memory left.
+    void* (*mallocRing)(int size);
+    void (*freeRing)(void* ring, int size);
+};
+
 // Every change is made under the manager's lock or, where said, by the collection pass, which holds it. Nothing
 // here throws; what there is no memory for is counted.
 struct Ledger {
     static constexpr std::uint64_t kMark = 0x7265646745485348; // anything that memory is unlikely to hold
     static constexpr std::uint32_t kMostContexts = 4096;
     static constexpr std::size_t kMostFormats = 32768;
+    static const std::size_t kCommittedAtFirst; // of lasting memory
 
     // Null when there is no memory. The two are fields of the manager that this is an account of.
     static Ledger* Make(const int& sequence, const unsigned char (&filter)[256]);
@@ -75,6 +90,15 @@ struct Ledger {
     void AddFormat(bool isNarrow, const char* text);
     // Once; `bytes` is rounded up to a power of two. False without memory.
     bool KeepLines(std::uint32_t bytes);
+    // What the log call and the pass have for themselves, told here for whoever cannot see the manager any more.
+    void NoteFilterValue(unsigned char category, bool on);
+    void NoteSequence(std::int32_t sequence) { mSequence = sequence; }
+    // Of the record output last.
+    void NoteTime(std::uint32_t seconds, std::uint32_t microseconds)
+    {
+        mLastSeconds = seconds;
+        mLastMicroseconds = microseconds;
+    }
     // Takes the distance from local time to UTC from a time and what it is here.
     void NoteZone(long long seconds, const KxTimeOfDay& local);
     KeptLines* Kept() { return reinterpret_cast<KeptLines*>(mKept); }
@@ -90,7 +114,11 @@ struct Ledger {
     std::int32_t mZoneOffset;   // seconds that local time is ahead of UTC; set by the collection pass
     std::uint32_t mLastSeconds; // of the record output last; set by the collection pass
     std::uint32_t mLastMicroseconds;
-    std::uint32_t mKeptBytes;
+    std::uint32_t mKeptBytes;      // of lines that lie in memory of their own, which is not lasting
+    std::uint32_t mCommitted;      // of mBytes, from the start
+    const LastingMemory* mLasting; // null: this lies in memory of the process's own
+    std::int32_t mSequence;        // as the last pass found it
+    std::uint8_t mFilter[256];
     std::uintptr_t mSequenceAt; // of the manager's fields
     std::uintptr_t mFilterAt;
     std::uintptr_t mFirstFormat;
@@ -100,6 +128,7 @@ struct Ledger {
     LedgerSlot mSlots[kMostContexts];
 
 private:
+    bool Commit(std::size_t bytes);
     void* Allocate(std::size_t size);
     void Free(void* block, std::size_t size);
     LedgerText* MakeText(const char* text);
@@ -108,6 +137,9 @@ private:
 
 // The address of the ledger that this module made last, for a crash that has overwritten the manager; 0 for none.
 extern std::uintptr_t gNewestLedger;
+
+// Where new ledgers and the rings of threads lie; null for memory of the process's own.
+extern const LastingMemory* gLastingMemory;
 
 // What new managers of this module keep of their lines; 0 for nothing.
 extern std::uint32_t gKeptBytes;

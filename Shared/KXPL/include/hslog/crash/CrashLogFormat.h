@@ -25,6 +25,7 @@
 #define HSLOG_CRASH_CRASH_LOG_FORMAT_H
 
 #include <cstdint>
+#include <cstring>
 
 namespace HSL {
 namespace CrashLog {
@@ -78,6 +79,24 @@ struct KeptLineHead {
     std::uint8_t mUnused[4];
 };
 static_assert(sizeof(KeptLineHead) == 48, "the same on every build");
+
+// The fields of a section, put together before they are written.
+class SectionFields {
+public:
+    template <typename T> SectionFields& Add(const T& field)
+    {
+        std::memcpy(mBytes + mSize, &field, sizeof field);
+        mSize += static_cast<std::uint32_t>(sizeof field);
+        return *this;
+    }
+
+    const unsigned char* Bytes() const { return mBytes; }
+    std::uint32_t Size() const { return mSize; }
+
+private:
+    unsigned char mBytes[kStateSize];
+    std::uint32_t mSize = 0;
+};
 
 } // namespace CrashLog
 } // namespace HSL
