@@ -1,12 +1,11 @@
 """What the framework's binary and its debug information hold, slice by slice."""
 
-import hashlib
 import re
-import struct
 import subprocess
 import unittest
 
 import lief
+
 from image import slices
 from support import (
     ALL_SLICES,
@@ -147,33 +146,3 @@ class ThirtyTwoBitSlice(unittest.TestCase):
         data = self.binary.get_segment("__DATA")
         self.assertLess(data.file_size, 0x2000)
         self.assertGreater(data.virtual_size, 0x40000)
-
-
-class Signature(unittest.TestCase):
-    """arm64 Macs refuse code whose pages do not match its signature."""
-
-    def test_of_arm64_matches_its_pages(self):
-        binary = slices(BINARY)["arm64"]
-        self.assertTrue(binary.has_code_signature)
-        blob = bytes(binary.code_signature.content)
-        code = BINARY.read_bytes()[binary.fat_offset:]
-        directory = self.code_directory(blob)
-        (_magic, _length, _version, flags, hashes, _identifier, _special, pages, limit, hash_size, hash_type,
-         _platform, page_shift) = struct.unpack_from(">9I4B", directory)
-        self.assertTrue(flags & 0x2, "ad hoc")
-        self.assertEqual((hash_size, hash_type), (32, 2), "SHA-256")
-        self.assertEqual(limit, binary.code_signature.data_offset)
-        page = 1 << page_shift
-        for i in range(pages):
-            expected = directory[hashes + 32 * i:hashes + 32 * (i + 1)]
-            actual = hashlib.sha256(code[i * page:min((i + 1) * page, limit)]).digest()
-            self.assertEqual(actual, expected, f"page {i}")
-
-    def code_directory(self, blob):
-        magic, _length, count = struct.unpack_from(">3I", blob)
-        self.assertEqual(magic, 0xFADE0CC0)
-        for i in range(count):
-            kind, offset = struct.unpack_from(">2I", blob, 12 + 8 * i)
-            if kind == 0:
-                return blob[offset:]
-        raise AssertionError("no code directory")

@@ -59,7 +59,8 @@ class OtherFolder(unittest.TestCase):
             run("cmake", "--preset", "macos-x86_64", folder=folder)
             run("cmake", "--build", "--preset", "macos-x86_64", "--parallel", JOBS, folder=folder)
             for name in ("fallcatch.framework/fallcatch",
-                         "fallcatch.framework.dSYM/Contents/Resources/DWARF/fallcatch"):
+                         "fallcatch.framework.dSYM/Contents/Resources/DWARF/fallcatch",
+                         "libfallcatch_static.a", "../../../KXPL/libkxpl.a"):
                 here = BUILD / "macos-x86_64" / GLUE / name
                 there = Path(folder) / "build/macos-x86_64" / GLUE / name
                 self.assertEqual(here.read_bytes() == there.read_bytes(), True, name)

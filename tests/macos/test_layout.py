@@ -36,6 +36,8 @@ class Layout(unittest.TestCase):
                 path = Path(folder) / name
                 key = str(path.relative_to(FRAMEWORK))
                 found[key] = os.readlink(path) if path.is_symlink() else "folder" if path.is_dir() else "file"
+        if "Versions/A/_CodeSignature" in found:
+            del found["Versions/A/_CodeSignature"], found["Versions/A/_CodeSignature/CodeResources"]
         self.assertEqual(found, {
             "Headers": "Versions/Current/Headers",
             "Modules": "Versions/Current/Modules",
