@@ -27,9 +27,9 @@ def plain_text(heading: Token) -> str:
     return "".join(child.content for child in heading.children or [] if child.type in ("text", "code_inline"))
 
 
-def anchors(page: Path) -> set[str]:
-    """The names by which a link can reach a page's headings."""
-    found: set[str] = set()
+def anchors(page: Path) -> list[str]:
+    """The names by which a link can reach a page's headings, in their order."""
+    found: list[str] = []
     parsed = tokens(page)
     for before, token in zip(parsed, parsed[1:], strict=False):
         if before.type != "heading_open":
@@ -39,7 +39,7 @@ def anchors(page: Path) -> set[str]:
         while name in found:
             number += 1
             name = f"{base}-{number}"
-        found.add(name)
+        found.append(name)
     return found
 
 

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <sstream>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
@@ -35,6 +36,19 @@ void redirect(const std::string& path, int flags, int number)
 bool endsWith(const std::string& text, const std::string& end)
 {
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+// What a build that counts its branches says where it cannot open its files is no word of the host's.
+std::string withoutCounts(const std::string& text)
+{
+    std::istringstream lines(text);
+    std::string kept;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.rfind("profiling:", 0) != 0) {
+            kept += line + "\n";
+        }
+    }
+    return kept.size() <= text.size() ? kept : text; // a last line without its end stays so
 }
 
 int waitForEnd(pid_t child)
@@ -116,7 +130,7 @@ Ended CrashSandbox::finish(int status) const
     ended.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     ended.status = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
     ended.out = ReadFile(mFolder / "out");
-    ended.err = ReadFile(mFolder / "err");
+    ended.err = withoutCounts(ReadFile(mFolder / "err"));
     return ended;
 }
 

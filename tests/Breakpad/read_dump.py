@@ -2,8 +2,9 @@
 
 usage: read_dump.py breakpad|rust|lldb PROGRAM DUMP HOST SYMBOLS
 
-The first line is the reason, the second the thread's number from 0 on; then a line for each frame of the host's own
-that has a source: function, blank, file name, colon, line; innermost first, with the functions that were put into others.
+The first line is the reason, the second the thread's number from 0 on; then a line for each frame of the host's
+own that has a source: function, blank, file name, colon, line; innermost first, with the functions that
+were put into others.
 """
 
 import json

@@ -58,11 +58,11 @@ typedef struct cb_control {
     unsigned int read_offset;   // oldest stored element
     unsigned int write_offset;  // slot that the next element goes to
     cb_malloc_func malloc_func; // null when the caller supplied the memory
-    cb_free_func free_func;
-    cb_copy_func copy_func; // null: writes copy byte by byte
-    unsigned char flags;
-    unsigned char first_error; // first code recorded since the last clear
-    unsigned char last_error;  // most recent code recorded
+    cb_free_func free_func;     // likewise
+    cb_copy_func copy_func;     // null: writes copy byte by byte
+    unsigned char flags;        // CB_FLAG_ bits
+    unsigned char first_error;  // first code recorded since the last clear
+    unsigned char last_error;   // most recent code recorded
 } cb_control;
 
 // Bytes that a ring needs, header included: (numElem + 1) * elemSize + header, in 32-bit arithmetic that
@@ -83,7 +83,9 @@ unsigned int cb_initialize_with_buffer(cb_control* memory, unsigned int elemSize
 // the caller's memory reads as an empty ring of element size 0 afterwards.
 unsigned int cb_destroy(cb_control* control);
 
+// Null: copy byte by byte, as at first.
 unsigned int cb_set_copy_func(cb_control* control, cb_copy_func copyFunc);
+// Set, and clear, the bits that are named.
 unsigned int cb_set_flags(cb_control* control, unsigned char bits);
 unsigned int cb_clear_flags(cb_control* control, unsigned char bits);
 // The flags, or 4 without a control block, which cannot be told from flags of value 4.

@@ -2,6 +2,7 @@
 #ifndef FALLCATCH_VERSION_H
 #define FALLCATCH_VERSION_H
 
+/* Its three numbers: what each promises is told in CHANGELOG.md. */
 #define FALLCATCH_VERSION_MAJOR 1
 #define FALLCATCH_VERSION_MINOR 0
 #define FALLCATCH_VERSION_PATCH 0
@@ -10,10 +11,11 @@
 #define FALLCATCH_VERSION_NUMBER                                                                               \
     (FALLCATCH_VERSION_MAJOR * 10000 + FALLCATCH_VERSION_MINOR * 100 + FALLCATCH_VERSION_PATCH)
 
-/* A text: "1.0.0". A build that defines it already, as the sender's does, says the same. */
 #ifndef FALLCATCH_VERSION
 #define FALLCATCH_VERSION_TEXT_(major, minor, patch) #major "." #minor "." #patch
+/* Three numbers, or macros that stand for them, as a text. */
 #define FALLCATCH_VERSION_TEXT(major, minor, patch) FALLCATCH_VERSION_TEXT_(major, minor, patch)
+/* A text: "1.0.0". A build that defines it already, as the sender's does, says the same. */
 #define FALLCATCH_VERSION                                                                                      \
     FALLCATCH_VERSION_TEXT(FALLCATCH_VERSION_MAJOR, FALLCATCH_VERSION_MINOR, FALLCATCH_VERSION_PATCH)
 #endif

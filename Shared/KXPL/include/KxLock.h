@@ -23,13 +23,14 @@ public:
     // Always true, also when the mutex could not be made and nothing was released.
     virtual bool Unlock();
 
-    std::string mName;
-    KxMutex mMutex;
+    std::string mName; // for people; nothing depends on it
+    KxMutex mMutex;    // does the work
 };
 
 // Holds a KxLock for a scope, so that it is released when an allocation throws.
 class KxLockGuard {
 public:
+    // Waits for the lock.
     explicit KxLockGuard(KxLock& lock)
         : mLock(lock)
     {

@@ -18,7 +18,7 @@ struct KxMutexPlatformData {
     KxMutexPlatformData(const KxMutexPlatformData&) = delete;
     KxMutexPlatformData& operator=(const KxMutexPlatformData&) = delete;
 
-    pthread_mutex_t mMutex;
+    pthread_mutex_t mMutex;    // made unless mStatus says otherwise
     pthread_mutexattr_t mAttr; // kept for the mutex's whole life
     int mStatus;               // result of the most recent pthread call that set it; 0 = healthy
 };
@@ -42,7 +42,7 @@ public:
     // Only for the thread that holds the mutex.
     void Unlock();
 
-    std::string mName;
+    std::string mName;                  // for people; nothing depends on it
     int mLockCount;                     // locks not yet matched by Unlock; changes only while the mutex is held
     KxMutexPlatformData* mPlatformData; // owned
 };

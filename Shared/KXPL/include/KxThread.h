@@ -58,6 +58,7 @@ public:
 
     // Remembers the calling thread as the main thread; to be called there before IsMainThread means anything.
     static void Initialize();
+    // Who calls, whether that is the main thread, and which one that is (zero before Initialize).
     static pthread_t GetCurrentId();
     static bool IsMainThread();
     static pthread_t MainThreadID();
@@ -72,7 +73,7 @@ public:
     // Run in order at the start of every thread, on it. Functions that one of them adds are run too. Must not
     // be changed in any other way while threads are being started.
     static std::vector<void (*)()> mAtStartFunctions;
-    static pthread_t msMainThreadID;
+    static pthread_t msMainThreadID; // what MainThreadID returns
 
     // "unnamed"; an empty name shows as "BONEHEAD". Linux shows its first 15 bytes, macOS none that is longer than 63.
     std::string mName;

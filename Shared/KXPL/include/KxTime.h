@@ -11,8 +11,8 @@ struct KxTime {
     // result is negative.
     void SetToCurrentTime();
 
-    bool mIsInfinite = false; // endless; the count is then ignored
-    long long mMicroseconds = 0;
+    bool mIsInfinite = false;    // endless; the count is then ignored
+    long long mMicroseconds = 0; // a span, or a point in time since 1970 UTC; may be negative
 };
 
 // The "Duration" of the Carbon interfaces: positive milliseconds or negative microseconds, in 32 bits.

@@ -23,6 +23,7 @@ enum ConversionFlags : unsigned int {
     lenientConversion = 1
 };
 
+// How a conversion ended.
 enum ConversionResult {
     conversionOK = 0,    // the whole source was converted
     sourceExhausted = 1, // the source ends inside a character

@@ -48,6 +48,7 @@ HSL_AT_CALL inline void HSLog(const CCat& cat, const char* format)
     }
 }
 
+// The same with one value.
 HSL_AT_CALL inline void HSLog(const CCat& cat, const char* format, const CValue& value)
 {
     const bool isPlain = IsPlainHere(cat) && IsTypeKnownHere(value);

@@ -44,6 +44,7 @@ public:
     // A larger maximum counts as this.
     static constexpr std::size_t kLargestMaximum = 4000;
 
+    // maximum: in bytes. A longer text is copied, cut to what fits.
     explicit Bounded(const Unit* text, std::size_t maximum = kUsualMaximum)
         : mText(text)
     {
@@ -58,6 +59,7 @@ public:
         }
     }
 
+    // Up to its first zero unit.
     explicit Bounded(const std::basic_string<Unit>& text, std::size_t maximum = kUsualMaximum)
         : Bounded(text.c_str(), maximum)
     {
@@ -66,6 +68,7 @@ public:
     Bounded(const Bounded&) = delete;
     Bounded& operator=(const Bounded&) = delete;
 
+    // What a log call takes.
     operator CValue() const { return CValue(mText); }
 
     // The bounded text, terminated; valid as long as the object. Null only for a null UTF-16 text.

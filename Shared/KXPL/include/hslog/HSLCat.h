@@ -15,13 +15,15 @@ public:
     // A record carries at most this many codes; the collector keeps no more.
     static constexpr int kMaxCodes = 10;
 
-    CCat(unsigned char code) // implicit, so that a call may name the bare code
+    // Of one code. Implicit, so that a call may name the bare code.
+    CCat(unsigned char code)
         : mCount(1)
         , mCodes { code }
     {
     }
     ~CCat() = default;
 
+    // Copies are the same.
     CCat(const CCat&) = default;
     CCat& operator=(const CCat&) = default;
 
@@ -36,8 +38,8 @@ public:
     // Number of codes that count: mCount, at most kMaxCodes.
     unsigned char UsableCount() const { return mCount < kMaxCodes ? mCount : kMaxCodes; }
 
-    unsigned char mCount;
-    unsigned char mCodes[kMaxCodes];
+    unsigned char mCount;            // of codes; see UsableCount
+    unsigned char mCodes[kMaxCodes]; // the first mCount of them are set
 };
 
 } // namespace HSL

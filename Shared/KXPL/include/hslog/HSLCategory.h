@@ -25,14 +25,15 @@ namespace HSL {
 class Category {
 public:
     constexpr Category() = default;
+    // Seven codes from `first` on, one a level, whoever registered them; 0 for the levels themselves.
     constexpr explicit Category(unsigned char first)
         : mFirst(first)
     {
     }
 
+    // Whether it has codes of its own, and the code of each of its levels.
     constexpr bool IsRegistered() const { return mFirst != 0; }
     constexpr unsigned char At(Level level) const { return static_cast<unsigned char>(mFirst + CodeOf(level)); }
-
     constexpr unsigned char UltraVerbose() const { return At(Level::kUltraVerbose); }
     constexpr unsigned char Verbose() const { return At(Level::kVerbose); }
     constexpr unsigned char Chatty() const { return At(Level::kChatty); }
@@ -74,6 +75,7 @@ class LevelFilter {
 public:
     // On failure nothing has changed.
     bool Set(const char* list, std::string* problem = nullptr);
+    // Whether a call of that category ("" for none) and level is on the list.
     bool Passes(const std::string& category, Level level) const;
 
 private:
@@ -88,8 +90,8 @@ private:
 // nobody registered is of level "Info"; its name is the one that SetCategoryName gave it, or "". Only while the
 // lock is held or no thread registers anything, as in a callback.
 struct CategoryAndLevel {
-    std::string mName;
-    Level mLevel;
+    std::string mName; // "" for the levels themselves
+    Level mLevel;      // "Info" for a code that nobody registered
 };
 CategoryAndLevel WhatCodeStandsFor(unsigned char code);
 

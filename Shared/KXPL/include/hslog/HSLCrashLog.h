@@ -29,6 +29,7 @@ namespace HSL {
 // lines.
 int WriteCrashLog(int file);
 
+// What KeepLines keeps unless told otherwise.
 constexpr unsigned int kKeptBytes = 65536;
 
 // Keeps the newest rendered lines in memory, at least `bytes` of them (rounded up to a power of two; at most 1

@@ -14,6 +14,7 @@
 
 namespace HSL {
 
+// The most that an object grows to unless told otherwise, and the bounds of what it may be told.
 constexpr unsigned int kLastingBytes = 32u << 20;
 constexpr unsigned int kLeastLastingBytes = 8u << 20;
 constexpr unsigned int kMostLastingBytes = 1u << 30;
@@ -40,6 +41,7 @@ int MakeLogLast(const char* product, unsigned int bytes = kLastingBytes);
 void* LastingMalloc(int size);
 void LastingFree(void* block, int size);
 
+// What a dead process left.
 struct CDeadLog {
     int mProcess;       // its number, which another process may have by now
     long long mStarted; // when it called Initialize, seconds since 1970 UTC

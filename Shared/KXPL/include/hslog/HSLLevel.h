@@ -21,13 +21,15 @@ enum class Level : unsigned char {
     kCatastrophy
 };
 
-constexpr int kLevels = 7;
+constexpr int kLevels = 7; // their number
 
+// What a log call names, as a category's code: a level, a code of one's own (0 to 255), or a CCat as it is.
 constexpr unsigned char CodeOf(Level level)
 {
     return static_cast<unsigned char>(level);
 }
 
+// A code of one's own.
 template <typename Integer> constexpr unsigned char CodeOf(Integer code)
 {
     return static_cast<unsigned char>(code);
@@ -37,15 +39,19 @@ template <typename Integer> constexpr unsigned char CodeOf(Integer code)
 // more.
 struct LeftOut { };
 
+// Stays what it is.
 constexpr LeftOut CodeOf(LeftOut)
 {
     return {};
 }
 
+// Whether a call that names such a category is compiled.
 template <typename Category> inline constexpr bool kIsCompiled = !std::is_same<Category, const LeftOut>::value;
 
+// A level as a type.
 template <int kLevel> using LevelNumber = std::integral_constant<int, kLevel>;
 
+// The level, or LeftOut where it is below the least.
 template <int kLeast, int kLevel> constexpr auto LevelFrom(LevelNumber<kLevel>)
 {
     if constexpr (kLevel >= kLeast) {
@@ -55,6 +61,7 @@ template <int kLeast, int kLevel> constexpr auto LevelFrom(LevelNumber<kLevel>)
     }
 }
 
+// Codes of one's own, as they are.
 inline const CCat& CodeOf(const CCat& cat)
 {
     return cat;

@@ -49,6 +49,7 @@
 #include "detail/HSLLogLimit.h"
 
 #ifndef HSL_LEAST_LEVEL
+// Levels below this number are left out of a program; to be defined before the first include, the same everywhere.
 #define HSL_LEAST_LEVEL 0
 #endif
 
@@ -76,36 +77,43 @@
 #define HSL_ERROR(...) HSL_AT_LEVEL_(5, HSL_LOG, __VA_ARGS__)
 #define HSL_CATASTROPHY(...) HSL_AT_LEVEL_(6, HSL_LOG, __VA_ARGS__)
 
+// HSL_LOG's variants at the level "Ultra Verbose".
 #define HSL_ULTRA_VERBOSE_IF(...) HSL_AT_LEVEL_(0, HSL_LOG_IF, __VA_ARGS__)
 #define HSL_ULTRA_VERBOSE_EVERY_N(...) HSL_AT_LEVEL_(0, HSL_LOG_EVERY_N, __VA_ARGS__)
 #define HSL_ULTRA_VERBOSE_EVERY_MS(...) HSL_AT_LEVEL_(0, HSL_LOG_EVERY_MS, __VA_ARGS__)
 #define HSL_ULTRA_VERBOSE_ONCE(...) HSL_AT_LEVEL_(0, HSL_LOG_ONCE, __VA_ARGS__)
 
+// HSL_LOG's variants at the level "Verbose".
 #define HSL_VERBOSE_IF(...) HSL_AT_LEVEL_(1, HSL_LOG_IF, __VA_ARGS__)
 #define HSL_VERBOSE_EVERY_N(...) HSL_AT_LEVEL_(1, HSL_LOG_EVERY_N, __VA_ARGS__)
 #define HSL_VERBOSE_EVERY_MS(...) HSL_AT_LEVEL_(1, HSL_LOG_EVERY_MS, __VA_ARGS__)
 #define HSL_VERBOSE_ONCE(...) HSL_AT_LEVEL_(1, HSL_LOG_ONCE, __VA_ARGS__)
 
+// HSL_LOG's variants at the level "Chatty".
 #define HSL_CHATTY_IF(...) HSL_AT_LEVEL_(2, HSL_LOG_IF, __VA_ARGS__)
 #define HSL_CHATTY_EVERY_N(...) HSL_AT_LEVEL_(2, HSL_LOG_EVERY_N, __VA_ARGS__)
 #define HSL_CHATTY_EVERY_MS(...) HSL_AT_LEVEL_(2, HSL_LOG_EVERY_MS, __VA_ARGS__)
 #define HSL_CHATTY_ONCE(...) HSL_AT_LEVEL_(2, HSL_LOG_ONCE, __VA_ARGS__)
 
+// HSL_LOG's variants at the level "Info".
 #define HSL_INFO_IF(...) HSL_AT_LEVEL_(3, HSL_LOG_IF, __VA_ARGS__)
 #define HSL_INFO_EVERY_N(...) HSL_AT_LEVEL_(3, HSL_LOG_EVERY_N, __VA_ARGS__)
 #define HSL_INFO_EVERY_MS(...) HSL_AT_LEVEL_(3, HSL_LOG_EVERY_MS, __VA_ARGS__)
 #define HSL_INFO_ONCE(...) HSL_AT_LEVEL_(3, HSL_LOG_ONCE, __VA_ARGS__)
 
+// HSL_LOG's variants at the level "Warning".
 #define HSL_WARNING_IF(...) HSL_AT_LEVEL_(4, HSL_LOG_IF, __VA_ARGS__)
 #define HSL_WARNING_EVERY_N(...) HSL_AT_LEVEL_(4, HSL_LOG_EVERY_N, __VA_ARGS__)
 #define HSL_WARNING_EVERY_MS(...) HSL_AT_LEVEL_(4, HSL_LOG_EVERY_MS, __VA_ARGS__)
 #define HSL_WARNING_ONCE(...) HSL_AT_LEVEL_(4, HSL_LOG_ONCE, __VA_ARGS__)
 
+// HSL_LOG's variants at the level "Error".
 #define HSL_ERROR_IF(...) HSL_AT_LEVEL_(5, HSL_LOG_IF, __VA_ARGS__)
 #define HSL_ERROR_EVERY_N(...) HSL_AT_LEVEL_(5, HSL_LOG_EVERY_N, __VA_ARGS__)
 #define HSL_ERROR_EVERY_MS(...) HSL_AT_LEVEL_(5, HSL_LOG_EVERY_MS, __VA_ARGS__)
 #define HSL_ERROR_ONCE(...) HSL_AT_LEVEL_(5, HSL_LOG_ONCE, __VA_ARGS__)
 
+// HSL_LOG's variants at the level "Catastrophy".
 #define HSL_CATASTROPHY_IF(...) HSL_AT_LEVEL_(6, HSL_LOG_IF, __VA_ARGS__)
 #define HSL_CATASTROPHY_EVERY_N(...) HSL_AT_LEVEL_(6, HSL_LOG_EVERY_N, __VA_ARGS__)
 #define HSL_CATASTROPHY_EVERY_MS(...) HSL_AT_LEVEL_(6, HSL_LOG_EVERY_MS, __VA_ARGS__)

@@ -39,6 +39,7 @@ public:
     CLogContext(const CLogContext&) = delete;
     CLogContext& operator=(const CLogContext&) = delete;
 
+    // The ring's memory; null where there is none.
     static void* MallocFunc(int size);
     static void FreeFunc(void* p, int size); // the size is ignored
 
@@ -184,12 +185,12 @@ public:
     CCircularBuffer* mBuffer;       // owned
     KxCacheLineGap mGapBeforeCount; // KxAtomic.h tells why
     int mRecordCount; // complete records not yet taken; raised by the writer, lowered by the collector
-    KxCacheLineGap mGapBehindCount;
-    std::string mName; // read by the collection pass under the manager's lock
-    int mDepth;        // indentation; the owning thread may change it; recorded as 0 to 255
-    bool mDropping;    // messages are being discarded
-    int mHighWater;    // bytes in the ring from which dropping starts
-    int mLowWater;     // bytes below which it ends
+    KxCacheLineGap mGapBehindCount; // likewise
+    std::string mName;              // read by the collection pass under the manager's lock
+    int mDepth;                     // indentation; the owning thread may change it; recorded as 0 to 255
+    bool mDropping;                 // messages are being discarded
+    int mHighWater;                 // bytes in the ring from which dropping starts
+    int mLowWater;                  // bytes below which it ends
 
     // For the passes of a guarded manager that could not read this ring. The pass asks and leaves ring and count alone
     // from then on; the thread's next call leaves everything behind, and the next pass begins there.
@@ -198,10 +199,10 @@ public:
         kAsked,    // by the pass
         kRestarted // by the thread
     };
-    unsigned char mRestart = kRunning;
-    unsigned int mRestartOffset = 0; // where records begin again, once they do
-    unsigned int mStuckOffset =
-        0; // the pass's: the write position at which it found bytes but no record; else 0
+    unsigned char mRestart = kRunning; // a RestartState
+    unsigned int mRestartOffset = 0;   // where records begin again, once they do
+    // The pass's: the write position at which it found bytes but no record; else 0.
+    unsigned int mStuckOffset = 0;
 
 private:
     friend struct CLogCall; // measures texts by itself

@@ -61,8 +61,10 @@ public:
         kStructuredCallback = 1
     };
 
+    // A registered format.
     struct CFormatStringEntry {
         bool mNarrow; // which of the two holds the text
+        // Empty for the one that does not.
         std::string mString;
         std::wstring mWString;
     };
@@ -95,6 +97,7 @@ public:
     // unloaded, either the owner has cleaned up, or every such thread has ended as a KxThread of that module
     // or called CleanupTLSContext, and then the module has called Cleanup. Records hold no pointers.
     static void Initialize(CLogManager* other);
+    // Whether this module has a manager, made or adopted.
     static bool IsInitialized() { return Instance() != nullptr; }
     // Null before Initialize.
     static CLogManager* Instance()
@@ -124,6 +127,7 @@ public:
         return context != nullptr ? context : MakeTLSContext();
     }
 
+    // Called by a context's constructor and destructor. A pass looks at the contexts between the two.
     void AddContext(CLogContext* context);
     void RemoveContext(CLogContext* context);
     void AdoptTLSContext(CLogContext* context); // the manager owns it from now on
@@ -204,24 +208,25 @@ public:
     void SetGuarded(bool on) { KxStoreRelaxed(mGuarded, on); }
     bool IsGuarded() const { return KxLoadRelaxed(mGuarded); }
 
+    // What Instance() returns, and whether another module made it.
     static CLogManager* msThis;
     static bool msAdopted;
 
-    bool mEnabled;
-    KxLock mLock;
-    std::vector<CLogContext*> mContexts;    // every live context, in the order of registration
-    std::vector<CLogContext*> mTLSContexts; // those that the manager owns
-    std::vector<CFormatStringEntry> mFormatStrings;
-    std::vector<std::string> mCategoryNames;
-    unsigned char mFilter[256];
-    KxThreadLocal<CLogContext*> mTLSContext;
-    KxCacheLineGap mGapBeforeSequence; // KxAtomic.h tells why
-    int mSequence;                     // number of the last record begun; shared by all threads
-    KxCacheLineGap mGapBehindSequence;
-    unsigned int mDefaultContextSize; // bytes; may be set before threads log
-    bool mShutdown;
-    CrashLog::Ledger* mLedger; // for WriteCrashLog; null when there was no memory for it
-    bool mGuarded = false;
+    bool mEnabled;                                  // the master switch
+    KxLock mLock;                                   // held for a whole pass
+    std::vector<CLogContext*> mContexts;            // every live context, in the order of registration
+    std::vector<CLogContext*> mTLSContexts;         // those that the manager owns
+    std::vector<CFormatStringEntry> mFormatStrings; // by id
+    std::vector<std::string> mCategoryNames;        // by code; empty for those without a name
+    unsigned char mFilter[256];                     // by code; 0 holds its messages back
+    KxThreadLocal<CLogContext*> mTLSContext;        // the calling thread's
+    KxCacheLineGap mGapBeforeSequence;              // KxAtomic.h tells why
+    int mSequence;                                  // number of the last record begun; shared by all threads
+    KxCacheLineGap mGapBehindSequence;              // likewise
+    unsigned int mDefaultContextSize;               // bytes; may be set before threads log
+    bool mShutdown;                                 // ends the collection thread behind its next pass
+    CrashLog::Ledger* mLedger;                      // for WriteCrashLog; null when there was no memory for it
+    bool mGuarded = false;                          // see SetGuarded
 
 private:
     CLogContext* MakeTLSContext();

@@ -44,6 +44,7 @@ enum ValueType : unsigned char {
 //    count, which garbles that record and whatever follows it in the thread's ring.
 class CValue {
 public:
+    // One for each tag, in the tags' order.
     CValue(signed char v)
         : mType(kInt8)
     {
@@ -121,6 +122,7 @@ public:
     }
     ~CValue() = default;
 
+    // A copy holds the same pointer.
     CValue(const CValue&) = default;
     CValue& operator=(const CValue&) = default;
 
@@ -128,7 +130,7 @@ public:
     // written alone.
     int Serialize(CCircularBuffer* buffer) const;
 
-    unsigned char mType;
+    unsigned char mType; // a tag, which tells the member below that holds the value
     union {
         signed char mInt8;
         short mInt16;
@@ -145,7 +147,7 @@ public:
         const char* mString;
         const wchar_t* mWString;
         const unsigned short* mUTF16String;
-    } mValue;
+    } mValue; // of the type that mType tells; pointers are the caller's
 };
 
 } // namespace HSL

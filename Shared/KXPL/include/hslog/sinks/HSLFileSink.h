@@ -12,25 +12,27 @@
 namespace HSL {
 namespace Sinks {
 
+// When a file is rotated, whatever its size.
 enum class Period {
     kNever,
-    kHour,
-    kDay // local time, both
+    kHour, // at the full hour
+    kDay   // at midnight; local time, both
 };
 
+// What a host may choose of a file.
 struct FileOptions {
-    std::size_t mRotateBytes = 0; // a file is rotated before it would become larger; 0 for never
-    Period mRotateEvery = Period::kNever;
-    bool mRotateAtStart = false;
-    int mKeep = 5; // rotated files, "NAME.1" being the youngest
+    std::size_t mRotateBytes = 0;         // a file is rotated before it would become larger; 0 for never
+    Period mRotateEvery = Period::kNever; // by the clock, at the first line behind it
+    bool mRotateAtStart = false;          // a file that is there already
+    int mKeep = 5;                        // rotated files, "NAME.1" being the youngest
     // Compresses a rotated file to a second one of its name and mSuffix, which takes its place; false on failure, and
     // then it stays as it is. See HSLGzip.h.
     bool (*mCompress)(const char* from, const char* to) = nullptr;
-    std::string mSuffix = ".gz";
-    bool mSync =
-        false; // waits for the disk each time that lines were written, some milliseconds apart at the least
-    std::size_t mQueueBytes = 4 << 20;
-    std::unique_ptr<Layout> mLayout; // null for the usual pattern
+    std::string mSuffix = ".gz"; // of compressed files
+    // Waits for the disk each time that lines were written, some milliseconds apart at the least.
+    bool mSync = false;
+    std::size_t mQueueBytes = 4 << 20; // the most that waits to be written
+    std::unique_ptr<Layout> mLayout;   // null for the usual pattern
 };
 
 // Opens the file by its first line. Several processes may share a file: each appends whole lines, and one of them

@@ -16,6 +16,7 @@ namespace Sinks {
 class Layout {
 public:
     virtual ~Layout() = default;
+    // Lines come one after the other, on the collection thread.
     virtual void Append(std::string& to, const Line& line) = 0;
 };
 
@@ -25,19 +26,20 @@ public:
 // themselves. Date and time are local.
 extern const char kUsualPattern[];
 
+// hasColours: whether {colour} and {plain} mean anything.
 std::unique_ptr<Layout> MakePatternLayout(const char* pattern = kUsualPattern, bool hasColours = false);
 
 // Names of an object's members; an empty one is left out.
 struct JsonNames {
-    std::string mTime = "timestamp"; // RFC 3339, UTC, with microseconds
-    std::string mLevel = "level";
-    std::string mMessage = "message";
-    std::string mThread = "thread";
+    std::string mTime = "timestamp";    // RFC 3339, UTC, with microseconds
+    std::string mLevel = "level";       // "Info"
+    std::string mMessage = "message";   // without the place of the call
+    std::string mThread = "thread";     // the context's name
     std::string mCategory = "category"; // left out when empty, like the three below
-    std::string mNumber = "number";
-    std::string mFile = "file";
-    std::string mLine = "line";
-    std::string mFunction = "function";
+    std::string mNumber = "number";     // the sequence number
+    std::string mFile = "file";         // the place of the call, if it told it
+    std::string mLine = "line";         // likewise
+    std::string mFunction = "function"; // likewise
 
     // The names that the data model of OpenTelemetry gives the fields of a log record.
     static JsonNames OpenTelemetry();

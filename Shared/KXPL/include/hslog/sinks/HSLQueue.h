@@ -15,8 +15,9 @@ namespace Sinks {
 // more Pushes. Never waits in Push. Its thread takes no signals.
 class Queue {
 public:
-    static constexpr std::size_t kUsualBytes = 4 << 20;
+    static constexpr std::size_t kUsualBytes = 4 << 20; // 4 MiB
 
+    // most: the bytes that may wait.
     explicit Queue(std::size_t most);
     virtual ~Queue() = default;
 
@@ -34,6 +35,7 @@ protected:
     void Start();
     void Stop();
 
+    // On the queue's own thread.
     virtual void Consume(const std::string& bytes) = 0;
 
 private:

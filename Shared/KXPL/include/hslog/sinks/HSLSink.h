@@ -22,24 +22,25 @@ namespace Sinks {
 
 // One message. The texts are valid during the call only.
 struct Line {
-    int mSequence;
+    int mSequence;         // numbers grow by one; a gap tells of dropped messages or of such that do not pass
     unsigned int mSeconds; // since 1970, UTC
-    unsigned int mMicroseconds;
-    Level mLevel;
-    unsigned char mCode;
-    unsigned char mDepth;
+    unsigned int mMicroseconds; // below a million
+    Level mLevel;               // what the code stands for
+    unsigned char mCode;        // the first of the call's codes
+    unsigned char mDepth;       // indentation
     std::string_view mCategory; // empty for calls without one
     std::string_view mThread;   // the context's name
     std::string_view mMessage;  // without the place of the call
     std::string_view mFile;     // the place, if HSL_LOG_SOURCE told it; else empty and 0
-    int mLine;
-    std::string_view mFunction;
+    int mLine;                  // likewise
+    std::string_view mFunction; // likewise
 };
 
 // Must not log, throw, or wait for long. Made and destroyed by the host, written to by the collection thread only.
 class Sink {
 public:
     virtual ~Sink() = default;
+    // Takes a line; what it points to is valid during the call only.
     virtual void Write(const Line& line) = 0;
     // Waits until what was written before is where it belongs, at most so long. Any thread.
     virtual bool Flush(int milliseconds) = 0;

@@ -12,12 +12,15 @@ namespace Sinks {
 // A line from this level on is written at once.
 constexpr Level kUrgent = Level::kError;
 
+// Lays out lines and queues them for Consume, which a sink that derives from it supplies.
 class TextSink : public Sink, protected Queue {
 public:
+    // A null layout is the usual pattern. queueBytes: the most that wait to be consumed.
     TextSink(std::unique_ptr<Layout> layout, std::size_t queueBytes);
 
     // Lines that find no room are counted, and told by a line of their own when there is room again.
     void Write(const Line& line) final;
+    // False when not all of it was consumed in time.
     bool Flush(int milliseconds) final { return Queue::Flush(milliseconds); }
 
 private:
