@@ -46,8 +46,8 @@ WATCHED = {
     },
     "record": {
         HSLOG + "HSLLogContext.cpp": RECORD_TESTS,
-        HSLOG + "record/HSLRecordPlace.cpp": RECORD_TESTS,
-        HSLOG + "detail/HSLRecordPlace.h": RECORD_TESTS,
+        HSLOG + "record/HSLRecordText.cpp": RECORD_TESTS,
+        HSLOG + "detail/HSLRecordFields.h": RECORD_TESTS,
         HSLOG + "HSLLogContext.h": RECORD_TESTS,
         HSLOG + "HSL.cpp": RECORD_TESTS,
         HSLOG + "HSL.h": RECORD_TESTS,

@@ -58,7 +58,9 @@ function(expect_files)
     file(GLOB_RECURSE headers RELATIVE ${prefix}/include ${prefix}/include/*)
     set(expected
         kxpl/CircularBuffer.h kxpl/FallcatchVersion.h kxpl/KxLock.h kxpl/KxMutex.h kxpl/KxThread.h
-        kxpl/KxThreadLocal.h kxpl/KxTime.h kxpl/KxUnicode.h kxpl/detail/KxAtomic.h kxpl/detail/KxHost.h kxpl/hslog/HSL.h
+        kxpl/KxThreadLocal.h kxpl/KxTime.h kxpl/KxUnicode.h
+        kxpl/detail/CircularBufferPlace.h
+        kxpl/detail/KxAtCall.h kxpl/detail/KxAtomic.h kxpl/detail/KxHost.h kxpl/hslog/HSL.h
         kxpl/hslog/HSLBounded.h kxpl/hslog/HSLCrashLog.h
         kxpl/hslog/HSLLastingLog.h kxpl/hslog/HSLCat.h kxpl/hslog/HSLCategory.h kxpl/hslog/HSLCollectionThread.h
         kxpl/hslog/HSLForkGuard.h
@@ -66,7 +68,7 @@ function(expect_files)
         kxpl/hslog/HSLLogManager.h kxpl/hslog/HSLSequence.h kxpl/hslog/HSLValue.h kxpl/hslog/detail/HSLFormatRules.h
         kxpl/hslog/detail/HSLLogCall.h kxpl/hslog/detail/HSLLogLimit.h kxpl/hslog/detail/HSLLogPlan.h
         kxpl/hslog/detail/HSLLogShape.h kxpl/hslog/detail/HSLLogSpec.h kxpl/hslog/detail/HSLLogTypes.h
-        kxpl/hslog/detail/HSLRecordPlace.h kxpl/hslog/detail/HSLTextCut.h kxpl/hslog/sinks/HSLFileSink.h
+        kxpl/hslog/detail/HSLNullText.h kxpl/hslog/detail/HSLRecordFields.h kxpl/hslog/detail/HSLTextCut.h kxpl/hslog/sinks/HSLFileSink.h
         kxpl/hslog/sinks/HSLGzip.h kxpl/hslog/sinks/HSLLayout.h kxpl/hslog/sinks/HSLQueue.h
         kxpl/hslog/sinks/HSLSink.h kxpl/hslog/sinks/HSLStreamSink.h kxpl/hslog/sinks/HSLSystemSink.h
         kxpl/hslog/sinks/HSLTextSink.h)

@@ -177,9 +177,10 @@ public:
 
     cb_control* mControl; // owned; null when there is no ring
 
-private:
-    static constexpr unsigned int kLargestPlainCopy = 32; // more than that is for the copy function
+    // Bytes; writes of more than that are for the copy function.
+    static constexpr unsigned int kLargestPlainCopy = 32;
 
+private:
     // Both do all that is asked of them or nothing. The position never comes to the ring's end here, where it
     // would have to start anew.
     //

@@ -10,8 +10,6 @@ using namespace KXPL;
 
 namespace {
 
-constexpr std::uint32_t kLargestElementPathBytes = 32;
-
 // Bytes of `count` elements in 32-bit arithmetic. Where the product wraps, whole elements are kept so that
 // the write position never leaves the grid of slots.
 std::uint32_t bytesOffered(const cb_control* control, int count)
@@ -104,7 +102,7 @@ unsigned int cb_write(cb_control* control, const void* source, int* count)
     }
     if (*count > 0) {
         const std::uint32_t bytes = bytesOffered(control, *count);
-        if (control->copy_func != nullptr && bytes > kLargestElementPathBytes) {
+        if (control->copy_func != nullptr && bytes > CCircularBuffer::kLargestPlainCopy) {
             return writeInPieces(control, source, count, bytes);
         }
     }

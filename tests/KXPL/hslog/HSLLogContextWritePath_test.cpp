@@ -100,6 +100,7 @@ protected:
                      CValue(this), CValue(2l), CValue(0.5), CValue('c'), CValue(3ull),
                      CValue(static_cast<const wchar_t*>(nullptr)));
         mContext.Log(CCat(3), static_cast<short>(1), CValue(1));
+        mContext.Log(3, static_cast<short>(1), 1, "s", L"w", 0.5);
         mContext.Log(CCat(4), "refused");
         mContext.mHighWater = 0;
         mContext.Log(CCat(3), "dropped");
@@ -120,6 +121,13 @@ TEST_F(WritePath, EveryFieldOfARecordIsAWriteOfItsOwn)
     // values; then the tag and the payload of each value.
     EXPECT_EQ(SizesOf([&] { mContext.Log(CCat(3), "%d %d", CValue(1), CValue(static_cast<short>(2))); }),
               (Sizes { 1, 4, 4, 4, 1, 1, 1, 1, 2, 5, 1, 1, 4, 1, 2 }));
+}
+
+TEST_F(WritePath, EveryFieldOfARecordOfTypedValuesIsAWriteOfItsOwn)
+{
+    const unsigned short sixteen[] = { 'u', 0 };
+    EXPECT_EQ(SizesOf([&] { mContext.Log(3, "%d", 1, "abc", 2.0, L"w", sixteen, "", static_cast<short>(1)); }),
+              (Sizes { 1, 4, 4, 4, 1, 1, 1, 1, 2, 2, 1, 1, 4, 1, 2, 3, 1, 8, 1, 2, 4, 1, 2, 2, 1, 2, 1, 2 }));
 }
 
 TEST_F(WritePath, EveryFieldOfARecordWithAnIdIsAWriteOfItsOwn)
@@ -259,7 +267,8 @@ TEST_F(WritePath, LongTextsGoThroughTheRingsCopyFunction)
 }
 
 // The time is that at which the record was begun, however long the copying takes. A record that fits in one
-// piece and one that meets the ring's end go different ways through the code.
+// piece and one that meets the ring's end go different ways through the code, and so do values whose types the call
+// tells.
 TEST_F(WritePath, RecordIsDatedBetweenItsNumberAndItsFirstCopy)
 {
     static std::string calls;
@@ -274,15 +283,20 @@ TEST_F(WritePath, RecordIsDatedBetweenItsNumberAndItsFirstCopy)
     });
     const std::string text(33, 'x');
     const cb_control* control = mContext.mBuffer->mControl;
-    bool wrapped = false;
-    while (!wrapped) {
+    int wraps = 0;
+    for (int call = 0; wraps < 4; ++call) {
         const unsigned int before = control->write_offset;
         calls.clear();
-        mContext.Log(CCat(3), text.c_str(), CValue(text.c_str()));
-        wrapped = control->write_offset < before;
+        if (call % 2 == 0) {
+            mContext.Log(CCat(3), text.c_str(), CValue(text.c_str()));
+        } else {
+            mContext.Log(CCat(3), text.c_str(), text.c_str());
+        }
+        const bool wrapped = control->write_offset < before;
         const bool inTwoPieces = calls.size() > std::strlen("clock 1000, copy, copy, ");
         EXPECT_EQ(calls.substr(0, calls.find("copy")), "clock " + std::to_string(mManager->mSequence) + ", ");
         EXPECT_TRUE(wrapped || !inTwoPieces);
+        wraps += wrapped ? 1 : 0;
         std::string taken(200, 0);
         int size = 200;
         mContext.mBuffer->Read(&taken[0], size);
@@ -323,7 +337,7 @@ TEST_F(WritePath, LogCallsAllocateNothing)
     const Allocations::Watch watch;
     LogInEveryWay();
     EXPECT_EQ(watch.Made(), 0);
-    EXPECT_EQ(mManager->mSequence, 5);
+    EXPECT_EQ(mManager->mSequence, 6);
 }
 
 TEST_F(WritePath, WatchSeesAllocations)
@@ -349,7 +363,7 @@ TEST_F(WritePath, LogCallsTakeNoLock)
     };
     LogInEveryWay();
     EXPECT_EQ(locks, 0);
-    EXPECT_EQ(mManager->mSequence, 5);
+    EXPECT_EQ(mManager->mSequence, 6);
 }
 
 TEST_F(WritePath, LogCallsDoNotWaitForTheManagersLock)
@@ -358,7 +372,7 @@ TEST_F(WritePath, LogCallsDoNotWaitForTheManagersLock)
     std::thread logging([&] { LogInEveryWay(); });
     logging.join();
     mManager->mLock.Unlock();
-    EXPECT_EQ(mManager->mSequence, 5);
+    EXPECT_EQ(mManager->mSequence, 6);
 }
 
 TEST_F(WritePath, LogCallsFormatNothing)
@@ -371,5 +385,5 @@ TEST_F(WritePath, LogCallsFormatNothing)
     };
     LogInEveryWay();
     EXPECT_EQ(formatted, 0);
-    EXPECT_EQ(mManager->mSequence, 5);
+    EXPECT_EQ(mManager->mSequence, 6);
 }

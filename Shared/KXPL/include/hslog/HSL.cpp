@@ -1,5 +1,7 @@
 #include "HSL.h"
 
+#include "hslog/record/HSLRecord.h"
+
 #include <new>
 
 namespace HSL {
@@ -41,7 +43,7 @@ void CLogContext::LogOnThisThread(const CCat& cat, const char* format, const CVa
 {
     if (cat.mCount == 1) {
         if (CLogContext* context = OfThisThreadIfPassed(cat.mCodes[0])) {
-            context->LogPassed(cat.mCodes[0], format, value.mType, ContentOf(value));
+            context->LogPassed(cat.mCodes[0], format, value.mType, detail::ContentOf(value));
         }
     } else if (CLogContext* context = contextOrDrop(*CLogManager::Instance(), cat.UsableCount(), cat.mCodes)) {
         context->Log(cat, format, value);
@@ -59,14 +61,14 @@ CLogContext* CLogContext::OfThisThreadIfPassed(unsigned char code)
 void CLogContext::LogPassed(unsigned char code, const char* format)
 {
     const int sequence = KxAtomicAdd32Barrier(1, &CLogManager::Instance()->mSequence);
-    RecordMeasured(code, sequence, MeasureFormat(format));
+    RecordTyped(code, sequence, detail::Typed::Format(format));
 }
 
 void CLogContext::LogPassed(unsigned char code, const char* format, unsigned char type,
                             unsigned long long content)
 {
     const int sequence = KxAtomicAdd32Barrier(1, &CLogManager::Instance()->mSequence);
-    RecordMeasured(code, sequence, MeasureFormat(format), MeasureContent(type, content));
+    RecordTyped(code, sequence, detail::Typed::Format(format), Measured(type, content));
 }
 
 } // namespace HSL

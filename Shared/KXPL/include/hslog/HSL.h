@@ -35,7 +35,7 @@ CLogManager* LogManager();
 // lets the message pass.
 HSL_AT_CALL inline void HSLog(const CCat& cat, const char* format)
 {
-    const bool isPlain = IsPlainHere(cat);
+    const bool isPlain = detail::IsPlainHere(cat);
     const unsigned char code = cat.mCodes[0];
     if (CLogManager::IsEnabled()) {
         if (isPlain) {
@@ -51,10 +51,10 @@ HSL_AT_CALL inline void HSLog(const CCat& cat, const char* format)
 // The same with one value.
 HSL_AT_CALL inline void HSLog(const CCat& cat, const char* format, const CValue& value)
 {
-    const bool isPlain = IsPlainHere(cat) && IsTypeKnownHere(value);
+    const bool isPlain = detail::IsPlainHere(cat) && detail::IsTypeKnownHere(value);
     const unsigned char code = cat.mCodes[0];
     const unsigned char type = value.mType;
-    const unsigned long long content = ContentOf(value);
+    const unsigned long long content = detail::ContentOf(value);
     if (CLogManager::IsEnabled()) {
         if (isPlain) {
             if (CLogContext* context = CLogContext::OfThisThreadIfPassed(code)) {

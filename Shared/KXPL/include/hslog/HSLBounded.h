@@ -9,6 +9,7 @@
 #include "../detail/KxHost.h"
 
 #include "HSLValue.h"
+#include "detail/HSLNullText.h"
 #include "detail/HSLTextCut.h"
 
 #include <cstddef>
@@ -65,7 +66,15 @@ public:
     {
     }
 
-    Bounded(const Bounded&) = delete;
+    // Of a text that was cut the copy has its own; any other stays where it is.
+    Bounded(const Bounded& other)
+        : mText(other.mText)
+    {
+        if (other.mText == other.mCopy) {
+            std::memcpy(mCopy, other.mCopy, sizeof mCopy);
+            mText = mCopy;
+        }
+    }
     Bounded& operator=(const Bounded&) = delete;
 
     // What a log call takes.
@@ -75,8 +84,8 @@ public:
     const Unit* Text() const { return mText; }
 
 private:
-    static const char* IfNull(const char*) { return "<NULL>"; }
-    static const wchar_t* IfNull(const wchar_t*) { return L"<NULL>"; }
+    static const char* IfNull(const char*) { return detail::kNullText; }
+    static const wchar_t* IfNull(const wchar_t*) { return detail::kNullWideText; }
     static const unsigned short* IfNull(const unsigned short*) { return nullptr; }
 
     // Whether a zero stands among so many units. Looks at none behind it.

@@ -25,11 +25,8 @@ void CCat::Cleanup() { }
 
 int CCat::Serialize(CCircularBuffer* buffer) const
 {
-    const unsigned char count = UsableCount();
-    WriteField(*buffer, count);
-    if (count != 0) {
-        WriteBytes(*buffer, mCodes, count);
-    }
+    Writes writes { *buffer };
+    VisitCategories(writes, UsableCount(), mCodes);
     return 0;
 }
 

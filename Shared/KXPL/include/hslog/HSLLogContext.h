@@ -6,12 +6,13 @@
 
 #include "HSLCat.h"
 #include "HSLLogManager.h"
-#include "detail/HSLRecordPlace.h"
+#include "detail/HSLRecordFields.h"
 #include "HSLValue.h"
 
 #include "../CircularBuffer.h"
 #include "../detail/KxAtomic.h"
 
+#include <initializer_list>
 #include <string>
 
 namespace HSL {
@@ -67,107 +68,88 @@ public:
     // makes the collector read what follows it as records.
     //
     // The manager's switch is not asked here, only the filter; HSLog asks both.
+    //
+    // A call takes up to ten values, all of types that CValue takes. Where it tells their types, by the last of each row,
+    // it is laid out at the call. Values that are CValue objects already, that are braced, or that have to become a
+    // CValue by a conversion of their own, go through the library.
+    using V = const CValue&;
     HSL_AT_CALL void Log(const CCat& cat, const char* format) { Record(cat, format); }
-    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1) { Record(cat, format, v1); }
-    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2)
+    void Log(const CCat& cat, const char* format, V a) { RecordValues(cat, format, { &a }); }
+    void Log(const CCat& cat, const char* format, V a, V b) { RecordValues(cat, format, { &a, &b }); }
+    void Log(const CCat& cat, const char* format, V a, V b, V c) { RecordValues(cat, format, { &a, &b, &c }); }
+    void Log(const CCat& cat, const char* format, V a, V b, V c, V d)
     {
-        Record(cat, format, v1, v2);
+        RecordValues(cat, format, { &a, &b, &c, &d });
     }
-    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                         const CValue& v3)
+    void Log(const CCat& cat, const char* format, V a, V b, V c, V d, V e)
     {
-        Record(cat, format, v1, v2, v3);
+        RecordValues(cat, format, { &a, &b, &c, &d, &e });
     }
-    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                         const CValue& v3, const CValue& v4)
+    void Log(const CCat& cat, const char* format, V a, V b, V c, V d, V e, V f)
     {
-        Record(cat, format, v1, v2, v3, v4);
+        RecordValues(cat, format, { &a, &b, &c, &d, &e, &f });
     }
-    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                         const CValue& v3, const CValue& v4, const CValue& v5)
+    void Log(const CCat& cat, const char* format, V a, V b, V c, V d, V e, V f, V g)
     {
-        Record(cat, format, v1, v2, v3, v4, v5);
+        RecordValues(cat, format, { &a, &b, &c, &d, &e, &f, &g });
     }
-    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                         const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6)
+    void Log(const CCat& cat, const char* format, V a, V b, V c, V d, V e, V f, V g, V h)
     {
-        Record(cat, format, v1, v2, v3, v4, v5, v6);
+        RecordValues(cat, format, { &a, &b, &c, &d, &e, &f, &g, &h });
     }
-    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                         const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
-                         const CValue& v7)
+    void Log(const CCat& cat, const char* format, V a, V b, V c, V d, V e, V f, V g, V h, V i)
     {
-        Record(cat, format, v1, v2, v3, v4, v5, v6, v7);
+        RecordValues(cat, format, { &a, &b, &c, &d, &e, &f, &g, &h, &i });
     }
-    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                         const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
-                         const CValue& v7, const CValue& v8)
+    void Log(const CCat& cat, const char* format, V a, V b, V c, V d, V e, V f, V g, V h, V i, V j)
     {
-        Record(cat, format, v1, v2, v3, v4, v5, v6, v7, v8);
+        RecordValues(cat, format, { &a, &b, &c, &d, &e, &f, &g, &h, &i, &j });
     }
-    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                         const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
-                         const CValue& v7, const CValue& v8, const CValue& v9)
+    template <typename... Values>
+    HSL_AT_CALL detail::IfTyped<Values...> Log(const CCat& cat, const char* format, Values... values)
     {
-        Record(cat, format, v1, v2, v3, v4, v5, v6, v7, v8, v9);
-    }
-    HSL_AT_CALL void Log(const CCat& cat, const char* format, const CValue& v1, const CValue& v2,
-                         const CValue& v3, const CValue& v4, const CValue& v5, const CValue& v6,
-                         const CValue& v7, const CValue& v8, const CValue& v9, const CValue& v10)
-    {
-        Record(cat, format, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
+        Record(cat, format, values...);
     }
 
     // The same with an id from CLogManager::AddFormatString, cut to 16 bits: ids 0 to 32767 can be used. -1
     // shows as an error text. Any other id outside the manager's table is not noticed and acts as an empty
     // format.
     HSL_AT_CALL void Log(const CCat& cat, short formatId) { Record(cat, formatId); }
-    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1) { Record(cat, formatId, v1); }
-    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2)
+    void Log(const CCat& cat, short formatId, V a) { RecordValues(cat, formatId, { &a }); }
+    void Log(const CCat& cat, short formatId, V a, V b) { RecordValues(cat, formatId, { &a, &b }); }
+    void Log(const CCat& cat, short formatId, V a, V b, V c) { RecordValues(cat, formatId, { &a, &b, &c }); }
+    void Log(const CCat& cat, short formatId, V a, V b, V c, V d)
     {
-        Record(cat, formatId, v1, v2);
+        RecordValues(cat, formatId, { &a, &b, &c, &d });
     }
-    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3)
+    void Log(const CCat& cat, short formatId, V a, V b, V c, V d, V e)
     {
-        Record(cat, formatId, v1, v2, v3);
+        RecordValues(cat, formatId, { &a, &b, &c, &d, &e });
     }
-    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                         const CValue& v4)
+    void Log(const CCat& cat, short formatId, V a, V b, V c, V d, V e, V f)
     {
-        Record(cat, formatId, v1, v2, v3, v4);
+        RecordValues(cat, formatId, { &a, &b, &c, &d, &e, &f });
     }
-    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                         const CValue& v4, const CValue& v5)
+    void Log(const CCat& cat, short formatId, V a, V b, V c, V d, V e, V f, V g)
     {
-        Record(cat, formatId, v1, v2, v3, v4, v5);
+        RecordValues(cat, formatId, { &a, &b, &c, &d, &e, &f, &g });
     }
-    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                         const CValue& v4, const CValue& v5, const CValue& v6)
+    void Log(const CCat& cat, short formatId, V a, V b, V c, V d, V e, V f, V g, V h)
     {
-        Record(cat, formatId, v1, v2, v3, v4, v5, v6);
+        RecordValues(cat, formatId, { &a, &b, &c, &d, &e, &f, &g, &h });
     }
-    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                         const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7)
+    void Log(const CCat& cat, short formatId, V a, V b, V c, V d, V e, V f, V g, V h, V i)
     {
-        Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7);
+        RecordValues(cat, formatId, { &a, &b, &c, &d, &e, &f, &g, &h, &i });
     }
-    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                         const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7,
-                         const CValue& v8)
+    void Log(const CCat& cat, short formatId, V a, V b, V c, V d, V e, V f, V g, V h, V i, V j)
     {
-        Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8);
+        RecordValues(cat, formatId, { &a, &b, &c, &d, &e, &f, &g, &h, &i, &j });
     }
-    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                         const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7,
-                         const CValue& v8, const CValue& v9)
+    template <typename... Values>
+    HSL_AT_CALL detail::IfTyped<Values...> Log(const CCat& cat, short formatId, Values... values)
     {
-        Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9);
-    }
-    HSL_AT_CALL void Log(const CCat& cat, short formatId, const CValue& v1, const CValue& v2, const CValue& v3,
-                         const CValue& v4, const CValue& v5, const CValue& v6, const CValue& v7,
-                         const CValue& v8, const CValue& v9, const CValue& v10)
-    {
-        Record(cat, formatId, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10);
+        Record(cat, formatId, values...);
     }
 
     // HSLog behind its switch: Log on the context that GetTLSContext of the module's manager returns. Precondition:
@@ -207,40 +189,43 @@ public:
 private:
     friend struct CLogCall; // measures texts by itself
 
-    // Begin's results without a place in one piece. No offset of a slot is that small: a ring's header is larger.
-    static constexpr unsigned int kNothingToWrite = 0;
-    static constexpr unsigned int kPieceByPiece = 1;
+    // What becomes of a message that passed the filter.
+    enum Verdict : unsigned char {
+        kWrite,
+        kDiscard,    // it only uses up its number, a gap that tells readers of a missing message
+        kTellOfDrops // the dropped-messages record takes its place
+    };
+    Verdict Judge(unsigned int used) const;
 
     template <typename Format, typename... Values>
-    HSL_AT_CALL void Record(const CCat& cat, Format format, const Values&... values);
-    template <typename Category, typename Format, typename... Values>
-    HSL_AT_CALL void RecordMeasured(Category cat, int sequence, Format format, Values... values);
-    void RecordAny(const CCat& cat, int sequence, const char* format, const CValue* values, int count);
-    void RecordAny(const CCat& cat, int sequence, short formatId, const CValue* values, int count);
-    template <typename Format>
-    void RecordAnyMeasured(const CCat& cat, int sequence, Format format, const CValue* values, int count);
+    HSL_AT_CALL void Record(const CCat& cat, Format format, Values... values);
+    void RecordValues(const CCat& cat, const char* format, std::initializer_list<const CValue*> values);
+    void RecordValues(const CCat& cat, short formatId, std::initializer_list<const CValue*> values);
 
-    CRecordPublisher Begin(unsigned char code, int sequence, unsigned int size);
-    CRecordPublisher Begin(const CCat& cat, int sequence, unsigned int size);
-    [[gnu::noinline]] CRecordPublisher BeginByWrites(const CCat& cat, int sequence);
-    [[gnu::noinline]] CRecordPublisher BeginByWrites(unsigned char code, int sequence);
-    bool HasRoom(const CCat& cat, int sequence);
-    void Restart();
+    // The others take a message that has passed the filter and has its number, and its fields: the format, then
+    // `count` values.
+    template <typename... Fields>
+    HSL_AT_CALL void RecordTyped(unsigned char code, int sequence, Fields... fields);
+    template <typename... Fields> HSL_AT_CALL void RecordTyped(const CCat& cat, int sequence, Fields... fields);
+    [[gnu::cold]] void RecordElsewhere(unsigned char code, int sequence, const detail::AnyField* fields,
+                                       int count);
+    void RecordFields(const CCat& cat, int sequence, const detail::AnyField* fields, int count);
+    void RecordValues(const CCat& cat, int sequence, const detail::AnyField& format,
+                      std::initializer_list<const CValue*> values);
+    KXPL::RingPlace Begin(unsigned char code, int sequence, unsigned int size);
+    bool RecordInOnePiece(const CCat& cat, int sequence, const detail::AnyField* fields, int count);
+    void RecordByWrites(const CCat& cat, int sequence, const detail::AnyField* fields, int count);
     void WriteHeader(const CCat& cat, int sequence);
-    void RecordByWrites(const CCat& cat, int sequence, CRecordFormatText format, const CRecordValue* values,
-                        int count);
-    void RecordByWrites(const CCat& cat, int sequence, CRecordFormatId format, const CRecordValue* values,
-                        int count);
+    void Restart();
 };
 
 // The fields' order in a record is told in HSLRecord.h.
 template <typename Format, typename... Values>
-inline void CLogContext::Record(const CCat& cat, Format format, const Values&... values)
+inline void CLogContext::Record(const CCat& cat, Format format, Values... values)
 {
     // Looked at in front of the first acquire, behind which the compiler would have to look anew. A category
     // that need not lie in memory spares the locked add the wait for it.
-    const int unseenTypes = (0 + ... + static_cast<int>(!IsTypeKnownHere(values)));
-    const bool isPlain = IsPlainHere(cat);
+    const bool isPlain = detail::IsPlainHere(cat);
     const unsigned char code = cat.mCodes[0];
     CLogManager* manager = CLogManager::Instance();
     if (manager != nullptr
@@ -248,42 +233,38 @@ inline void CLogContext::Record(const CCat& cat, Format format, const Values&...
         // Whether it is written, replaced or discarded, a message that passes takes one number. Taking it at
         // once lets the processor look at the ring while it waits for the shared counter.
         const int sequence = KxAtomicAdd32Barrier(1, &manager->mSequence);
-        if (unseenTypes != 0) {
-            const CValue all[] = { values..., CValue(0) };
-            RecordAny(cat, sequence, format, all, sizeof...(values));
-        } else if (isPlain) {
-            RecordMeasured(code, sequence, MeasureFormat(format), MeasureValue(values)...);
+        if (isPlain) {
+            RecordTyped(code, sequence, detail::Typed::Format(format), detail::Typed::Of(values)...);
         } else {
-            RecordMeasured<const CCat&>(cat, sequence, MeasureFormat(format), MeasureValue(values)...);
+            RecordTyped(cat, sequence, detail::Typed::Format(format), detail::Typed::Of(values)...);
         }
     }
 }
 
 // Nearly always the record lies in one piece of free ring. Then Begin, which has read the clock before anything of the
-// message was copied, leaves the place behind the header; the rest is stored there, and the write position moves over
-// it field by field.
-template <typename Category, typename Format, typename... Values>
-inline void CLogContext::RecordMeasured(Category cat, int sequence, Format format, Values... values)
+// message was copied, leaves the place behind the header.
+template <typename... Fields>
+inline void CLogContext::RecordTyped(unsigned char code, int sequence, Fields... fields)
 {
-    constexpr unsigned char kCount = sizeof...(values);
-    CRecordPublisher publisher =
-        Begin(cat, sequence, kRecordHeaderSize + format.Size() + (1 + ... + values.Size()));
-    if (publisher.mOffset <= kPieceByPiece) {
-        if (publisher.mOffset == kPieceByPiece) {
-            const CRecordValue all[] = { values..., {} };
-            RecordByWrites(cat, sequence, format, all, kCount);
-        }
-        return;
+    detail::Sizes sizes;
+    VisitMessage(sizes, fields...);
+    KXPL::RingPlace place = Begin(code, sequence, sizes.mSize);
+    if (__builtin_expect(!place, 0)) {
+        const detail::AnyField all[] = { fields... };
+        return RecordElsewhere(code, sequence, all, sizeof...(fields) - 1);
     }
-    unsigned char* at = publisher.At(0);
-    at = StoreFormat(publisher.mControl, at, format);
-    at = StoreField(at, kCount);
-    ((at = StoreValue(publisher.mControl, at, values)), ...);
-
-    PublishFormat(publisher, format);
-    publisher.Pass(1);
-    (PublishValue(publisher, values), ...);
+    detail::Stores stores { place.Ring(), place.At() };
+    VisitMessage(stores, fields...);
+    detail::Publications publications { place };
+    VisitMessage(publications, fields...);
     LogPost();
+}
+
+template <typename... Fields>
+inline void CLogContext::RecordTyped(const CCat& cat, int sequence, Fields... fields)
+{
+    const detail::AnyField all[] = { fields... };
+    RecordFields(cat, sequence, all, sizeof...(fields) - 1);
 }
 
 } // namespace HSL

@@ -265,12 +265,12 @@ void CLogManager::SetCategoryName(unsigned char cat, const char* name)
 
 int CLogManager::AddFormatString(const char* format)
 {
-    return AddFormatEntry({ true, format != nullptr ? format : kNullText, std::wstring() });
+    return AddFormatEntry({ true, format != nullptr ? format : detail::kNullText, std::wstring() });
 }
 
 int CLogManager::AddFormatString(const wchar_t* format)
 {
-    return AddFormatEntry({ false, std::string(), format != nullptr ? format : L"<NULL>" });
+    return AddFormatEntry({ false, std::string(), format != nullptr ? format : detail::kNullWideText });
 }
 
 int CLogManager::AddFormatEntry(const CFormatStringEntry& entry)

@@ -4,6 +4,7 @@
 
 #include "../detail/KxHost.h"
 
+#include "../detail/KxAtCall.h"
 #include "../detail/KxAtomic.h"
 #include "../KxLock.h"
 #include "../KxThreadLocal.h"
@@ -142,7 +143,7 @@ public:
     bool GetFilterValue(unsigned char cat) const { return KxLoadRelaxed(mFilter[cat]) != 0; }
     void SetFilterValue(unsigned char cat, bool on);
     // True when any of the categories is enabled; false for none.
-    bool PassesFilter(unsigned char count, const unsigned char* cats)
+    HSL_AT_CALL bool PassesFilter(unsigned char count, const unsigned char* cats)
     {
         for (unsigned char i = 0; i < count; ++i) {
             if (GetFilterValue(cats[i])) {

@@ -6,7 +6,8 @@ namespace HSL {
 
 int CValue::Serialize(CCircularBuffer* buffer) const
 {
-    WriteValue(*buffer, MeasureValue(*this));
+    Writes writes { *buffer };
+    Visit(writes, Measured(*this));
     return 0;
 }
 

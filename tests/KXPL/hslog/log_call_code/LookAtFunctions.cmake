@@ -1,4 +1,5 @@
-# Compiles SOURCE with COMPILE and looks for functions of the logger among those that the object brings along.
+# Compiles SOURCE with COMPILE and looks for functions of the logger among those that the object brings along, and among
+# those that it calls for the one that values go through whose types the call does not tell.
 execute_process(COMMAND ${COMPILE} -c ${SOURCE} -o ${OBJECT} COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${NM} -C --defined-only ${OBJECT} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 if(NOT symbols MATCHES "logTenInts")
@@ -8,4 +9,8 @@ string(REGEX MATCHALL "[^\n]* [WVtu] (HSL|KXPL|Kx|CCircularBuffer)[^\n]*" helper
 if(helpers)
     list(JOIN helpers "\n" helpers)
     message(FATAL_ERROR "left as functions:\n${helpers}")
+endif()
+execute_process(COMMAND ${NM} -C --undefined-only ${OBJECT} OUTPUT_VARIABLE called COMMAND_ERROR_IS_FATAL ANY)
+if(NOT called MATCHES "CLogContext::Begin" OR called MATCHES "RecordValues")
+    message(FATAL_ERROR "values are not laid out at the call:\n${called}")
 endif()

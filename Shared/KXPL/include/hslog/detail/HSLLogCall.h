@@ -4,7 +4,7 @@
 
 #include "HSLLogPlan.h"
 #include "HSLLogTypes.h"
-#include "HSLRecordPlace.h"
+#include "HSLRecordFields.h"
 
 #include "../HSLLevel.h"
 #include "../HSLLogContext.h"
@@ -99,7 +99,7 @@ template <typename Format, typename... Values> struct Plan {
     // Bytes of the record but for those of its values' texts.
     static constexpr unsigned int FixedBytes()
     {
-        std::size_t bytes = kRecordHeaderSize + 3 + kDraft.mFormatLength + 1;
+        std::size_t bytes = detail::kRecordHeaderSize + 3 + kDraft.mFormatLength + 1;
         for (int i = 0; i < kDraft.mStepCount; ++i) {
             const Step& step = kDraft.mSteps[i];
             if (step.mArgument < 0) {
@@ -178,20 +178,26 @@ struct CLogCall {
     }
 
 private:
-    template <typename Plan> static constexpr CRecordText FormatText()
+    template <typename Plan> static constexpr detail::RecordText FormatText()
     {
         return { Plan::kText.mText, static_cast<unsigned int>(Plan::kDraft.mFormatLength),
                  static_cast<unsigned short>(Plan::kDraft.mFormatLength) };
     }
 
+    HSL_AT_CALL static detail::Field<detail::kFormatInline, detail::RecordText>
+    FormatOf(detail::RecordText text)
+    {
+        return { text };
+    }
+
     // The values of the record by argument, each with all its parts.
-    template <typename Plan> using Parts = const CRecordValue (*)[Plan::kMostParts];
+    template <typename Plan> using Parts = const detail::AnyField (*)[Plan::kMostParts];
 
     template <typename Plan, typename Category, typename... Held, int... kArguments>
     HSL_AT_CALL static void RecordHeld(CLogManager& manager, Category category,
                                        std::integer_sequence<int, kArguments...>, Held&&... held)
     {
-        CRecordValue parts[sizeof...(Held) + 1][Plan::kMostParts];
+        detail::AnyField parts[sizeof...(Held) + 1][Plan::kMostParts];
         // In the order of the arguments, since texts take room in turn.
         [[maybe_unused]] LogFormat::TextRoom room { Plan::kTextRoom, 0, 0 };
         (Put<Plan, kArguments>(held, parts[kArguments], room), ...);
@@ -204,7 +210,7 @@ private:
     }
 
     template <typename Plan, int kArgument, typename Held>
-    HSL_AT_CALL static void Put(Held& held, CRecordValue* parts, LogFormat::TextRoom& room)
+    HSL_AT_CALL static void Put(Held& held, detail::AnyField* parts, LogFormat::TextRoom& room)
     {
         constexpr LogFormat::TextLimit kLimit = Plan::template kLimit<kArgument>;
         if (Plan::kTextsAlwaysFit) {
@@ -215,7 +221,7 @@ private:
         held.Put(parts, room);
     }
 
-    template <typename Plan, int kStep> HSL_AT_CALL static CRecordValue ValueOf(Parts<Plan> parts)
+    template <typename Plan, int kStep> HSL_AT_CALL static detail::AnyField ValueOf(Parts<Plan> parts)
     {
         constexpr LogFormat::Step kAt = Plan::kDraft.mSteps[kStep];
         if constexpr (kAt.mArgument >= 0) {
@@ -236,8 +242,8 @@ private:
             std::conditional_t<std::is_same<Category, unsigned char>::value, unsigned char, const CCat&>;
         if (CLogContext* context = ContextOfThisThread(manager)) {
             const int sequence = KxAtomicAdd32Barrier(1, &manager.mSequence);
-            context->RecordMeasured<Passed>(category, sequence, CRecordFormatText { FormatText<Plan>() },
-                                            ValueOf<Plan, kSteps>(parts)...);
+            context->RecordTyped(static_cast<Passed>(category), sequence, FormatOf(FormatText<Plan>()),
+                                 ValueOf<Plan, kSteps>(parts)...);
         }
     }
 
@@ -259,15 +265,15 @@ private:
     static void RecordWithOptional(CLogManager& manager, const CCat& cat, Parts<Plan> parts,
                                    std::integer_sequence<int, kSteps...>, const Held&... held)
     {
-        const CRecordValue values[] = { ValueOf<Plan, kSteps>(parts)... };
         const bool isEmpty[] = { IsEmpty(held, 0)... };
         const Choice choices[] = { ChoiceFor<Plan, kSteps>(isEmpty)... };
         char format[Plan::kTextLength + 1];
         const std::size_t length =
             Choose(format, Plan::kText.mText, Plan::kDraft.mFormatLength, choices, sizeof...(kSteps));
-        RecordChosen(manager, cat,
-                     { { format, static_cast<unsigned int>(length), static_cast<unsigned short>(length) } },
-                     values, sizeof...(kSteps));
+        const detail::AnyField fields[] = { FormatOf({ format, static_cast<unsigned int>(length),
+                                                       static_cast<unsigned short>(length) }),
+                                            ValueOf<Plan, kSteps>(parts)... };
+        RecordChosen(manager, cat, fields, sizeof...(kSteps));
     }
 
     template <typename Plan, int kStep> static Choice ChoiceFor(const bool* isEmpty)
@@ -285,8 +291,7 @@ private:
     // Copies the format with the conversions of missing values replaced; returns its length.
     static std::size_t Choose(char* to, const char* format, std::size_t length, const Choice* choices,
                               std::size_t count);
-    static void RecordChosen(CLogManager& manager, const CCat& cat, CRecordFormatText format,
-                             const CRecordValue* values, std::size_t count);
+    static void RecordChosen(CLogManager& manager, const CCat& cat, const detail::AnyField* fields, int count);
 };
 
 } // namespace HSL

@@ -3,7 +3,7 @@
 #define HSLOG_HSL_LOG_TYPES_H
 
 #include "HSLLogShape.h"
-#include "HSLRecordPlace.h"
+#include "HSLRecordFields.h"
 
 #include <chrono>
 #include <cstddef>
@@ -22,6 +22,10 @@ template <typename Unit> class Bounded;
 
 namespace LogFormat {
 
+using detail::AnyField;
+using detail::kNullText;
+using detail::RecordText;
+
 // Bytes that a record's texts may still take, and what the text at hand may take of them.
 struct TextRoom {
     unsigned int mBytes;
@@ -32,21 +36,21 @@ struct TextRoom {
 // The largest part of a text that is whole characters and has at most so many bytes and characters. `size` is
 // that of the text if it is known to have a zero only behind it, else the number of bytes that may be looked
 // at.
-CRecordText CutText(const char* text, std::size_t size, TextRoom& room);
-CRecordText CutTextAtZero(const char* text, std::size_t readable, TextRoom& room);
+RecordText CutText(const char* text, std::size_t size, TextRoom& room);
+RecordText CutTextAtZero(const char* text, std::size_t readable, TextRoom& room);
 
 // The same of a text in UTF-16 or UTF-32, in UTF-8 at `to`, which has room for kUsualTextBytes; what is no
 // character becomes U+FFFD.
-CRecordText EncodeText(char* to, const char16_t* text, std::size_t size, TextRoom& room);
-CRecordText EncodeText(char* to, const char32_t* text, std::size_t size, TextRoom& room);
+RecordText EncodeText(char* to, const char16_t* text, std::size_t size, TextRoom& room);
+RecordText EncodeText(char* to, const char32_t* text, std::size_t size, TextRoom& room);
 std::size_t LengthUpTo(const char16_t* text, std::size_t most);
 std::size_t LengthUpTo(const char32_t* text, std::size_t most);
 
 // A point in time as UTC calendar and clock, by the Gregorian calendar. `parts` of it: 3 for the date, 6 with
 // seconds, 7 with microseconds.
-void SplitTime(long long seconds, int microseconds, CRecordValue* parts, int count);
+void SplitTime(long long seconds, int microseconds, AnyField* parts, int count);
 
-HSL_AT_CALL inline CRecordText WholeText(const char* text, unsigned int size, TextRoom& room)
+HSL_AT_CALL inline RecordText WholeText(const char* text, unsigned int size, TextRoom& room)
 {
     if (size > room.mBytes) {
         return CutText(text, size, room);
@@ -55,9 +59,9 @@ HSL_AT_CALL inline CRecordText WholeText(const char* text, unsigned int size, Te
     return { text, size, static_cast<unsigned short>(size) };
 }
 
-constexpr CRecordValue TextValue(CRecordText text)
+HSL_AT_CALL inline AnyField TextValue(RecordText text)
 {
-    return { kString, 0, text };
+    return AnyField(kString, text);
 }
 
 template <typename T> constexpr unsigned char IntegerType()
@@ -75,20 +79,20 @@ template <typename T> constexpr unsigned char IntegerType()
     }
 }
 
-template <typename T> HSL_AT_CALL inline CRecordValue IntegerValue(T number)
+template <typename T> HSL_AT_CALL inline AnyField IntegerValue(T number)
 {
     using Unsigned = std::make_unsigned_t<T>;
-    return { IntegerType<T>(), static_cast<Unsigned>(number), { nullptr, 0, 0 } };
+    return AnyField(IntegerType<T>(), static_cast<Unsigned>(number), sizeof number);
 }
 
-HSL_AT_CALL inline CRecordValue RealValue(float number)
+HSL_AT_CALL inline AnyField RealValue(float number)
 {
-    return { kFloat, BitsOf(number), { nullptr, 0, 0 } };
+    return detail::Typed::Of(number);
 }
 
-HSL_AT_CALL inline CRecordValue RealValue(double number)
+HSL_AT_CALL inline AnyField RealValue(double number)
 {
-    return { kDouble, BitsOf(number), { nullptr, 0, 0 } };
+    return detail::Typed::Of(number);
 }
 
 template <typename T>
@@ -108,7 +112,7 @@ template <typename T, typename = void> struct Loggable {
     static constexpr Shape kShape = { kNothing, 0 };
     struct Held {
         explicit Held(const T&) { }
-        void Put(CRecordValue*, TextRoom&) const { }
+        void Put(AnyField*, TextRoom&) const { }
     };
 };
 
@@ -126,7 +130,7 @@ struct Loggable<T,
             : mNumber(number)
         {
         }
-        HSL_AT_CALL void Put(CRecordValue* values, TextRoom&) const
+        HSL_AT_CALL void Put(AnyField* values, TextRoom&) const
         {
             using Recorded = std::conditional_t<std::is_same<T, char>::value, signed char, T>;
             values[0] = IntegerValue(static_cast<Recorded>(mNumber));
@@ -144,7 +148,7 @@ template <> struct Loggable<bool> {
             : mIs(is)
         {
         }
-        HSL_AT_CALL void Put(CRecordValue* values, TextRoom& room) const
+        HSL_AT_CALL void Put(AnyField* values, TextRoom& room) const
         {
             if (room.mMaximumBytes == 0) {
                 values[0] = IntegerValue(static_cast<signed char>(mIs));
@@ -164,7 +168,7 @@ template <typename T> struct Loggable<T, std::enable_if_t<std::is_floating_point
             : mNumber(static_cast<Recorded>(number))
         {
         }
-        HSL_AT_CALL void Put(CRecordValue* values, TextRoom&) const { values[0] = RealValue(mNumber); }
+        HSL_AT_CALL void Put(AnyField* values, TextRoom&) const { values[0] = RealValue(mNumber); }
     };
 };
 
@@ -192,7 +196,7 @@ struct HeldView {
         , mSize(text.size())
     {
     }
-    HSL_AT_CALL void Put(CRecordValue* values, TextRoom& room) const
+    HSL_AT_CALL void Put(AnyField* values, TextRoom& room) const
     {
         if (mSize > room.mMaximumCharacters || mSize > room.mMaximumBytes) {
             values[0] = TextValue(CutText(mText, mSize, room));
@@ -219,7 +223,7 @@ struct HeldUpToZero {
         , mReadable(readable)
     {
     }
-    HSL_AT_CALL void Put(CRecordValue* values, TextRoom& room) const
+    HSL_AT_CALL void Put(AnyField* values, TextRoom& room) const
     {
         values[0] = TextValue(CutTextAtZero(mText, mReadable, room));
     }
@@ -239,7 +243,7 @@ template <std::size_t kSize> struct Loggable<char[kSize]> {
             : HeldUpToZero(text, kSize)
         {
         }
-        HSL_AT_CALL void Put(CRecordValue* values, TextRoom& room) const
+        HSL_AT_CALL void Put(AnyField* values, TextRoom& room) const
         {
             if (__builtin_constant_p(mText[kSize - 1] == 0 && __builtin_strlen(mText) == kSize - 1)
                 && mText[kSize - 1] == 0 && __builtin_strlen(mText) == kSize - 1
@@ -286,7 +290,7 @@ template <typename Unit> struct HeldWide {
         , mSize(size)
     {
     }
-    void Put(CRecordValue* values, TextRoom& room)
+    void Put(AnyField* values, TextRoom& room)
     {
         values[0] = TextValue(mText != nullptr ? EncodeText(mBytes, mText, mSize, room)
                                                : WholeText(kNullText, sizeof kNullText - 1, room));
@@ -359,7 +363,7 @@ template <typename T> struct Loggable<T, std::enable_if_t<kIsCharacterType<T>>> 
             : mCharacter(static_cast<EncodedUnit<T>>(character))
         {
         }
-        void Put(CRecordValue* values, TextRoom& room)
+        void Put(AnyField* values, TextRoom& room)
         {
             values[0] = TextValue(EncodeText(mBytes, &mCharacter, 1, room));
         }
@@ -418,7 +422,7 @@ struct HeldAddress {
         : mAddress(reinterpret_cast<std::uintptr_t>(address))
     {
     }
-    HSL_AT_CALL void Put(CRecordValue* values, TextRoom&) const { values[0] = IntegerValue(mAddress); }
+    HSL_AT_CALL void Put(AnyField* values, TextRoom&) const { values[0] = IntegerValue(mAddress); }
 };
 
 // Of a function nobody wants the address: its call was meant.
@@ -558,7 +562,7 @@ template <typename Duration> struct Loggable<std::chrono::time_point<std::chrono
             mSeconds = static_cast<long long>(whole.time_since_epoch().count());
             mMicroseconds = static_cast<int>(floor<microseconds>(value - whole).count());
         }
-        void Put(CRecordValue* values, TextRoom&) const { SplitTime(mSeconds, mMicroseconds, values, kParts); }
+        void Put(AnyField* values, TextRoom&) const { SplitTime(mSeconds, mMicroseconds, values, kParts); }
     };
 };
 
@@ -569,7 +573,7 @@ template <typename T> struct HeldErrorCode {
         : mCode(code)
     {
     }
-    void Put(CRecordValue* values, TextRoom& room) const
+    void Put(AnyField* values, TextRoom& room) const
     {
         values[0] = TextValue(CutTextAtZero(mCode.category().name(), kUsualTextBytes, room));
         values[1] = IntegerValue(mCode.value());
@@ -602,7 +606,7 @@ template <typename T> struct Loggable<std::optional<T>> {
             }
         }
         bool IsEmpty() const { return !mHeld.has_value(); }
-        void Put(CRecordValue* values, TextRoom& room)
+        void Put(AnyField* values, TextRoom& room)
         {
             if (mHeld.has_value()) {
                 mHeld->Put(values, room);
@@ -628,7 +632,7 @@ template <typename T> struct Loggable<T, std::enable_if_t<HasLogText<T>::value>>
         }
         Held(const Held&) = delete;
         Held& operator=(const Held&) = delete;
-        void Put(CRecordValue* values, TextRoom& room) { mHeld.Put(values, room); }
+        void Put(AnyField* values, TextRoom& room) { mHeld.Put(values, room); }
     };
 };
 

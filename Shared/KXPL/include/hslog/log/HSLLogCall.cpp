@@ -40,14 +40,10 @@ std::size_t CLogCall::Choose(char* to, const char* format, std::size_t length, c
     return size;
 }
 
-void CLogCall::RecordChosen(CLogManager& manager, const CCat& cat, CRecordFormatText format,
-                            const CRecordValue* values, std::size_t count)
+void CLogCall::RecordChosen(CLogManager& manager, const CCat& cat, const detail::AnyField* fields, int count)
 {
     if (CLogContext* context = ContextOfThisThread(manager)) {
-        const int sequence = KxAtomicAdd32Barrier(1, &manager.mSequence);
-        if (context->HasRoom(cat, sequence)) {
-            context->RecordByWrites(cat, sequence, format, values, static_cast<int>(count));
-        }
+        context->RecordFields(cat, KxAtomicAdd32Barrier(1, &manager.mSequence), fields, count);
     }
 }
 

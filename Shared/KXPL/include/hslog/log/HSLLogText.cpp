@@ -12,7 +12,7 @@ namespace {
 constexpr char32_t kReplacement = 0xFFFD;
 constexpr char32_t kLargestCharacter = 0x10FFFF;
 
-CRecordText take(const char* text, std::size_t size, TextRoom& room)
+RecordText take(const char* text, std::size_t size, TextRoom& room)
 {
     room.mBytes -= static_cast<unsigned int>(size);
     return { text, static_cast<unsigned int>(size), static_cast<unsigned short>(size) };
@@ -78,7 +78,7 @@ std::size_t putUTF8(char* to, char32_t character)
     return 4;
 }
 
-template <typename Unit> CRecordText encode(char* to, const Unit* text, std::size_t size, TextRoom& room)
+template <typename Unit> RecordText encode(char* to, const Unit* text, std::size_t size, TextRoom& room)
 {
     const std::size_t most = std::min({ room.mBytes, room.mMaximumBytes, kUsualTextBytes });
     std::size_t written = 0;
@@ -119,7 +119,7 @@ void splitDay(long long day, long long& year, int& month, int& dayOfMonth)
 
 } // namespace
 
-CRecordText CutText(const char* text, std::size_t size, TextRoom& room)
+RecordText CutText(const char* text, std::size_t size, TextRoom& room)
 {
     const std::size_t most = std::min(room.mBytes, room.mMaximumBytes);
     if (size > most) {
@@ -128,7 +128,7 @@ CRecordText CutText(const char* text, std::size_t size, TextRoom& room)
     return take(text, bytesOfCharacters(text, size, room.mMaximumCharacters), room);
 }
 
-CRecordText CutTextAtZero(const char* text, std::size_t readable, TextRoom& room)
+RecordText CutTextAtZero(const char* text, std::size_t readable, TextRoom& room)
 {
     if (text == nullptr) {
         return CutText(kNullText, sizeof kNullText - 1, room);
@@ -144,12 +144,12 @@ CRecordText CutTextAtZero(const char* text, std::size_t readable, TextRoom& room
     return take(text, length, room);
 }
 
-CRecordText EncodeText(char* to, const char16_t* text, std::size_t size, TextRoom& room)
+RecordText EncodeText(char* to, const char16_t* text, std::size_t size, TextRoom& room)
 {
     return encode(to, text, size, room);
 }
 
-CRecordText EncodeText(char* to, const char32_t* text, std::size_t size, TextRoom& room)
+RecordText EncodeText(char* to, const char32_t* text, std::size_t size, TextRoom& room)
 {
     return encode(to, text, size, room);
 }
@@ -164,7 +164,7 @@ std::size_t LengthUpTo(const char32_t* text, std::size_t most)
     return lengthUpTo(text, most);
 }
 
-void SplitTime(long long seconds, int microseconds, CRecordValue* parts, int count)
+void SplitTime(long long seconds, int microseconds, AnyField* parts, int count)
 {
     constexpr long long kSecondsOfDay = 86400;
     const long long day = (seconds >= 0 ? seconds : seconds - (kSecondsOfDay - 1)) / kSecondsOfDay;

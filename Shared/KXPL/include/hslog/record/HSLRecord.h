@@ -15,14 +15,20 @@
 #ifndef HSLOG_HSL_RECORD_H
 #define HSLOG_HSL_RECORD_H
 
-#include "hslog/detail/HSLRecordPlace.h"
+#include "hslog/detail/HSLRecordFields.h"
 
 #include "CircularBuffer.h"
+#include "KxSplitTime.h"
 
 #include <cstddef>
 #include <cstring>
 
 namespace HSL {
+
+using detail::AnyField;
+using detail::kFormatId;
+using detail::kFormatInline;
+using detail::NumberSize;
 
 constexpr short kUninitializedFormatId = -1;
 
@@ -31,40 +37,95 @@ constexpr char kDroppedText[] = "*** HSLOG DROPPED MESSAGE(S) ***";
 // Fill levels are measured before a record is begun, so this much is kept free for the record itself.
 constexpr int kReserveBytes = 4096;
 
-// Appends one field. What does not fit is lost without a word; see the reserve above.
-inline void WriteBytes(CCircularBuffer& buffer, const void* bytes, int size)
+// What stands in front of a record's format. The codes need at most kMaxCodes bytes.
+struct RecordHeader {
+    int mSequence;
+    KxSplitTime mTime;
+    unsigned char mDepth;
+    unsigned char mCount;
+    const unsigned char* mCodes;
+};
+
+// The category codes are one piece.
+template <class Pass>
+constexpr void VisitCategories(Pass& pass, unsigned char count, const unsigned char* codes)
 {
-    buffer.Write(bytes, size);
+    pass.Put(count);
+    pass.Bytes(codes, count);
 }
 
-template <typename T> inline void WriteField(CCircularBuffer& buffer, const T& field)
+template <class Pass> constexpr void VisitHeader(Pass& pass, const RecordHeader& header)
 {
-    WriteBytes(buffer, &field, static_cast<int>(sizeof field));
+    constexpr unsigned char kMarker = 0;
+    pass.Put(kMarker);
+    pass.Put(header.mSequence);
+    pass.Put(header.mTime.mSeconds);
+    pass.Put(header.mTime.mMicroseconds);
+    pass.Put(header.mDepth);
+    VisitCategories(pass, header.mCount, header.mCodes);
 }
 
-// Appends a text's length field and its bytes.
-inline void WriteText(CCircularBuffer& buffer, CRecordText text)
+constexpr unsigned int HeaderSize(unsigned char count)
 {
-    WriteField(buffer, text.mLength);
-    if (text.mSize != 0) {
-        WriteBytes(buffer, text.mText, static_cast<int>(text.mSize));
+    detail::Sizes sizes;
+    VisitHeader(sizes, RecordHeader { 0, { 0, 0 }, 0, count, nullptr });
+    return sizes.mSize;
+}
+static_assert(HeaderSize(1) == detail::kRecordHeaderSize, "the front end has to know it");
+
+// VisitMessage for a format and `count` values behind it.
+template <class Pass> inline void VisitMessage(Pass& pass, const AnyField* fields, int count)
+{
+    Visit(pass, fields[0]);
+    pass.Put(static_cast<unsigned char>(count));
+    for (int i = 1; i <= count; ++i) {
+        Visit(pass, fields[i]);
     }
 }
 
-inline void WriteValue(CCircularBuffer& buffer, CRecordValue value)
+// A value whose type the run tells, by its content (ContentOf). A tag that is none of ValueType has no payload.
+inline AnyField Measured(unsigned char tag, unsigned long long content)
 {
-    WriteField(buffer, value.mType);
-    if (IsText(value.mType)) {
-        WriteText(buffer, value.mText);
-        return;
+    const std::uintptr_t address = static_cast<std::uintptr_t>(content);
+    if (tag == kString) {
+        return detail::Typed::Of(reinterpret_cast<const char*>(address));
     }
-    unsigned char number[sizeof value.mBits];
+    if (tag == kWString) {
+        return detail::Typed::Of(reinterpret_cast<const wchar_t*>(address));
+    }
+    if (tag == kUTF16String) {
+        return detail::Typed::Of(reinterpret_cast<const unsigned short*>(address));
+    }
+    return AnyField(tag, content, NumberSize(tag));
+}
+
+inline AnyField Measured(const CValue& value)
+{
     const unsigned int size = NumberSize(value.mType);
-    StoreNumber(number, size, value.mBits);
-    if (size != 0) {
-        WriteBytes(buffer, number, static_cast<int>(size));
-    }
+    return size != 0 ? AnyField(value.mType, detail::LeadingBytes(value, size), size)
+                     : Measured(value.mType, detail::ContentOf(value));
 }
+
+// The pass that appends each piece by a Write of its own, an empty one by none. What does not fit is lost without a
+// word; see the reserve above.
+struct Writes {
+    CCircularBuffer& mBuffer;
+
+    template <typename T> void Put(const T& field) { Bytes(&field, sizeof field); }
+    void Text(const detail::RecordText& text)
+    {
+        Put(text.mLength);
+        Bytes(text.mText, text.mSize);
+    }
+    void Number(unsigned long long bits, unsigned int size) { Bytes(&bits, size); }
+    void Bytes(const void* bytes, unsigned int size)
+    {
+        int count = static_cast<int>(size);
+        if (count != 0) {
+            mBuffer.Write(bytes, count);
+        }
+    }
+};
 
 } // namespace HSL
 

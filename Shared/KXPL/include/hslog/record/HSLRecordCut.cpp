@@ -8,9 +8,10 @@ namespace HSL {
 namespace {
 
 struct Text {
-    CRecordText text;
+    const AnyField* field;
     int which;
-    unsigned int unit;
+
+    unsigned int Size() const { return field->mSize; }
 };
 
 unsigned int unitOf(unsigned char type)
@@ -27,13 +28,14 @@ template <typename Unit> unsigned int wholeBytes(const void* text, unsigned int 
 // As many of the first `bytes` as are whole characters.
 unsigned int wholeBytes(const Text& text, unsigned int bytes)
 {
-    switch (text.unit) {
+    const void* const units = text.field->Text().mText;
+    switch (unitOf(text.field->mKind)) {
     case 1:
-        return wholeBytes<char>(text.text.mText, bytes);
+        return wholeBytes<char>(units, bytes);
     case 2:
-        return wholeBytes<unsigned short>(text.text.mText, bytes);
+        return wholeBytes<unsigned short>(units, bytes);
     default:
-        return wholeBytes<wchar_t>(text.text.mText, bytes);
+        return wholeBytes<wchar_t>(units, bytes);
     }
 }
 
@@ -46,10 +48,10 @@ unsigned int largestShare(const Text* texts, int count, unsigned int room)
         found = false;
         const unsigned int share = room / static_cast<unsigned int>(left);
         for (int i = 0; i < count; ++i) {
-            if (!isWhole[i] && texts[i].text.mSize <= share) {
+            if (!isWhole[i] && texts[i].Size() <= share) {
                 isWhole[i] = true;
                 found = true;
-                room -= texts[i].text.mSize;
+                room -= texts[i].Size();
                 --left;
             }
         }
@@ -59,28 +61,22 @@ unsigned int largestShare(const Text* texts, int count, unsigned int room)
 
 } // namespace
 
-bool CRecordCuts::Fit(unsigned int room, const CRecordText* format, const CRecordValue* values, int count)
+bool CRecordCuts::Fit(unsigned int room, const AnyField* fields, int count)
 {
-    Text texts[kMostValues + 1];
+    Text texts[kMostValues + 1] = {};
     int found = 0;
-    unsigned int fixed = 15 + CCat::kMaxCodes + 3 + 1;
-    if (format != nullptr) {
-        texts[found++] = { *format, 0, 1 };
-    }
-    for (int i = 0; i < count; ++i) {
-        if (IsText(values[i].mType)) {
-            texts[found++] = { values[i].mText, i + 1, unitOf(values[i].mType) };
-            fixed += 3;
-        } else {
-            fixed += values[i].Size();
-        }
-    }
-    unsigned int size = fixed;
-    for (int i = 0; i < found; ++i) {
-        size += texts[i].text.mSize;
-    }
+    detail::Sizes sizes;
+    VisitMessage(sizes, fields, count);
+    const unsigned int size = HeaderSize(CCat::kMaxCodes) + sizes.mSize;
     if (size <= room) {
         return true;
+    }
+    unsigned int fixed = size;
+    for (int i = 0; i <= count; ++i) {
+        if (fields[i].mIsText) {
+            texts[found++] = { &fields[i], i };
+            fixed -= fields[i].mSize;
+        }
     }
     if (fixed + kDroppedRecordSize > room) {
         return false;
@@ -88,8 +84,8 @@ bool CRecordCuts::Fit(unsigned int room, const CRecordText* format, const CRecor
     const unsigned int share = largestShare(texts, found, room - kDroppedRecordSize - fixed);
     for (int i = 0; i < found; ++i) {
         const Text& text = texts[i];
-        if (text.text.mSize > share) {
-            const unsigned int mark = kCutMarkUnits * text.unit;
+        if (text.Size() > share) {
+            const unsigned int mark = kCutMarkUnits * unitOf(text.field->mKind);
             mIsCut[text.which] = true;
             mKept[text.which] = share > mark ? wholeBytes(text, share - mark) : 0;
         }
@@ -97,33 +93,38 @@ bool CRecordCuts::Fit(unsigned int room, const CRecordText* format, const CRecor
     return true;
 }
 
-void CRecordCuts::Write(CCircularBuffer& buffer, int which, CRecordText text, unsigned int unit) const
+void CRecordCuts::Write(CCircularBuffer& buffer, const AnyField* fields, int count) const
 {
-    if (!mIsCut[which]) {
-        return WriteText(buffer, text);
+    Writes writes { buffer };
+    for (int i = 0; i <= count; ++i) {
+        if (mIsCut[i]) {
+            writes.Put(fields[i].mKind);
+            WriteText(writes, i, fields[i]);
+        } else {
+            Visit(writes, fields[i]);
+        }
+        if (i == 0) {
+            writes.Put(static_cast<unsigned char>(count));
+        }
     }
+}
+
+void CRecordCuts::WriteText(Writes& writes, int which, const AnyField& field) const
+{
     // Where not even the mark has room, there is nothing.
     static constexpr char kMarks[] = "...";
     static constexpr unsigned short kUTF16Marks[] = { '.', '.', '.' };
     static constexpr wchar_t kWideMarks[] = L"...";
+    const unsigned int unit = unitOf(field.mKind);
     const void* const mark = unit == 1 ? static_cast<const void*>(kMarks)
                                        : (unit == 2 ? static_cast<const void*>(kUTF16Marks) : kWideMarks);
     const unsigned int kept = mKept[which];
     const unsigned int markUnits = kept != 0 ? kCutMarkUnits : 0;
-    WriteField(buffer, static_cast<unsigned short>(kept / unit + markUnits));
+    writes.Put(static_cast<unsigned short>(kept / unit + markUnits));
     if (kept != 0) {
-        WriteBytes(buffer, text.mText, static_cast<int>(kept));
-        WriteBytes(buffer, mark, static_cast<int>(markUnits * unit));
+        writes.Bytes(field.Text().mText, kept);
+        writes.Bytes(mark, markUnits * unit);
     }
-}
-
-void CRecordCuts::WriteValue(CCircularBuffer& buffer, int which, const CRecordValue& value) const
-{
-    if (!mIsCut[which]) {
-        return HSL::WriteValue(buffer, value);
-    }
-    WriteField(buffer, value.mType);
-    Write(buffer, which, value.mText, unitOf(value.mType));
 }
 
 } // namespace HSL

@@ -6,13 +6,14 @@
 
 namespace HSL {
 
-constexpr int kMostValues = 10;
+using detail::kMostValues;
+
 constexpr unsigned int kCutMarkUnits = 3; // "..." behind what is left of a text
 
 // Bytes of a dropped-messages record of any category.
-constexpr unsigned int kDroppedRecordSize = 15 + CCat::kMaxCodes + 3 + sizeof kDroppedText - 1 + 1;
+constexpr unsigned int kDroppedRecordSize = HeaderSize(CCat::kMaxCodes) + 3 + sizeof kDroppedText - 1 + 1;
 
-// How many bytes of each text are written. Which text is which: 0 is the format, 1 to 10 are the values.
+// How many bytes of each field's text are written. Field 0 is the format, 1 to 10 are the values.
 class CRecordCuts {
 public:
     // Leaves everything as it is.
@@ -20,14 +21,14 @@ public:
 
     // Cuts the longest texts first, between characters, so that the record takes at most `room` bytes and leaves
     // kDroppedRecordSize of them. A record that fits as it is stays so. False: it does not fit without any text.
-    // A null format is one by id.
-    bool Fit(unsigned int room, const CRecordText* format, const CRecordValue* values, int count);
+    bool Fit(unsigned int room, const AnyField* fields, int count);
 
-    // Appends a text's length field, its bytes as far as they are kept, and the mark where it was cut.
-    void Write(CCircularBuffer& buffer, int which, CRecordText text, unsigned int unit) const;
-    void WriteValue(CCircularBuffer& buffer, int which, const CRecordValue& value) const;
+    // VisitMessage, with each text as far as it is kept, and the mark where it was cut.
+    void Write(CCircularBuffer& buffer, const AnyField* fields, int count) const;
 
 private:
+    void WriteText(Writes& writes, int which, const AnyField& field) const;
+
     bool mIsCut[kMostValues + 1] = {};
     unsigned int mKept[kMostValues + 1] = {}; // bytes, of the texts that are cut
 };
