@@ -105,7 +105,7 @@ private:
     // Not inlined: a seldom way, and compilers warn of it where they see that a literal is shorter.
     [[gnu::noinline]] void Cut(const Unit* text, std::size_t units)
     {
-        const std::size_t length = WholeUnits(text, units);
+        const std::size_t length = detail::WholeUnits(text, units);
         std::memcpy(mCopy, text, length * sizeof(Unit));
         mCopy[length] = 0;
         mText = mCopy;

@@ -35,15 +35,11 @@ template <typename Integer> constexpr unsigned char CodeOf(Integer code)
     return static_cast<unsigned char>(code);
 }
 
+namespace detail {
+
 // A level below the least one that a program is compiled with. The values of such a call are checked, and no
 // more.
 struct LeftOut { };
-
-// Stays what it is.
-constexpr LeftOut CodeOf(LeftOut)
-{
-    return {};
-}
 
 // Whether a call that names such a category is compiled.
 template <typename Category> inline constexpr bool kIsCompiled = !std::is_same<Category, const LeftOut>::value;
@@ -59,6 +55,14 @@ template <int kLeast, int kLevel> constexpr auto LevelFrom(LevelNumber<kLevel>)
     } else {
         return LeftOut();
     }
+}
+
+} // namespace detail
+
+// Stays what it is.
+constexpr detail::LeftOut CodeOf(detail::LeftOut)
+{
+    return {};
 }
 
 // Codes of one's own, as they are.

@@ -121,15 +121,15 @@
 
 // What is left out is still compiled, so that it stays correct and its values count as used.
 #define HSL_AT_LEVEL_(level, log, ...)                                                                         \
-    log((::HSL::LevelFrom<(HSL_LEAST_LEVEL)>(::HSL::LevelNumber<(level)>())), __VA_ARGS__)
+    log((::HSL::detail::LevelFrom<(HSL_LEAST_LEVEL)>(::HSL::detail::LevelNumber<(level)>())), __VA_ARGS__)
 
 #define HSL_LOG_IF_(category, condition, ...)                                                                  \
     do {                                                                                                       \
         const auto hslCategory = ::HSL::CodeOf(category);                                                      \
-        ::HSL::CLogManager* const hslManager = ::HSL::CLogCall::ManagerIfOn(hslCategory);                      \
-        if (::HSL::kIsCompiled<decltype(hslCategory)> && hslManager != nullptr && (condition)) {               \
+        ::HSL::CLogManager* const hslManager = ::HSL::detail::LogCall::ManagerIfOn(hslCategory);               \
+        if (::HSL::detail::kIsCompiled<decltype(hslCategory)> && hslManager != nullptr && (condition)) {       \
             HSL_LOG_FORMAT_(__VA_ARGS__);                                                                      \
-            ::HSL::CLogCall::Record<HslFormat>(*hslManager, hslCategory, __VA_ARGS__);                         \
+            ::HSL::detail::LogCall::Record<HslFormat>(*hslManager, hslCategory, __VA_ARGS__);                  \
         }                                                                                                      \
     } while (false)
 

@@ -17,6 +17,10 @@
 
 namespace HSL {
 
+namespace detail {
+struct LogCall;
+}
+
 // Appends records to its own ring without a lock, an allocation or any formatting. Only the owning thread may
 // log to a context; the collection thread drains it at the same time.
 //
@@ -56,6 +60,8 @@ public:
         KxAtomicAdd32Barrier(1, &mRecordCount);
     }
 
+    using V = const CValue&; // one value of a log call
+
     // `format` is printf-style; each conversion takes one value. The text is copied into the record.
     //
     // Beware, with at least one value: a format in which "%%", or a "%" that follows a backslash, is met while
@@ -72,7 +78,6 @@ public:
     // A call takes up to ten values, all of types that CValue takes. Where it tells their types, by the last of each row,
     // it is laid out at the call. Values that are CValue objects already, that are braced, or that have to become a
     // CValue by a conversion of their own, go through the library.
-    using V = const CValue&;
     HSL_AT_CALL void Log(const CCat& cat, const char* format) { Record(cat, format); }
     void Log(const CCat& cat, const char* format, V a) { RecordValues(cat, format, { &a }); }
     void Log(const CCat& cat, const char* format, V a, V b) { RecordValues(cat, format, { &a, &b }); }
@@ -187,7 +192,7 @@ public:
     unsigned int mStuckOffset = 0;
 
 private:
-    friend struct CLogCall; // measures texts by itself
+    friend struct detail::LogCall; // measures texts by itself
 
     // What becomes of a message that passed the filter.
     enum Verdict : unsigned char {

@@ -151,8 +151,10 @@ template <typename Format, typename... Values> struct Plan {
 
 } // namespace LogFormat
 
+namespace detail {
+
 // The way from a macro to the ring.
-struct CLogCall {
+struct LogCall {
     // The manager, if it is there, switched on, and lets the category pass.
     HSL_AT_CALL static CLogManager* ManagerIfOn(unsigned char code)
     {
@@ -178,26 +180,22 @@ struct CLogCall {
     }
 
 private:
-    template <typename Plan> static constexpr detail::RecordText FormatText()
+    template <typename Plan> static constexpr RecordText FormatText()
     {
         return { Plan::kText.mText, static_cast<unsigned int>(Plan::kDraft.mFormatLength),
                  static_cast<unsigned short>(Plan::kDraft.mFormatLength) };
     }
 
-    HSL_AT_CALL static detail::Field<detail::kFormatInline, detail::RecordText>
-    FormatOf(detail::RecordText text)
-    {
-        return { text };
-    }
+    HSL_AT_CALL static Field<kFormatInline, RecordText> FormatOf(RecordText text) { return { text }; }
 
     // The values of the record by argument, each with all its parts.
-    template <typename Plan> using Parts = const detail::AnyField (*)[Plan::kMostParts];
+    template <typename Plan> using Parts = const AnyField (*)[Plan::kMostParts];
 
     template <typename Plan, typename Category, typename... Held, int... kArguments>
     HSL_AT_CALL static void RecordHeld(CLogManager& manager, Category category,
                                        std::integer_sequence<int, kArguments...>, Held&&... held)
     {
-        detail::AnyField parts[sizeof...(Held) + 1][Plan::kMostParts];
+        AnyField parts[sizeof...(Held) + 1][Plan::kMostParts];
         // In the order of the arguments, since texts take room in turn.
         [[maybe_unused]] LogFormat::TextRoom room { Plan::kTextRoom, 0, 0 };
         (Put<Plan, kArguments>(held, parts[kArguments], room), ...);
@@ -210,7 +208,7 @@ private:
     }
 
     template <typename Plan, int kArgument, typename Held>
-    HSL_AT_CALL static void Put(Held& held, detail::AnyField* parts, LogFormat::TextRoom& room)
+    HSL_AT_CALL static void Put(Held& held, AnyField* parts, LogFormat::TextRoom& room)
     {
         constexpr LogFormat::TextLimit kLimit = Plan::template kLimit<kArgument>;
         if (Plan::kTextsAlwaysFit) {
@@ -221,7 +219,7 @@ private:
         held.Put(parts, room);
     }
 
-    template <typename Plan, int kStep> HSL_AT_CALL static detail::AnyField ValueOf(Parts<Plan> parts)
+    template <typename Plan, int kStep> HSL_AT_CALL static AnyField ValueOf(Parts<Plan> parts)
     {
         constexpr LogFormat::Step kAt = Plan::kDraft.mSteps[kStep];
         if constexpr (kAt.mArgument >= 0) {
@@ -270,9 +268,9 @@ private:
         char format[Plan::kTextLength + 1];
         const std::size_t length =
             Choose(format, Plan::kText.mText, Plan::kDraft.mFormatLength, choices, sizeof...(kSteps));
-        const detail::AnyField fields[] = { FormatOf({ format, static_cast<unsigned int>(length),
-                                                       static_cast<unsigned short>(length) }),
-                                            ValueOf<Plan, kSteps>(parts)... };
+        const AnyField fields[] = { FormatOf({ format, static_cast<unsigned int>(length),
+                                               static_cast<unsigned short>(length) }),
+                                    ValueOf<Plan, kSteps>(parts)... };
         RecordChosen(manager, cat, fields, sizeof...(kSteps));
     }
 
@@ -291,9 +289,10 @@ private:
     // Copies the format with the conversions of missing values replaced; returns its length.
     static std::size_t Choose(char* to, const char* format, std::size_t length, const Choice* choices,
                               std::size_t count);
-    static void RecordChosen(CLogManager& manager, const CCat& cat, const detail::AnyField* fields, int count);
+    static void RecordChosen(CLogManager& manager, const CCat& cat, const AnyField* fields, int count);
 };
 
+} // namespace detail
 } // namespace HSL
 
 #endif

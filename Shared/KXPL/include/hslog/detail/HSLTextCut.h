@@ -6,6 +6,7 @@
 #include <type_traits>
 
 namespace HSL {
+namespace detail {
 
 constexpr bool IsTrailingByte(char byte)
 {
@@ -33,6 +34,7 @@ template <typename Unit> std::size_t WholeUnits(const Unit* text, std::size_t en
     }
 }
 
+} // namespace detail
 } // namespace HSL
 
 #endif

@@ -4,8 +4,9 @@
 #include <cstring>
 
 namespace HSL {
+namespace detail {
 
-CLogManager* CLogCall::ManagerIfOn(const CCat& cat)
+CLogManager* LogCall::ManagerIfOn(const CCat& cat)
 {
     CLogManager* manager = CLogManager::Instance();
     const bool isOn = manager != nullptr && KxLoadRelaxed(manager->mEnabled)
@@ -13,13 +14,13 @@ CLogManager* CLogCall::ManagerIfOn(const CCat& cat)
     return isOn ? manager : nullptr;
 }
 
-CLogContext* CLogCall::ContextOfThisThread(CLogManager& manager)
+CLogContext* LogCall::ContextOfThisThread(CLogManager& manager)
 {
     return manager.GetTLSContext();
 }
 
-std::size_t CLogCall::Choose(char* to, const char* format, std::size_t length, const Choice* choices,
-                             std::size_t count)
+std::size_t LogCall::Choose(char* to, const char* format, std::size_t length, const Choice* choices,
+                            std::size_t count)
 {
     std::size_t size = 0;
     std::size_t taken = 0;
@@ -40,11 +41,12 @@ std::size_t CLogCall::Choose(char* to, const char* format, std::size_t length, c
     return size;
 }
 
-void CLogCall::RecordChosen(CLogManager& manager, const CCat& cat, const detail::AnyField* fields, int count)
+void LogCall::RecordChosen(CLogManager& manager, const CCat& cat, const AnyField* fields, int count)
 {
     if (CLogContext* context = ContextOfThisThread(manager)) {
         context->RecordFields(cat, KxAtomicAdd32Barrier(1, &manager.mSequence), fields, count);
     }
 }
 
+} // namespace detail
 } // namespace HSL

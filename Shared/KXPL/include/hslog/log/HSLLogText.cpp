@@ -7,6 +7,10 @@
 
 namespace HSL {
 namespace LogFormat {
+
+using detail::IsTrailingByte;
+using detail::WholeUnits;
+
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;

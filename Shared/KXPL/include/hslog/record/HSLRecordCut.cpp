@@ -21,7 +21,7 @@ unsigned int unitOf(unsigned char type)
 
 template <typename Unit> unsigned int wholeBytes(const void* text, unsigned int bytes)
 {
-    const std::size_t units = WholeUnits(static_cast<const Unit*>(text), bytes / sizeof(Unit));
+    const std::size_t units = detail::WholeUnits(static_cast<const Unit*>(text), bytes / sizeof(Unit));
     return static_cast<unsigned int>(units * sizeof(Unit));
 }
 
