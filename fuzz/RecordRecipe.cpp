@@ -1,6 +1,6 @@
 #include "RecordRecipe.h"
 
-#include "RecordBytes.h"
+#include "HandMadeRecord.h"
 
 #include <cmath>
 #include <iterator>
@@ -94,51 +94,51 @@ template <typename Unit> std::basic_string<Unit> takeUnits(FuzzInput& input)
     return units;
 }
 
-template <typename Unit> void addText(RecordBytes& record, FuzzInput& input)
+template <typename Unit> void addText(HandMadeRecord& record, FuzzInput& input)
 {
     const std::basic_string<Unit> units = takeUnits<Unit>(input);
-    record.Add(static_cast<unsigned short>(units.size()));
+    record.Raw(static_cast<unsigned short>(units.size()));
     for (const Unit unit : units) {
-        record.Add(unit);
+        record.Raw(unit);
     }
 }
 
-void addValue(RecordBytes& record, FuzzInput& input)
+void addValue(HandMadeRecord& record, FuzzInput& input)
 {
     const unsigned int choice = input.Byte();
     const unsigned int tag = choice < 240 ? 4 + choice % 15 : choice;
-    record.Add(static_cast<unsigned char>(tag));
+    record.Raw(static_cast<unsigned char>(tag));
     const auto integer = [&input] { return pick(input, kIntegers); };
     switch (tag) {
     case 4:
     case 8:
-        record.Add(static_cast<unsigned char>(integer()));
+        record.Raw(static_cast<unsigned char>(integer()));
         break;
     case 5:
     case 9:
-        record.Add(static_cast<unsigned short>(integer()));
+        record.Raw(static_cast<unsigned short>(integer()));
         break;
     case 6:
     case 10:
-        record.Add(static_cast<unsigned int>(integer()));
+        record.Raw(static_cast<unsigned int>(integer()));
         break;
     case 7:
     case 11:
-        record.Add(integer());
+        record.Raw(integer());
         break;
     case 12: {
         // A number that a float cannot hold becomes an infinite one without being converted.
         const double real = pick(input, kReals);
-        record.Add(std::abs(real) < 1e30 || std::isnan(real) ? static_cast<float>(real)
+        record.Raw(std::abs(real) < 1e30 || std::isnan(real) ? static_cast<float>(real)
                                                              : std::numeric_limits<float>::infinity());
         break;
     }
     case 13:
-        record.Add(pick(input, kReals));
+        record.Raw(pick(input, kReals));
         break;
     case 14:
     case 15:
-        record.Add(static_cast<unsigned long>(integer()));
+        record.Raw(static_cast<unsigned long>(integer()));
         break;
     case 16:
         addText<char>(record, input);
@@ -154,19 +154,19 @@ void addValue(RecordBytes& record, FuzzInput& input)
     }
 }
 
-void addFormat(RecordBytes& record, FuzzInput& input)
+void addFormat(HandMadeRecord& record, FuzzInput& input)
 {
     const unsigned int kind = input.Byte();
     if (kind >= 224) {
-        record.Add(static_cast<unsigned char>(kind % 5))
-            .Add(static_cast<short>(static_cast<int>(kind % 8) - 2));
+        record.Raw(static_cast<unsigned char>(kind % 5))
+            .Raw(static_cast<short>(static_cast<int>(kind % 8) - 2));
         return;
     }
     std::string format;
     for (unsigned int pieces = kind % 8; pieces > 0; --pieces) {
         format += takeUnits<char>(input) + pick(input, kConversions);
     }
-    record.InlineFormat(format + takeUnits<char>(input));
+    record.Inline(format + takeUnits<char>(input));
 }
 
 } // namespace
@@ -174,7 +174,7 @@ void addFormat(RecordBytes& record, FuzzInput& input)
 AssembledRecords assembledRecords(const std::string& recipe, bool headers)
 {
     FuzzInput input(reinterpret_cast<const std::uint8_t*>(recipe.data()), recipe.size());
-    RecordBytes records;
+    HandMadeRecord records;
     AssembledRecords assembled;
     unsigned int sequence = static_cast<unsigned int>(pick(input, kSequences)); // may pass the largest int
     unsigned int seconds = 1700000000;
@@ -184,16 +184,16 @@ AssembledRecords assembledRecords(const std::string& recipe, bool headers)
             const unsigned int microseconds = pick(input, kMicroseconds);
             const unsigned char depth = pick(input, kDepths);
             records.Header(static_cast<int>(sequence), seconds, microseconds, depth,
-                           { static_cast<int>(input.Byte()) });
+                           { static_cast<unsigned char>(input.Byte()) });
             sequence += 1 + input.Byte() % 2;
         }
         addFormat(records, input);
         const unsigned int values = input.Byte() % 11;
-        records.ValueCount(static_cast<int>(values));
+        records.Count(static_cast<int>(values));
         for (unsigned int i = 0; i < values; ++i) {
             addValue(records, input);
         }
     }
-    assembled.bytes = records.Bytes();
+    assembled.bytes = records.AsString();
     return assembled;
 }

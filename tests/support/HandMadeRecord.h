@@ -6,6 +6,7 @@
 
 #include "hslog/HSL.h"
 
+#include "ByteRing.h"
 #include "CircularBuffer.h"
 
 #include <cstddef>
@@ -64,9 +65,15 @@ public:
         return *this;
     }
 
+    HandMadeRecord& Bytes(const std::string& bytes) { return Bytes(bytes.data(), bytes.size()); }
+
+    // The record that a context writes when it starts dropping, from its format kind on.
+    HandMadeRecord& Dropped() { return Inline("*** HSLOG DROPPED MESSAGE(S) ***").Count(0); }
+
     HandMadeRecord& Append(const HandMadeRecord& other) { return Bytes(other.mBytes.data(), other.Size()); }
 
     std::size_t Size() const { return mBytes.size(); }
+    std::string AsString() const { return std::string(mBytes.begin(), mBytes.end()); }
 
     // Writes the bytes; false when the ring did not take them all.
     bool PushTo(CCircularBuffer& ring) const

@@ -1,7 +1,7 @@
 #include "hslog/HSLCat.h"
 
 #include "BareManager.h"
-#include "RecordBytes.h"
+#include "ByteRing.h"
 #include "hslog/HSLLogContext.h"
 
 #include <gtest/gtest.h>

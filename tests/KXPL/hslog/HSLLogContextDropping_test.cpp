@@ -2,7 +2,7 @@
 #include "hslog/HSLLogContext.h"
 
 #include "BareManager.h"
-#include "RecordBytes.h"
+#include "HandMadeRecord.h"
 
 #include <gtest/gtest.h>
 
@@ -22,9 +22,9 @@ constexpr unsigned char kRefused = 99;
 constexpr unsigned int kHigh = 61440;
 constexpr unsigned int kLow = 49152;
 
-RecordBytes header(int sequence, int code = 3, unsigned char depth = 0)
+HandMadeRecord header(int sequence, unsigned char code = 3, unsigned char depth = 0)
 {
-    return RecordBytes().Header(sequence, kSeconds, kMicroseconds, depth, { code });
+    return HandMadeRecord().Header(sequence, kSeconds, kMicroseconds, depth, { code });
 }
 
 // A manager that refuses one category and a clock that stands still.
@@ -71,7 +71,7 @@ protected:
 TEST_F(Dropping, MessageIsWrittenBelowTheHighWater)
 {
     SetUsed(*mContext.mBuffer, kHigh - 1);
-    EXPECT_EQ(Added(CCat(3), "f"), header(1).InlineFormat("f").ValueCount(0).Bytes());
+    EXPECT_EQ(Added(CCat(3), "f"), header(1).Inline("f").Count(0).AsString());
     EXPECT_FALSE(mContext.mDropping);
     EXPECT_EQ(mContext.mRecordCount, 1);
 }
@@ -79,7 +79,7 @@ TEST_F(Dropping, MessageIsWrittenBelowTheHighWater)
 TEST_F(Dropping, DroppedRecordTakesTheMessagesPlaceAtTheHighWater)
 {
     SetUsed(*mContext.mBuffer, kHigh);
-    EXPECT_EQ(Added(CCat(3), "f", CValue(1)), header(1).Dropped().Bytes());
+    EXPECT_EQ(Added(CCat(3), "f", CValue(1)), header(1).Dropped().AsString());
     EXPECT_TRUE(mContext.mDropping);
     EXPECT_EQ(mContext.mRecordCount, 1);
     EXPECT_EQ(mManager->mSequence, 1);
@@ -93,7 +93,7 @@ TEST_F(Dropping, DroppedRecordCarriesTheMessagesOwnCategoriesAndTheDepth)
     cat.mCount = 2;
     cat.mCodes[1] = 200;
     EXPECT_EQ(Added(cat, "f"),
-              RecordBytes().Header(1, kSeconds, kMicroseconds, 4, { 8, 200 }).Dropped().Bytes());
+              HandMadeRecord().Header(1, kSeconds, kMicroseconds, 4, { 8, 200 }).Dropped().AsString());
 }
 
 TEST_F(Dropping, DroppedRecordHas32BytesOfText)
@@ -107,7 +107,7 @@ TEST_F(Dropping, DroppedRecordHas32BytesOfText)
 TEST_F(Dropping, DroppedRecordOfAMessageWithAnIdIsInlineAllTheSame)
 {
     SetUsed(*mContext.mBuffer, kHigh);
-    EXPECT_EQ(Added(CCat(3), static_cast<short>(7), CValue(1), CValue(2)), header(1).Dropped().Bytes());
+    EXPECT_EQ(Added(CCat(3), static_cast<short>(7), CValue(1), CValue(2)), header(1).Dropped().AsString());
 }
 
 TEST_F(Dropping, OnlyOneDroppedRecordIsWrittenPerEpisode)
@@ -133,7 +133,7 @@ TEST_F(Dropping, MessageIsDiscardedAtTheLowWater)
 TEST_F(Dropping, MessageIsWrittenBelowTheLowWater)
 {
     StartDropping(kLow - 1);
-    EXPECT_EQ(Added(CCat(3), "f"), header(2).InlineFormat("f").ValueCount(0).Bytes());
+    EXPECT_EQ(Added(CCat(3), "f"), header(2).Inline("f").Count(0).AsString());
     EXPECT_FALSE(mContext.mDropping);
     EXPECT_EQ(mContext.mRecordCount, 1);
 }
@@ -141,7 +141,7 @@ TEST_F(Dropping, MessageIsWrittenBelowTheLowWater)
 TEST_F(Dropping, LowWaterDoesNotHoldBackAContextThatIsWriting)
 {
     SetUsed(*mContext.mBuffer, kLow + 1);
-    EXPECT_EQ(Added(CCat(3), "f"), header(1).InlineFormat("f").ValueCount(0).Bytes());
+    EXPECT_EQ(Added(CCat(3), "f"), header(1).Inline("f").Count(0).AsString());
 }
 
 TEST_F(Dropping, EveryEpisodeWritesItsOwnDroppedRecord)
@@ -149,7 +149,7 @@ TEST_F(Dropping, EveryEpisodeWritesItsOwnDroppedRecord)
     StartDropping(kLow - 1);
     mContext.Log(CCat(3), "written");
     SetUsed(*mContext.mBuffer, kHigh);
-    EXPECT_EQ(Added(CCat(5), "f"), header(3, 5).Dropped().Bytes());
+    EXPECT_EQ(Added(CCat(5), "f"), header(3, 5).Dropped().AsString());
     EXPECT_TRUE(mContext.mDropping);
 }
 
@@ -161,7 +161,7 @@ TEST_F(Dropping, DiscardedMessageTakesANumberThatNoRecordShows)
     mContext.Log(CCat(3), static_cast<short>(7));
     EXPECT_EQ(mManager->mSequence, 3);
     SetUsed(*mContext.mBuffer, 0);
-    EXPECT_EQ(Added(CCat(3), "f"), header(4).InlineFormat("f").ValueCount(0).Bytes());
+    EXPECT_EQ(Added(CCat(3), "f"), header(4).Inline("f").Count(0).AsString());
 }
 
 TEST_F(Dropping, GapShowsInOtherContextsToo)
@@ -170,7 +170,7 @@ TEST_F(Dropping, GapShowsInOtherContextsToo)
     CLogContext other("other", 8192, CLogContext::MallocFunc, CLogContext::FreeFunc);
     mContext.Log(CCat(3), "discarded");
     other.Log(CCat(3), "f");
-    EXPECT_EQ(BytesIn(*other.mBuffer), header(3).InlineFormat("f").ValueCount(0).Bytes());
+    EXPECT_EQ(BytesIn(*other.mBuffer), header(3).Inline("f").Count(0).AsString());
 }
 
 TEST_F(Dropping, RefusedMessageTakesNoNumber)
@@ -206,14 +206,14 @@ TEST_F(Dropping, RefusedMessageDoesNotStartDropping)
 TEST_F(Dropping, RingOfLessThanTheReserveAlternatesDroppedRecordsAndMessages)
 {
     CLogContext context("context", 4095, CLogContext::MallocFunc, CLogContext::FreeFunc);
-    RecordBytes expected;
+    HandMadeRecord expected;
     for (int sequence = 1; sequence <= 20; sequence += 2) {
         context.Log(CCat(3), "lost");
         context.Log(CCat(3), "kept");
-        expected.AddRaw(header(sequence).Dropped().Bytes());
-        expected.AddRaw(header(sequence + 1).InlineFormat("kept").ValueCount(0).Bytes());
+        expected.Bytes(header(sequence).Dropped().AsString());
+        expected.Bytes(header(sequence + 1).Inline("kept").Count(0).AsString());
     }
-    EXPECT_EQ(BytesIn(*context.mBuffer), expected.Bytes());
+    EXPECT_EQ(BytesIn(*context.mBuffer), expected.AsString());
     EXPECT_EQ(context.mRecordCount, 20);
 }
 
@@ -221,7 +221,7 @@ TEST_F(Dropping, RingOfTheReserveAlternatesToo)
 {
     CLogContext context("context", 4096, CLogContext::MallocFunc, CLogContext::FreeFunc);
     context.Log(CCat(3), "lost");
-    EXPECT_EQ(BytesIn(*context.mBuffer), header(1).Dropped().Bytes());
+    EXPECT_EQ(BytesIn(*context.mBuffer), header(1).Dropped().AsString());
 }
 
 TEST_F(Dropping, RingOfOneByteMoreWritesItsFirstMessage)
@@ -230,7 +230,7 @@ TEST_F(Dropping, RingOfOneByteMoreWritesItsFirstMessage)
     context.Log(CCat(3), "kept");
     context.Log(CCat(3), "lost");
     EXPECT_EQ(BytesIn(*context.mBuffer),
-              header(1).InlineFormat("kept").ValueCount(0).Bytes() + header(2).Dropped().Bytes());
+              header(1).Inline("kept").Count(0).AsString() + header(2).Dropped().AsString());
 }
 
 TEST_F(Dropping, MessageThatEndsDroppingIsWrittenThoughTheHighWaterIsReached)
@@ -241,7 +241,7 @@ TEST_F(Dropping, MessageThatEndsDroppingIsWrittenThoughTheHighWaterIsReached)
     SetUsed(*context.mBuffer, 6143);
     context.Log(CCat(3), "f");
     EXPECT_FALSE(context.mDropping);
-    EXPECT_EQ(UsedIn(*context.mBuffer), 6143u + header(1).InlineFormat("f").ValueCount(0).Bytes().size());
+    EXPECT_EQ(UsedIn(*context.mBuffer), 6143u + header(1).Inline("f").Count(0).AsString().size());
 }
 
 namespace {
@@ -267,11 +267,11 @@ struct ContextModel {
         }
         if (!dropping && used >= high) {
             dropping = true;
-            Append(header(sequence, code).Dropped().Bytes());
+            Append(header(sequence, static_cast<unsigned char>(code)).Dropped().AsString());
             return;
         }
         dropping = false;
-        Append(header(sequence, code).InlineFormat(format).ValueCount(0).Bytes());
+        Append(header(sequence, static_cast<unsigned char>(code)).Inline(format).Count(0).AsString());
     }
 
     void Append(const std::string& record)

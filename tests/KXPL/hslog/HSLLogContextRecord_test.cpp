@@ -2,7 +2,7 @@
 #include "hslog/HSLLogContext.h"
 
 #include "BareManager.h"
-#include "RecordBytes.h"
+#include "HandMadeRecord.h"
 
 #include <gtest/gtest.h>
 
@@ -50,10 +50,10 @@ protected:
 
     // Logs twice where the ring ends so many bytes behind the first record's begin, for every such number up to
     // a few more than the record has.
-    template <typename Function> void LogAtTheRingsEnd(const Function& log, const RecordBytes& body)
+    template <typename Function> void LogAtTheRingsEnd(const Function& log, const HandMadeRecord& body)
     {
-        const std::string first = Header(1).AddRaw(body.Bytes()).Bytes();
-        const std::string second = Header(2).AddRaw(body.Bytes()).Bytes();
+        const std::string first = Header(1).Bytes(body.AsString()).AsString();
+        const std::string second = Header(2).Bytes(body.AsString()).AsString();
         for (unsigned int left = 1; left < first.size() + 4; ++left) {
             CLogContext context("context", 8192, CLogContext::MallocFunc, CLogContext::FreeFunc);
             CCircularBuffer& ring = *context.mBuffer;
@@ -69,9 +69,9 @@ protected:
         }
     }
 
-    static RecordBytes Header(int sequence)
+    static HandMadeRecord Header(int sequence)
     {
-        return RecordBytes().Header(sequence, kSeconds, kMicroseconds, 0, { 3 });
+        return HandMadeRecord().Header(sequence, kSeconds, kMicroseconds, 0, { 3 });
     }
 
     Interposed mHooks;
@@ -141,13 +141,14 @@ TEST_F(LogRecord, EveryFieldLiesAtItsOffset)
 TEST_F(LogRecord, FormatIdTakesThePlaceOfTheText)
 {
     EXPECT_EQ(Logged(CCat(3), static_cast<short>(0x1234), CValue(5)),
-              Header(1).AddRaw(Raw({ 3, 0x34, 0x12, 1, 6, 5, 0, 0, 0 })).Bytes());
+              Header(1).Bytes(Raw({ 3, 0x34, 0x12, 1, 6, 5, 0, 0, 0 })).AsString());
 }
 
 TEST_F(LogRecord, FormatIdIsSigned)
 {
-    EXPECT_EQ(Logged(CCat(3), static_cast<short>(-1)), Header(1).AddRaw(Raw({ 3, 0xFF, 0xFF, 0 })).Bytes());
-    EXPECT_EQ(Logged(CCat(3), static_cast<short>(32767)), Header(2).AddRaw(Raw({ 3, 0xFF, 0x7F, 0 })).Bytes());
+    EXPECT_EQ(Logged(CCat(3), static_cast<short>(-1)), Header(1).Bytes(Raw({ 3, 0xFF, 0xFF, 0 })).AsString());
+    EXPECT_EQ(Logged(CCat(3), static_cast<short>(32767)),
+              Header(2).Bytes(Raw({ 3, 0xFF, 0x7F, 0 })).AsString());
 }
 
 TEST_F(LogRecord, SeveralCategoriesMoveWhatFollows)
@@ -156,12 +157,9 @@ TEST_F(LogRecord, SeveralCategoriesMoveWhatFollows)
     cat.mCount = 3;
     cat.mCodes[1] = 200;
     cat.mCodes[2] = 0;
-    EXPECT_EQ(Logged(cat, "x"),
-              RecordBytes()
-                  .Header(1, kSeconds, kMicroseconds, 0, { 3, 200, 0 })
-                  .InlineFormat("x")
-                  .ValueCount(0)
-                  .Bytes());
+    EXPECT_EQ(
+        Logged(cat, "x"),
+        HandMadeRecord().Header(1, kSeconds, kMicroseconds, 0, { 3, 200, 0 }).Inline("x").Count(0).AsString());
 }
 
 TEST_F(LogRecord, MembersHaveTheirVeryArguments)
@@ -177,28 +175,28 @@ TEST_F(LogRecord, MembersHaveTheirVeryArguments)
 TEST_F(LogRecord, EveryMemberWithATextRecordsItsValuesInOrder)
 {
     logRow<const char*>(mContext, "f", std::make_index_sequence<11>());
-    RecordBytes expected;
+    HandMadeRecord expected;
     for (int count = 0; count <= 10; ++count) {
-        expected.AddRaw(Header(count + 1).InlineFormat("f").ValueCount(count).Bytes());
+        expected.Bytes(Header(count + 1).Inline("f").Count(count).AsString());
         for (int value = 0; value < count; ++value) {
             expected.Int32(100 + value);
         }
     }
-    EXPECT_EQ(BytesIn(*mContext.mBuffer), expected.Bytes());
+    EXPECT_EQ(BytesIn(*mContext.mBuffer), expected.AsString());
     EXPECT_EQ(mContext.mRecordCount, 11);
 }
 
 TEST_F(LogRecord, EveryMemberWithAnIdRecordsItsValuesInOrder)
 {
     logRow<short>(mContext, 5, std::make_index_sequence<11>());
-    RecordBytes expected;
+    HandMadeRecord expected;
     for (int count = 0; count <= 10; ++count) {
-        expected.AddRaw(Header(count + 1).FormatId(5).ValueCount(count).Bytes());
+        expected.Bytes(Header(count + 1).Id(5).Count(count).AsString());
         for (int value = 0; value < count; ++value) {
             expected.Int32(100 + value);
         }
     }
-    EXPECT_EQ(BytesIn(*mContext.mBuffer), expected.Bytes());
+    EXPECT_EQ(BytesIn(*mContext.mBuffer), expected.AsString());
     EXPECT_EQ(mContext.mRecordCount, 11);
 }
 
@@ -208,34 +206,33 @@ TEST_F(LogRecord, ValuesOfEveryKindFollowEachOther)
     const int object = 0;
     const std::string record = Logged(CCat(3), "f", CValue(1.0f), CValue("s"), CValue(L"w"), CValue(sixteen),
                                       CValue(&object), CValue(2l), CValue(static_cast<unsigned char>(3)));
-    RecordBytes expected = Header(1).InlineFormat("f").ValueCount(7);
-    expected.Add<unsigned char>(12).Add(1.0f).String("s").AddRaw(Raw({ 17, 1, 0, 'w', 0, 0, 0 }));
-    expected.AddRaw(Raw({ 18, 1, 0, 'u', 0 })).Add<unsigned char>(15).Add(&object);
-    expected.Add<unsigned char>(14).Add(2l).AddRaw(Raw({ 8, 3 }));
-    EXPECT_EQ(record, expected.Bytes());
+    HandMadeRecord expected = Header(1).Inline("f").Count(7);
+    expected.Raw<unsigned char>(12).Raw(1.0f).String("s").Bytes(Raw({ 17, 1, 0, 'w', 0, 0, 0 }));
+    expected.Bytes(Raw({ 18, 1, 0, 'u', 0 })).Raw<unsigned char>(15).Raw(&object);
+    expected.Raw<unsigned char>(14).Raw(2l).Bytes(Raw({ 8, 3 }));
+    EXPECT_EQ(record, expected.AsString());
 }
 
 TEST_F(LogRecord, FormatIsCopiedNotFormatted)
 {
-    EXPECT_EQ(Logged(CCat(3), "%d%%%s", CValue(1)),
-              Header(1).InlineFormat("%d%%%s").ValueCount(1).Int32(1).Bytes());
+    EXPECT_EQ(Logged(CCat(3), "%d%%%s", CValue(1)), Header(1).Inline("%d%%%s").Count(1).Int32(1).AsString());
 }
 
 TEST_F(LogRecord, EmptyFormatHasNoText)
 {
-    EXPECT_EQ(Logged(CCat(3), ""), Header(1).AddRaw(Raw({ 1, 0, 0, 0 })).Bytes());
+    EXPECT_EQ(Logged(CCat(3), ""), Header(1).Bytes(Raw({ 1, 0, 0, 0 })).AsString());
 }
 
 TEST_F(LogRecord, NullFormatIsTheTextNull)
 {
     EXPECT_EQ(Logged(CCat(3), static_cast<const char*>(nullptr)),
-              Header(1).InlineFormat("<NULL>").ValueCount(0).Bytes());
+              Header(1).Inline("<NULL>").Count(0).AsString());
 }
 
 TEST_F(LogRecord, NullFormatKeepsItsValues)
 {
     EXPECT_EQ(Logged(CCat(3), static_cast<const char*>(nullptr), CValue(1)),
-              Header(1).InlineFormat("<NULL>").ValueCount(1).Int32(1).Bytes());
+              Header(1).Inline("<NULL>").Count(1).Int32(1).AsString());
 }
 
 TEST_F(LogRecord, FormatOf70000BytesIsCutTo4464)
@@ -244,13 +241,13 @@ TEST_F(LogRecord, FormatOf70000BytesIsCutTo4464)
     format[4463] = 'y';
     format[4464] = 'z';
     EXPECT_EQ(Logged(CCat(3), format.c_str(), CValue(1)),
-              Header(1).InlineFormat(format.substr(0, 4464)).ValueCount(1).Int32(1).Bytes());
+              Header(1).Inline(format.substr(0, 4464)).Count(1).Int32(1).AsString());
 }
 
 TEST_F(LogRecord, FormatOf65535BytesIsWhole)
 {
     const std::string format(65535, 'x');
-    EXPECT_EQ(Logged(CCat(3), format.c_str()), Header(1).InlineFormat(format).ValueCount(0).Bytes());
+    EXPECT_EQ(Logged(CCat(3), format.c_str()), Header(1).Inline(format).Count(0).AsString());
 }
 
 TEST_F(LogRecord, TextsOfEverySizeAreWholeWhateverLiesAroundThem)
@@ -263,7 +260,7 @@ TEST_F(LogRecord, TextsOfEverySizeAreWholeWhateverLiesAroundThem)
         around[40 + size] = '\0';
         const char* text = around.data() + 40;
         EXPECT_EQ(Logged(CCat(3), text, text),
-                  Header(static_cast<int>(size) + 1).InlineFormat(text).ValueCount(1).String(text).Bytes())
+                  Header(static_cast<int>(size) + 1).Inline(text).Count(1).String(text).AsString())
             << size;
     }
 }
@@ -275,7 +272,7 @@ TEST_F(LogRecord, UTF16TextOf65535UnitsIsWholeAndALongerOneIsCut)
         std::vector<unsigned short> text(units, 'u');
         text.push_back(0);
         context.Log(CCat(3), "f", static_cast<const unsigned short*>(text.data()));
-        const std::size_t before = Header(1).InlineFormat("f").ValueCount(1).Bytes().size();
+        const std::size_t before = Header(1).Inline("f").Count(1).AsString().size();
         EXPECT_EQ(UsedIn(*context.mBuffer), before + 3 + 2 * 65535u);
     }
 }
@@ -289,7 +286,7 @@ TEST_F(LogRecord, RecordWithAnIdAcrossTheRingsEndIsLikeAnyOther)
     TakeFrom(*context.mBuffer, 4520);
     context.Log(CCat(3), static_cast<short>(7), CValue(5));
     EXPECT_EQ(context.mRecordCount, 1);
-    EXPECT_EQ(BytesIn(*context.mBuffer), Header(1).AddRaw(Raw({ 3, 7, 0, 1, 6, 5, 0, 0, 0 })).Bytes());
+    EXPECT_EQ(BytesIn(*context.mBuffer), Header(1).Bytes(Raw({ 3, 7, 0, 1, 6, 5, 0, 0, 0 })).AsString());
 }
 
 TEST_F(LogRecord, LongTextsAreWholeWithoutACopyFunction)
@@ -298,7 +295,7 @@ TEST_F(LogRecord, LongTextsAreWholeWithoutACopyFunction)
     const std::string format(33, 'f');
     const std::string text(500, 't');
     mContext.Log(CCat(3), format.c_str(), text.c_str());
-    EXPECT_EQ(BytesIn(*mContext.mBuffer), Header(1).InlineFormat(format).ValueCount(1).String(text).Bytes());
+    EXPECT_EQ(BytesIn(*mContext.mBuffer), Header(1).Inline(format).Count(1).String(text).AsString());
 }
 
 TEST_F(LogRecord, DepthIsClampedToAByte)
@@ -320,7 +317,7 @@ TEST_F(LogRecord, DepthIsClampedToAByte)
 TEST_F(LogRecord, TimeIsSplitIntoSecondsAndMicroseconds)
 {
     SetClock(1699999999, 999999);
-    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), RecordBytes().Add(1699999999u).Add(999999u).Bytes());
+    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), HandMadeRecord().Raw(1699999999u).Raw(999999u).AsString());
 }
 
 TEST_F(LogRecord, TimeIsZeroWhenTheClockCannotBeRead)
@@ -348,15 +345,15 @@ TEST_F(LogRecord, TimeIsAskedForWithTheTimeZoneRecordLikeEveryTime)
 TEST_F(LogRecord, MicrosecondsBeyondTheirSecondCountForItsNeighbour)
 {
     SetClock(100, -1);
-    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), RecordBytes().Add(99u).Add(999999u).Bytes());
+    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), HandMadeRecord().Raw(99u).Raw(999999u).AsString());
     SetClock(100, 1000000);
-    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), RecordBytes().Add(101u).Add(0u).Bytes());
+    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), HandMadeRecord().Raw(101u).Raw(0u).AsString());
 }
 
 TEST_F(LogRecord, LastSecondOfSigned32BitTimeIsExact)
 {
     SetClock(2147483647, 750000);
-    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), RecordBytes().Add(2147483647u).Add(750000u).Bytes());
+    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), HandMadeRecord().Raw(2147483647u).Raw(750000u).AsString());
 }
 
 // The time is negative there, so the division's truncation toward zero counts up, not down.
@@ -364,13 +361,13 @@ TEST_F(LogRecord, TimePast2038IsTruncatedTowardZero)
 {
     SetClock(2147483648, 250000);
     EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8),
-              RecordBytes().Add(2147483649u).Add(static_cast<unsigned int>(-750000)).Bytes());
+              HandMadeRecord().Raw(2147483649u).Raw(static_cast<unsigned int>(-750000)).AsString());
 }
 
 TEST_F(LogRecord, WholeSecondPast2038KeepsItsBits)
 {
     SetClock(2147483648, 0);
-    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), RecordBytes().Add(2147483648u).Add(0u).Bytes());
+    EXPECT_EQ(Logged(CCat(3), "f").substr(5, 8), HandMadeRecord().Raw(2147483648u).Raw(0u).AsString());
 }
 
 TEST_F(LogRecord, FirstRecordOfAManagerIsNumberOne)
@@ -386,16 +383,16 @@ TEST_F(LogRecord, ContextsShareTheNumbers)
     other.Log(CCat(3), "b");
     mContext.Log(CCat(3), "c");
     EXPECT_EQ(BytesIn(*mContext.mBuffer),
-              Header(1).InlineFormat("a").ValueCount(0).Bytes()
-                  + Header(3).InlineFormat("c").ValueCount(0).Bytes());
-    EXPECT_EQ(BytesIn(*other.mBuffer), Header(2).InlineFormat("b").ValueCount(0).Bytes());
+              Header(1).Inline("a").Count(0).AsString() + Header(3).Inline("c").Count(0).AsString());
+    EXPECT_EQ(BytesIn(*other.mBuffer), Header(2).Inline("b").Count(0).AsString());
 }
 
 TEST_F(LogRecord, LogPreWritesTheHeaderAndPublishesNothing)
 {
     mContext.mDepth = 7;
     mContext.LogPre(CCat(3));
-    EXPECT_EQ(BytesIn(*mContext.mBuffer), RecordBytes().Header(1, kSeconds, kMicroseconds, 7, { 3 }).Bytes());
+    EXPECT_EQ(BytesIn(*mContext.mBuffer),
+              HandMadeRecord().Header(1, kSeconds, kMicroseconds, 7, { 3 }).AsString());
     EXPECT_EQ(mManager->mSequence, 1);
     EXPECT_EQ(mContext.mRecordCount, 0);
 }
@@ -404,7 +401,7 @@ TEST_F(LogRecord, LogPreDoesNotAskTheFilter)
 {
     mManager->SetFilterValue(3, false);
     mContext.LogPre(CCat(3));
-    EXPECT_EQ(BytesIn(*mContext.mBuffer), Header(1).Bytes());
+    EXPECT_EQ(BytesIn(*mContext.mBuffer), Header(1).AsString());
 }
 
 TEST_F(LogRecord, LogPostOnlyCountsTheRecord)
@@ -426,7 +423,7 @@ TEST_F(LogRecord, RecordBeyondTheReserveIsCutShortAndCountedAllTheSame)
     EXPECT_EQ(context.mRecordCount, 1);
     EXPECT_EQ(UsedIn(*context.mBuffer), 65536u);
     TakeFrom(*context.mBuffer, 61439);
-    const std::string whole = Header(1).InlineFormat("%s").ValueCount(1).String(text).Bytes();
+    const std::string whole = Header(1).Inline("%s").Count(1).String(text).AsString();
     EXPECT_EQ(BytesIn(*context.mBuffer), whole.substr(0, 4097));
 }
 
@@ -436,13 +433,12 @@ TEST_F(LogRecord, RecordsAreWholeWhereverTheRingEnds)
 {
     const std::string text(40, 't');
     const char* const utf8 = text.c_str();
-    LogAtTheRingsEnd(
-        [&](CLogContext& context) { context.Log(CCat(3), "%d %s %s", 7, utf8, "short"); },
-        RecordBytes().InlineFormat("%d %s %s").ValueCount(3).Int32(7).String(text).String("short"));
+    LogAtTheRingsEnd([&](CLogContext& context) { context.Log(CCat(3), "%d %s %s", 7, utf8, "short"); },
+                     HandMadeRecord().Inline("%d %s %s").Count(3).Int32(7).String(text).String("short"));
     LogAtTheRingsEnd([&](CLogContext& context) { context.Log(CCat(3), static_cast<short>(5), utf8, 7); },
-                     RecordBytes().FormatId(5).ValueCount(2).String(text).Int32(7));
+                     HandMadeRecord().Id(5).Count(2).String(text).Int32(7));
     LogAtTheRingsEnd([&](CLogContext& context) { context.Log(CCat(3), "alone"); },
-                     RecordBytes().InlineFormat("alone").ValueCount(0));
+                     HandMadeRecord().Inline("alone").Count(0));
 }
 
 TEST_F(LogRecord, RecordsOfAnyValuesAreWholeWhereverTheRingEnds)
@@ -450,11 +446,10 @@ TEST_F(LogRecord, RecordsOfAnyValuesAreWholeWhereverTheRingEnds)
     const std::string text(40, 't');
     const CValue values[] = { CValue(7), CValue(text.c_str()), CValue("short") };
     const CValue* volatile any = values; // whose types the compiler cannot see
-    LogAtTheRingsEnd(
-        [&](CLogContext& context) { context.Log(CCat(3), "%d %s %s", any[0], any[1], any[2]); },
-        RecordBytes().InlineFormat("%d %s %s").ValueCount(3).Int32(7).String(text).String("short"));
+    LogAtTheRingsEnd([&](CLogContext& context) { context.Log(CCat(3), "%d %s %s", any[0], any[1], any[2]); },
+                     HandMadeRecord().Inline("%d %s %s").Count(3).Int32(7).String(text).String("short"));
     LogAtTheRingsEnd([&](CLogContext& context) { context.Log(CCat(3), static_cast<short>(5), any[1], any[0]); },
-                     RecordBytes().FormatId(5).ValueCount(2).String(text).Int32(7));
+                     HandMadeRecord().Id(5).Count(2).String(text).Int32(7));
 }
 
 TEST_F(LogRecord, AsManyValuesOfAnyTypesAsThereMayBeAreRecorded)
@@ -462,11 +457,11 @@ TEST_F(LogRecord, AsManyValuesOfAnyTypesAsThereMayBeAreRecorded)
     const CValue values[] = { CValue(1), CValue(2), CValue(3), CValue(4), CValue(5),
                               CValue(6), CValue(7), CValue(8), CValue(9), CValue("ten") };
     const CValue* volatile any = values;
-    RecordBytes expected = Header(1).FormatId(5).ValueCount(10);
+    HandMadeRecord expected = Header(1).Id(5).Count(10);
     for (int number = 1; number < 10; ++number) {
         expected.Int32(number);
     }
     EXPECT_EQ(Logged(CCat(3), static_cast<short>(5), any[0], any[1], any[2], any[3], any[4], any[5], any[6],
                      any[7], any[8], any[9]),
-              expected.String("ten").Bytes());
+              expected.String("ten").AsString());
 }

@@ -2,7 +2,7 @@
 #include "hslog/HSLLogContext.h"
 
 #include "BareManager.h"
-#include "RecordBytes.h"
+#include "ByteRing.h"
 
 #include <gtest/gtest.h>
 

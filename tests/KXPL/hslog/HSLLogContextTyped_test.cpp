@@ -3,7 +3,7 @@
 #include "hslog/HSLLogContext.h"
 
 #include "BareManager.h"
-#include "RecordBytes.h"
+#include "HandMadeRecord.h"
 
 #include <gtest/gtest.h>
 
@@ -147,29 +147,28 @@ TEST_F(LogTyped, ArraysAreTexts)
 {
     const char text[] = "abc";
     mContext.Log(CCat(3), "f", text, "literal");
-    EXPECT_EQ(TakeBody(),
-              RecordBytes().InlineFormat("f").ValueCount(2).String("abc").String("literal").Bytes());
+    EXPECT_EQ(TakeBody(), HandMadeRecord().Inline("f").Count(2).String("abc").String("literal").AsString());
 }
 
 TEST_F(LogTyped, BracedValuesCompile)
 {
     mContext.Log(3, "f", { 5 }, { "text" });
-    EXPECT_EQ(TakeBody(), RecordBytes().InlineFormat("f").ValueCount(2).Int32(5).String("text").Bytes());
+    EXPECT_EQ(TakeBody(), HandMadeRecord().Inline("f").Count(2).Int32(5).String("text").AsString());
     mContext.Log(3, static_cast<short>(2), 6, { 7 });
-    EXPECT_EQ(TakeBody(), RecordBytes().FormatId(2).ValueCount(2).Int32(6).Int32(7).Bytes());
+    EXPECT_EQ(TakeBody(), HandMadeRecord().Id(2).Count(2).Int32(6).Int32(7).AsString());
 }
 
 TEST_F(LogTyped, TypesThatConvertToCValueCompileAndNeedNoCopy)
 {
     const Convertible eight(8);
     mContext.Log(3, "f", eight, 1, Convertible(9));
-    EXPECT_EQ(TakeBody(), RecordBytes().InlineFormat("f").ValueCount(3).Int32(8).Int32(1).Int32(9).Bytes());
+    EXPECT_EQ(TakeBody(), HandMadeRecord().Inline("f").Count(3).Int32(8).Int32(1).Int32(9).AsString());
 }
 
 TEST_F(LogTyped, ConstantsWithoutADefinitionLink)
 {
     mContext.Log(3, "f", Constants::kDeclaredOnly);
-    EXPECT_EQ(TakeBody(), RecordBytes().InlineFormat("f").ValueCount(1).Int32(5).Bytes());
+    EXPECT_EQ(TakeBody(), HandMadeRecord().Inline("f").Count(1).Int32(5).AsString());
 }
 
 TEST_F(LogTyped, BitFieldsAreThoseOfCValue)
@@ -185,8 +184,7 @@ TEST_F(LogTyped, BitFieldsAreThoseOfCValue)
 TEST_F(LogTyped, TypedValuesStandBesideCValues)
 {
     mContext.Log(3, "f", 1, CValue("two"), 3);
-    EXPECT_EQ(TakeBody(),
-              RecordBytes().InlineFormat("f").ValueCount(3).Int32(1).String("two").Int32(3).Bytes());
+    EXPECT_EQ(TakeBody(), HandMadeRecord().Inline("f").Count(3).Int32(1).String("two").Int32(3).AsString());
 }
 
 TEST_F(LogTyped, BoundedTextsAreTakenByNameAndAsTheyAreMade)
@@ -196,14 +194,14 @@ TEST_F(LogTyped, BoundedTextsAreTakenByNameAndAsTheyAreMade)
     const Bounded whole("whole");
     mContext.Log(3, "f", cut, 1, whole, Bounded(longText, 20));
     EXPECT_EQ(TakeBody(),
-              RecordBytes()
-                  .InlineFormat("f")
-                  .ValueCount(4)
+              HandMadeRecord()
+                  .Inline("f")
+                  .Count(4)
                   .String(std::string(30, 'b'))
                   .Int32(1)
                   .String("whole")
                   .String(std::string(20, 'b'))
-                  .Bytes());
+                  .AsString());
 }
 
 TEST_F(LogTyped, CopyOfABoundedTextOutlivesTheOneThatWasCut)
@@ -220,7 +218,7 @@ TEST_F(LogTyped, SeveralCategoriesLeaveTheSameFields)
     cat.mCount = 3;
     mContext.Log(cat, "f", 1, "text");
     const std::string record = TakeFrom(*mContext.mBuffer, UsedIn(*mContext.mBuffer));
-    EXPECT_EQ(record.substr(18), RecordBytes().InlineFormat("f").ValueCount(2).Int32(1).String("text").Bytes());
+    EXPECT_EQ(record.substr(18), HandMadeRecord().Inline("f").Count(2).Int32(1).String("text").AsString());
 }
 
 TEST_F(LogTyped, RefusedMessageTakesNoNumber)
@@ -234,7 +232,7 @@ TEST_F(LogTyped, MessagesAreReplacedAndDiscardedLikeOthers)
 {
     mContext.mHighWater = 0;
     mContext.Log(3, "f", 1);
-    EXPECT_EQ(TakeBody(), RecordBytes().Dropped().Bytes());
+    EXPECT_EQ(TakeBody(), HandMadeRecord().Dropped().AsString());
     mContext.mLowWater = 0;
     mContext.Log(3, "f", 1);
     EXPECT_EQ(UsedIn(*mContext.mBuffer), 0u);

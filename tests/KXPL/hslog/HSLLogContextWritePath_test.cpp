@@ -3,7 +3,7 @@
 
 #include "Allocations.h"
 #include "BareManager.h"
-#include "RecordBytes.h"
+#include "ByteRing.h"
 #include "SingleStep.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 #include "hslog/HSLLogManager.h"
 
 #include "BareManager.h"
-#include "RecordBytes.h"
+#include "ByteRing.h"
 #include "hslog/HSLLogContext.h"
 
 #include "KxThread.h"

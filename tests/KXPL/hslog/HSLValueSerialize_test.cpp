@@ -1,6 +1,6 @@
 #include "hslog/HSLValue.h"
 
-#include "RecordBytes.h"
+#include "HandMadeRecord.h"
 
 #include <gtest/gtest.h>
 
@@ -112,7 +112,7 @@ TEST(CValueSerialize, LongTakesItsNativeWidth)
 TEST(CValueSerialize, PointerTakesItsNativeWidth)
 {
     const int object = 0;
-    EXPECT_EQ(serialised(&object), RecordBytes().Add<unsigned char>(15).Add(&object).Bytes());
+    EXPECT_EQ(serialised(&object), HandMadeRecord().Raw<unsigned char>(15).Raw(&object).AsString());
     expectLeadingBytes(15, sizeof(void*) == 8 ? 8 : 4);
 }
 
@@ -170,7 +170,7 @@ TEST(CValueSerialize, LongerNarrowStringIsCutToItsLengthModulo65536)
     std::string text(70000, 'x');
     text[4463] = 'y';
     text[4464] = 'z';
-    EXPECT_EQ(serialised(text.c_str()), RecordBytes().String(text.substr(0, 4464)).Bytes());
+    EXPECT_EQ(serialised(text.c_str()), HandMadeRecord().String(text.substr(0, 4464)).AsString());
 }
 
 TEST(CValueSerialize, WideStringIsItsCharactersCountedAndFourBytesEach)

@@ -2,7 +2,7 @@
 #include "hslog/HSL.h"
 
 #include "BareManager.h"
-#include "RecordBytes.h"
+#include "HandMadeRecord.h"
 
 #include <gtest/gtest.h>
 
@@ -45,8 +45,7 @@ protected:
         const CCat* volatile someCat = &mCat;
         const CValue some(value);
         const CValue* volatile someValue = &some;
-        const std::string expected =
-            RecordBytes().InlineFormat("f").ValueCount(1).Bytes() + Serialized(recorded);
+        const std::string expected = HandMadeRecord().Inline("f").Count(1).AsString() + Serialized(recorded);
         HSL::HSLog(CCat(3), "f", value);
         EXPECT_EQ(RecordTaken(), expected);
         HSL::HSLog(CCat(3), "f", *someValue);
@@ -140,14 +139,14 @@ TEST_F(HSLog, FormatAloneIsRecordedInTheThreadsOwnContext)
     HSL::HSLog(CCat(3), "f");
     ASSERT_EQ(mManager->mContexts.size(), 1u);
     EXPECT_EQ(mManager->mContexts[0], mManager->GetTLSContext());
-    EXPECT_EQ(recordBehindHeader(), RecordBytes().InlineFormat("f").ValueCount(0).Bytes());
+    EXPECT_EQ(recordBehindHeader(), HandMadeRecord().Inline("f").Count(0).AsString());
     EXPECT_EQ(mManager->GetTLSContext()->mRecordCount, 1);
 }
 
 TEST_F(HSLog, FormatAndValueAreRecorded)
 {
     HSL::HSLog(CCat(3), "%d", 7);
-    EXPECT_EQ(recordBehindHeader(), RecordBytes().InlineFormat("%d").ValueCount(1).Int32(7).Bytes());
+    EXPECT_EQ(recordBehindHeader(), HandMadeRecord().Inline("%d").Count(1).Int32(7).AsString());
 }
 
 TEST_F(HSLog, CategoryIsHandedOn)
@@ -160,7 +159,7 @@ TEST_F(HSLog, CategoryIsHandedOn)
 TEST_F(HSLog, NullFormatIsTheTextNull)
 {
     HSL::HSLog(CCat(3), nullptr);
-    EXPECT_EQ(recordBehindHeader(), RecordBytes().InlineFormat("<NULL>").ValueCount(0).Bytes());
+    EXPECT_EQ(recordBehindHeader(), HandMadeRecord().Inline("<NULL>").Count(0).AsString());
 }
 
 // The context is taken before the filter is asked.
@@ -215,7 +214,7 @@ TEST_F(HSLog, ReservedTagIsRecordedAlone)
     CValue value(1);
     value.mType = 19;
     HSL::HSLog(CCat(3), "f", value);
-    EXPECT_EQ(recordBehindHeader(), RecordBytes().InlineFormat("f").ValueCount(1).Bytes() + Raw({ 19 }));
+    EXPECT_EQ(recordBehindHeader(), HandMadeRecord().Inline("f").Count(1).AsString() + Raw({ 19 }));
 }
 
 TEST_F(HSLog, MessageOfSeveralCategoriesPassesByOneAndKeepsAll)
@@ -226,10 +225,10 @@ TEST_F(HSLog, MessageOfSeveralCategoriesPassesByOneAndKeepsAll)
     HSL::HSLog(cat, "f");
     const HSL::CLogContext& context = *mManager->GetTLSContext();
     EXPECT_EQ(BytesIn(*context.mBuffer).substr(14),
-              Raw({ 2, 4, 3 }) + RecordBytes().InlineFormat("f").ValueCount(0).Bytes());
+              Raw({ 2, 4, 3 }) + HandMadeRecord().Inline("f").Count(0).AsString());
     HSL::HSLog(cat, "f", 7);
     EXPECT_EQ(BytesIn(*context.mBuffer).substr(14 + 3 + 5 + 14),
-              Raw({ 2, 4, 3 }) + RecordBytes().InlineFormat("f").ValueCount(1).Int32(7).Bytes());
+              Raw({ 2, 4, 3 }) + HandMadeRecord().Inline("f").Count(1).Int32(7).AsString());
 }
 
 TEST_F(HSLog, MessageWithoutACategoryIsRefusedAndMakesTheContext)
@@ -251,8 +250,8 @@ TEST_F(HSLog, EachThreadLogsToAContextOfItsOwn)
         HSL::HSLog(CCat(3), "there");
         there = recordBehindHeader();
     }).join();
-    EXPECT_EQ(there, RecordBytes().InlineFormat("there").ValueCount(0).Bytes());
-    EXPECT_EQ(recordBehindHeader(), RecordBytes().InlineFormat("here").ValueCount(0).Bytes());
+    EXPECT_EQ(there, HandMadeRecord().Inline("there").Count(0).AsString());
+    EXPECT_EQ(recordBehindHeader(), HandMadeRecord().Inline("here").Count(0).AsString());
     EXPECT_EQ(mManager->mContexts.size(), 2u);
 }
 
