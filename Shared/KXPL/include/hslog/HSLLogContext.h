@@ -265,6 +265,7 @@ inline void CLogContext::RecordTyped(unsigned char code, int sequence, Fields...
     LogPost();
 }
 
+// More than one category, or one that the call does not tell: the library looks for the place.
 template <typename... Fields>
 inline void CLogContext::RecordTyped(const CCat& cat, int sequence, Fields... fields)
 {
