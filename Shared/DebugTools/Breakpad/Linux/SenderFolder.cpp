@@ -9,6 +9,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <optional>
 #include <sys/stat.h>
 #include <tuple>
 #include <unistd.h>
@@ -55,7 +56,8 @@ std::string pathOf(const std::string& folder, const std::string& name)
     return (fs::path(folder) / name).string();
 }
 
-Kept factsOf(const Descriptor& folder, const std::string& id, timespec& changed)
+// Nothing for a report that cannot be looked at now: without its date it would count as older than any limit.
+std::optional<Kept> factsOf(const Descriptor& folder, const std::string& id, timespec& changed)
 {
     Kept kept;
     FileFacts facts;
@@ -65,11 +67,12 @@ Kept factsOf(const Descriptor& folder, const std::string& id, timespec& changed)
             kept.bytes += facts.bytes;
         }
     }
-    if (OpenOwnFile(folder.Number(), id + kReportSuffix, facts, why)) {
-        kept.bytes += facts.bytes;
-        changed = facts.changed;
-        kept.when = facts.changed.tv_sec;
+    if (!OpenOwnFile(folder.Number(), id + kReportSuffix, facts, why)) {
+        return std::nullopt;
     }
+    kept.bytes += facts.bytes;
+    changed = facts.changed;
+    kept.when = facts.changed.tv_sec;
     return kept;
 }
 
@@ -110,8 +113,10 @@ std::vector<FoundReport> ReportsOf(const std::string& product, const std::string
         auto report = StoredReport::Read(pathOf(folder, name), why);
         if (report && report->Value(kProduct) == product) {
             timespec changed = {};
-            const Kept kept = factsOf(opened, report->Id(), changed);
-            found.emplace_back(changed.tv_sec, changed.tv_nsec, name, FoundReport { std::move(*report), kept });
+            if (const auto kept = factsOf(opened, report->Id(), changed)) {
+                found.emplace_back(changed.tv_sec, changed.tv_nsec, name,
+                                   FoundReport { std::move(*report), *kept });
+            }
         }
     }
     std::sort(found.begin(), found.end(), [](const Dated& one, const Dated& other) {
