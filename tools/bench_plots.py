@@ -1,11 +1,14 @@
 """Pictures of what the benchmark programs measured, as SVG."""
 
+import pathlib
+
 import matplotlib
 
 matplotlib.use("svg")
 import matplotlib.pyplot as pyplot  # noqa: E402
+from matplotlib.figure import Figure  # noqa: E402
 
-from bench_results import CALLS, DIRECTIONS, TEXTS, logarithmic_bound  # noqa: E402
+from bench_results import CALLS, DIRECTIONS, TEXTS, Results, logarithmic_bound  # noqa: E402
 
 OWN = "#1f5fa8"
 FLOOR = "#8a8a8a"
@@ -25,14 +28,14 @@ matplotlib.rcParams.update(
 )
 
 
-def _save(figure, path):
+def _save(figure: Figure, path: pathlib.Path) -> bool:
     # Opaque: readers with a dark background see dark text else.
     figure.savefig(path, metadata={"Date": None}, facecolor="white", bbox_inches="tight")
     pyplot.close(figure)
     return True
 
 
-def _latency_rows(results):
+def _latency_rows(results: Results) -> list[tuple[str, str, str, str]]:
     rows = []
     for call, title in CALLS.items():
         name = f"log_call/{call}"
@@ -52,7 +55,7 @@ def _latency_rows(results):
     return rows
 
 
-def latency(results, path):
+def latency(results: Results, path: pathlib.Path) -> bool:
     """Distribution over batches: a bar from the 1st to the 99th percentile, thick between the quartiles."""
     rows = _latency_rows(results)
     if not rows:
@@ -86,7 +89,7 @@ def latency(results, path):
     return _save(figure, path)
 
 
-def collector(results, path):
+def collector(results: Results, path: pathlib.Path) -> bool:
     costs = results.costs_by_contexts()
     if not costs:
         return False
@@ -124,7 +127,7 @@ def collector(results, path):
     return _save(figure, path)
 
 
-def converters(results, path):
+def converters(results: Results, path: pathlib.Path) -> bool:
     who = results.converters()
     if not who:
         return False
@@ -157,7 +160,7 @@ def converters(results, path):
     return _save(figure, path)
 
 
-def draw_all(results, folder):
+def draw_all(results: Results, folder: pathlib.Path) -> set[str]:
     """Draws what was measured and returns the names of the files."""
     drawn = set()
     for draw, name in (

@@ -8,14 +8,13 @@ import datetime
 import pathlib
 import platform
 import re
-import sys
 
 from bench_results import CALLS, DIRECTIONS, TEXTS, Results, logarithmic_bound, targets
 
 NOTHING = "(not measured in this run)"
 
 
-def table(header, rows, left=1):
+def table(header: list[str], rows: list[list[str]], left: int = 1) -> str:
     """Markdown; the first `left` columns are texts, the others numbers."""
     if not rows:
         return NOTHING
@@ -23,15 +22,15 @@ def table(header, rows, left=1):
     return "\n".join("| " + " | ".join(row) + " |" for row in [header, rule, *rows])
 
 
-def nanoseconds(value):
+def nanoseconds(value: float) -> str:
     return f"{value:,.0f}" if value >= 1000 else f"{value:.1f}"
 
 
-def times(value):
+def times(value: float) -> str:
     return f"{value:.2f} x"
 
 
-def targets_table(results):
+def targets_table(results: Results) -> str:
     rows = [
         [
             target.name,
@@ -44,7 +43,7 @@ def targets_table(results):
     return table(["target", "wanted", "measured", ""], rows, left=4)
 
 
-def _distribution(results, name, kind="call"):
+def _distribution(results: Results, name: str, kind: str = "call") -> list[str]:
     return [
         nanoseconds(results.extreme(name, f"{kind}_p0", min)),
         nanoseconds(results.median(name, f"{kind}_p50")),
@@ -54,7 +53,7 @@ def _distribution(results, name, kind="call"):
     ]
 
 
-def log_calls(results):
+def log_calls(results: Results) -> str:
     rows = []
     for call, title in CALLS.items():
         name = f"log_call/{call}"
@@ -71,14 +70,21 @@ def log_calls(results):
         ("front_door", "one int, through `HSLog`"),
         ("disabled", "switched off"),
         ("filtered", "refused by the filter"),
+        ("ten_values_of_any_types", "ten values whose types only the run tells"),
+        ("ten_ints_among_much", "ten ints, in a source with much else to inline"),
     ):
         name = f"log_call/{call}"
         if name in results:
             rows.append([title, *_distribution(results, name), "", ""])
+            if "floor_p50" in results.runs[name][0]:
+                rows[-1][-2:] = [
+                    nanoseconds(results.median(name, "floor_p50")),
+                    times(results.ratio(name, "call_p50", "floor_p50")),
+                ]
     return table(["call", "min", "median", "p99", "max", "set aside", "its floor", "to the floor"], rows)
 
 
-def contended(results):
+def contended(results: Results) -> str:
     rows = []
     for name, title, beside, against in (
         ("log_call_drained/int_and_text", "while another processor drains the ring", "quiet", "the quiet call"),
@@ -98,7 +104,7 @@ def contended(results):
     )
 
 
-def peers(results):
+def peers(results: Results) -> str:
     own = "log_call/int_and_text"
     names = results.peers("log_call_peer/")
     if own not in results or not names:
@@ -117,7 +123,7 @@ def peers(results):
     return table(header, rows)
 
 
-def collector(results):
+def collector(results: Results) -> str:
     costs = results.costs_by_contexts()
     lines = [
         (
@@ -144,7 +150,7 @@ def collector(results):
     return table([*header, "logarithmic bound"], rows)
 
 
-def converters(results):
+def converters(results: Results) -> str:
     who = results.converters()
     others = [name for name in who if name != "kxpl"]
     rows = []
@@ -174,12 +180,12 @@ def converters(results):
     )
 
 
-def plain_loop(results):
+def plain_loop(results: Results) -> str:
     found = results.plain_loop()
     lengths = sorted({length for by_length in found.values() for length in by_length})
     rows = []
     for (build, direction), by_length in found.items():
-        worst = min(by_length.values(), default=None)
+        worst = min(by_length.values())
         rows.append(
             [
                 build,
@@ -191,7 +197,7 @@ def plain_loop(results):
     return table(["build", "direction", *[f"{length:,}" for length in lengths], "the worst"], rows, left=2)
 
 
-def ring(results):
+def ring(results: Results) -> str:
     rows = []
     for what in ("48 bytes between threads", "4 bytes in and out", "8 bytes in and out"):
         for name in results.peers(f"ring/{what}/"):
@@ -203,13 +209,13 @@ def ring(results):
                     nanoseconds(spread.low),
                     nanoseconds(spread.median),
                     nanoseconds(spread.high),
-                    "" if name.endswith("/kxpl") else times(1 / results.times_as_quick(name)),
+                    "" if name.endswith("/kxpl") else times(1 / results.ratio(name, "call_p50", "own_p50")),
                 ]
             )
     return table(["what", "queue", "ns: min", "median", "max", "the ring to it"], rows, left=2)
 
 
-def presence(results):
+def presence(results: Results) -> str:
     rows = []
     for name, counter, title, form in (
         ("presence/idle", "percent_of_a_core", "idle collection thread, 64 contexts, % of a core", "{:.3f}"),
@@ -223,7 +229,7 @@ def presence(results):
     return table(["what", "min", "median", "max"], rows)
 
 
-def machine(results, compiler, constructors):
+def machine(results: Results, compiler: str, constructors: str) -> str:
     cpu = re.search(r"^model name\s*:\s*(.*)$", pathlib.Path("/proc/cpuinfo").read_text(), re.MULTILINE)
     virtual = " hypervisor" in pathlib.Path("/proc/cpuinfo").read_text()
     repetitions = max((len(runs) for runs in results.runs.values()), default=0)
@@ -246,7 +252,7 @@ def machine(results, compiler, constructors):
     return table(["", ""], rows, left=2)
 
 
-def fill(template, results, compiler="?", constructors="?"):
+def fill(template: str, results: Results, compiler: str = "?", constructors: str = "?") -> str:
     """The template with its tables; a name that is not known is an error."""
     makers = {
         "TARGETS": targets_table,
@@ -263,14 +269,14 @@ def fill(template, results, compiler="?", constructors="?"):
     return re.sub(r"@([A-Z_]+)@", lambda match: makers[match.group(1)](results), template)
 
 
-def without_pictures(text, but):
+def without_pictures(text: str, but: set[str]) -> str:
     """The text without the pictures that this run has not made; `but` holds the names of those that it has."""
     return re.sub(
         r"!\[[^]]*\]\(([^)]*)\)\n\n", lambda match: match.group(0) if match.group(1) in but else "", text
     )
 
 
-def main():
+def main() -> None:
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("results", type=pathlib.Path, help="folder with the programs' JSON files")
     parser.add_argument("template", type=pathlib.Path)
@@ -292,4 +298,4 @@ def main():
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    main()

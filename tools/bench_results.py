@@ -1,11 +1,17 @@
 """What the benchmark programs measured, and which targets that meets."""
 
+import functools
 import json
 import math
+import operator
 import pathlib
 import re
 import statistics
+from collections.abc import Callable, Iterable
 from dataclasses import dataclass
+from typing import Any
+
+Run = dict[str, Any]  # one repetition, as Google Benchmark writes it
 
 CALLS = {
     "int_and_text": "int and short text",
@@ -49,16 +55,16 @@ class Spread:
     high: float
 
     @classmethod
-    def of(cls, values):
+    def of(cls, values: list[float]) -> "Spread":
         return cls(min(values), statistics.median(values), max(values))
 
 
 class Results:
     """The repetitions of every benchmark, by its name without what Google Benchmark adds."""
 
-    def __init__(self, documents):
-        self.runs = {}
-        self.context = {}
+    def __init__(self, documents: Iterable[dict[str, Any]]) -> None:
+        self.runs: dict[str, list[Run]] = {}
+        self.context: dict[str, Any] = {}
         for document in documents:
             self.context = self.context or document.get("context", {})
             for run in document["benchmarks"]:
@@ -72,53 +78,53 @@ class Results:
                 self.runs.setdefault(name, []).append(run)
 
     @classmethod
-    def load(cls, folder):
+    def load(cls, folder: str | pathlib.Path) -> "Results":
         return cls([json.loads(file.read_text()) for file in sorted(pathlib.Path(folder).glob("*.json"))])
 
-    def __contains__(self, name):
+    def __contains__(self, name: str) -> bool:
         return name in self.runs
 
-    def names(self, prefix):
+    def names(self, prefix: str) -> list[str]:
         return [name for name in self.runs if name.startswith(prefix)]
 
-    def spread(self, name, counter):
+    def spread(self, name: str, counter: str) -> Spread:
         return Spread.of([run[counter] for run in self.runs[name]])
 
-    def median(self, name, counter):
+    def median(self, name: str, counter: str) -> float:
         return self.spread(name, counter).median
 
-    def ratio(self, name, above, below):
+    def ratio(self, name: str, above: str, below: str) -> float:
         """Of two figures of one benchmark: taken within each repetition, then the middle of all."""
         return statistics.median(run[above] / run[below] for run in self.runs[name])
 
-    def extreme(self, name, counter, choose):
+    def extreme(self, name: str, counter: str, choose: Callable[[Iterable[float]], float]) -> float:
         """The extreme of what all repetitions saw: choose is min or max."""
         return choose(run[counter] for run in self.runs[name])
 
-    def peers(self, prefix):
+    def peers(self, prefix: str) -> list[str]:
         """Benchmark names below a prefix, the quickest first."""
         return sorted(self.names(prefix), key=lambda name: self.median(name, "call_p50"))
 
-    def contexts(self):
+    def contexts(self) -> dict[int, str]:
         """The benchmarks of the collector, by number of contexts."""
         found = {int(name.rsplit("/", 1)[1]): name for name in self.names("collector/contexts/")}
         return dict(sorted(found.items()))
 
-    def at_one_clock_rate(self, name):
+    def at_one_clock_rate(self, name: str) -> float:
         """Nanoseconds for a line: its cost to that of the lines that took turns with it, times what those cost
         in the middle of all."""
         every = self.names("collector/") + self.names("collector_peer/")
         usual = statistics.median(run["yardstick_p50"] for each in every for run in self.runs[each])
         return self.ratio(name, "call_p50", "yardstick_p50") * usual
 
-    def costs_by_contexts(self):
+    def costs_by_contexts(self) -> dict[int, float]:
         return {contexts: self.at_one_clock_rate(name) for contexts, name in self.contexts().items()}
 
-    def converters(self):
+    def converters(self) -> list[str]:
         found = {name.rsplit("/", 1)[1] for name in self.names("convert/")}
         return sorted(found, key=lambda who: (who != "kxpl", who))
 
-    def gigabytes(self, direction, text, who):
+    def gigabytes(self, direction: str, text: str, who: str) -> Spread | None:
         """Gigabytes of source a second, or None for what was not measured."""
         name = f"convert/{direction}/{text}/{who}"
         if name not in self:
@@ -128,16 +134,16 @@ class Results:
             1 / nanoseconds_for_a_byte.high, 1 / nanoseconds_for_a_byte.median, 1 / nanoseconds_for_a_byte.low
         )
 
-    def plain_loop(self):
+    def plain_loop(self) -> dict[tuple[str, str], dict[int, tuple[float, str]]]:
         """By build and direction, then by length: the worst ratio to the plain loop and its text."""
-        found = {}
+        found: dict[tuple[str, str], dict[int, tuple[float, str]]] = {}
         for name in self.names("convert_plain/"):
             _, build, direction, length = name.split("/")
             worst = min(self.runs[name], key=lambda run: run["ratio"])
             found.setdefault((build, direction), {})[int(length)] = (worst["ratio"], worst["text"])
         return found
 
-    def times_as_quick(self, name):
+    def times_as_quick(self, name: str) -> float | None:
         """How many times as quick as a peer the own converter or queue was that took turns with it, or None."""
         return self.ratio(name, "call_p50", "own_p50") if name in self else None
 
@@ -150,24 +156,34 @@ class Target:
     verdict: str  # "met", "not met" or "not measured"
 
 
-def logarithmic_bound(costs, contexts):
+def logarithmic_bound(costs: dict[int, float], contexts: int) -> float:
     """What a record may cost if costs grow from those of two contexts with the depth of a merge."""
     return costs[2] * (math.log2(contexts) + 1) / 2
 
 
-def _target(name, wanted, measured, is_met, form="{:.2f}"):
+def _target(
+    name: str, wanted: str, measured: float | None, is_met: Callable[[float], bool], form: str = "{:.2f}"
+) -> Target:
     """is_met is asked for what is measured; None means that nothing was."""
     if measured is None:
         return Target(name, wanted, "", "not measured")
     return Target(name, wanted, form.format(measured), "met" if is_met(measured) else "not met")
 
 
-def _at_most(name, results, benchmark, measure, limit, unit, form="{:.2f}"):
+def _at_most(
+    name: str,
+    results: Results,
+    benchmark: str,
+    measure: Callable[[], float],
+    limit: float,
+    unit: str,
+    form: str = "{:.2f}",
+) -> Target:
     measured = measure() if benchmark in results else None
     return _target(name, f"at most {limit} {unit}".rstrip(), measured, lambda value: value <= limit, form)
 
 
-def _log_call_targets(results):
+def _log_call_targets(results: Results) -> list[Target]:
     targets = []
     for call, title in CALLS.items():
         name = f"log_call/{call}"
@@ -176,7 +192,7 @@ def _log_call_targets(results):
                 f"log call, {title}: to its floor",
                 results,
                 name,
-                lambda name=name: results.ratio(name, "call_p50", "floor_p50"),
+                functools.partial(results.ratio, name, "call_p50", "floor_p50"),
                 1.15,
                 "x",
             )
@@ -186,7 +202,7 @@ def _log_call_targets(results):
         for call in CALLS
         if f"log_call/{call}" in results
     }
-    worst = max(measured, key=measured.get) if len(measured) == len(CALLS) else None
+    worst = max(measured, key=lambda call: measured[call]) if len(measured) == len(CALLS) else None
     shown = f"{{:.2f}} ({CALLS[worst]})" if worst else ""
     targets.append(
         _target(
@@ -226,7 +242,7 @@ def _log_call_targets(results):
                 f"{call} call",
                 results,
                 name,
-                lambda name=name: results.median(name, "call_p50"),
+                functools.partial(results.median, name, "call_p50"),
                 limit,
                 "ns",
                 "{:.1f} ns",
@@ -235,7 +251,7 @@ def _log_call_targets(results):
     return targets
 
 
-def _collector_targets(results):
+def _collector_targets(results: Results) -> list[Target]:
     targets = []
     names = results.contexts()
     for contexts, wanted in ((1, 10), (8, 8)):
@@ -245,7 +261,7 @@ def _collector_targets(results):
                 f"collector, {contexts} context{'s' if contexts > 1 else ''}",
                 f"at least {wanted} M lines/s",
                 measured,
-                lambda value, wanted=wanted: value >= wanted,
+                functools.partial(operator.le, wanted),
                 "{:.2f} M lines/s",
             )
         )
@@ -273,9 +289,11 @@ def _collector_targets(results):
     return targets
 
 
-def _least(results, peer, directions, texts):
+def _least(
+    results: Results, peer: str, directions: list[str], texts: list[str]
+) -> tuple[float, str] | None:
     """The smallest ratio to a peer over directions and texts, and where it was; None unless all are there."""
-    least = None
+    least: tuple[float, str] | None = None
     for direction in directions:
         for text in texts:
             ratio = results.times_as_quick(f"convert/{direction}/{text}/{peer}")
@@ -286,7 +304,7 @@ def _least(results, peer, directions, texts):
     return least
 
 
-def _converter_targets(results):
+def _converter_targets(results: Results) -> list[Target]:
     wide = ["UTF-16 to UTF-32", "UTF-32 to UTF-16"]
     targets = []
     for title, peer, directions, texts, wanted, is_met in (
@@ -330,8 +348,8 @@ def _converter_targets(results):
     return targets
 
 
-def _other_targets(results):
-    ratios = [results.times_as_quick(name) for name in results.names(RING) if not name.endswith("/kxpl")]
+def _other_targets(results: Results) -> list[Target]:
+    ratios = [results.ratio(name, "call_p50", "own_p50") for name in results.names(RING) if not name.endswith("/kxpl")]
     measured = 1 / min(ratios) if ratios else None
     return [
         _target(
@@ -361,7 +379,7 @@ def _other_targets(results):
     ]
 
 
-def targets(results):
+def targets(results: Results) -> list[Target]:
     return (
         _log_call_targets(results)
         + _collector_targets(results)

@@ -1,6 +1,7 @@
 """Small mistakes that could be made in a C++ source, found line by line."""
 
 import re
+from collections.abc import Iterator
 from dataclasses import dataclass
 
 KXPL = "Shared/KXPL/"
@@ -47,7 +48,11 @@ WATCHED = {
     "record": {
         HSLOG + "HSLLogContext.cpp": RECORD_TESTS,
         HSLOG + "record/HSLRecordText.cpp": RECORD_TESTS,
+        HSLOG + "record/HSLRecord.h": RECORD_TESTS,
         HSLOG + "detail/HSLRecordFields.h": RECORD_TESTS,
+        KXPL + "ring/CircularBufferPlace.cpp": RECORD_TESTS,
+        KXPL + "ring/CircularBufferWriter.h": RECORD_TESTS,
+        KXPL + "include/detail/CircularBufferPlace.h": RECORD_TESTS,
         HSLOG + "HSLLogContext.h": RECORD_TESTS,
         HSLOG + "HSL.cpp": RECORD_TESTS,
         HSLOG + "HSL.h": RECORD_TESTS,
@@ -85,16 +90,16 @@ class Mutant:
     kind: str
 
     @property
-    def name(self):
+    def name(self) -> str:
         return f"{self.file}:{self.line}: {self.before.strip()}  ->  {self.after.strip() or ';'}"
 
 
-def without_texts(line):
+def without_texts(line: str) -> str:
     """The line with texts and comments blanked, so that columns stay."""
     return TEXT.sub(lambda found: "\x01" * len(found.group()), line)
 
 
-def is_statement(previous, line):
+def is_statement(previous: str, line: str) -> bool:
     """Whether the line is one whole statement that something is left to compile without."""
     starts_anew = not previous.strip("\x01 ") or previous.rstrip("\x01 ")[-1:] in tuple(";{}:")
     if not starts_anew or NO_STATEMENT.match(line):
@@ -102,7 +107,7 @@ def is_statement(previous, line):
     return bool(ASSIGNMENT.match(line) or CALL.match(line) or STEP_ALONE.match(line))
 
 
-def changes_of(previous, line):
+def changes_of(previous: str, line: str) -> Iterator[tuple[str, int, int, str | None]]:
     """Kind and new text of each change to a line; both given without texts, whose columns are the same."""
     for found in OPERATOR.finditer(line):
         yield "operator", found.start(), found.end(), SWAPS[found.group()]
@@ -114,14 +119,14 @@ def changes_of(previous, line):
         for other in {value + 1, max(value - 1, 0)} - {value}:
             text = hex(other) if found.group().lower().startswith("0x") else str(other)
             yield "constant", found.start(), found.end(), text
-    found = CONDITION.match(line)
-    if found:
-        yield "condition", found.start(2), found.end(2), None
+    condition = CONDITION.match(line)
+    if condition:
+        yield "condition", condition.start(2), condition.end(2), None
     if is_statement(previous, line.rstrip("\x01 ")):
         yield "statement", len(line) - len(line.lstrip()), len(line.rstrip("\x01 ")), ";"
 
 
-def mutants_of(name, text):
+def mutants_of(name: str, text: str) -> list[Mutant]:
     found = []
     previous = ""
     for number, whole in enumerate(text.split("\n"), 1):
@@ -137,5 +142,5 @@ def mutants_of(name, text):
     return found
 
 
-def programs_of():
+def programs_of() -> dict[str, list[str]]:
     return {file: programs for files in WATCHED.values() for file, programs in files.items()}

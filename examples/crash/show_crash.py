@@ -4,6 +4,7 @@
 Ends with 0 only when every step was seen to happen.
 """
 import argparse
+import collections.abc
 import os
 import pathlib
 import re
@@ -12,6 +13,7 @@ import sys
 import tempfile
 import threading
 import time
+import typing
 
 STEPS = 8
 # What the host logs in front of its fault, on a worker thread and on the main one.
@@ -24,40 +26,41 @@ class Failure(Exception):
 
 
 class Story:
-    def __init__(self, out):
+    def __init__(self, out: typing.TextIO) -> None:
         self.out = out
         self.number = 0
 
-    def step(self, title):
+    def step(self, title: str) -> None:
         self.number += 1
         self.say(f"[{self.number}/{STEPS}] {title}")
 
-    def detail(self, text):
+    def detail(self, text: str) -> None:
         for line in text.rstrip("\n").split("\n"):
             self.say(f"      {line}")
 
-    def say(self, line):
+    def say(self, line: str) -> None:
         print(line, file=self.out, flush=True)
 
 
 class Collector:
     """The collector program; its lines arrive in the background."""
 
-    def __init__(self, program, folder):
+    def __init__(self, program: pathlib.Path, folder: pathlib.Path) -> None:
         self.process = subprocess.Popen(
             [program, "--folder", str(folder), "--reports", "1", "--ask"],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        self.lines = []
+        self.lines: list[str] = []
         self.arrived = threading.Condition()
         threading.Thread(target=self._read, daemon=True).start()
 
-    def _read(self):
+    def _read(self) -> None:
+        assert self.process.stdout is not None
         for line in self.process.stdout:
             with self.arrived:
                 self.lines.append(line.rstrip("\n"))
                 self.arrived.notify_all()
 
-    def wait_for(self, pattern):
+    def wait_for(self, pattern: str) -> "re.Match[str]":
         with self.arrived:
             found = self.arrived.wait_for(
                 lambda: next((m for m in map(re.compile(pattern).match, self.lines) if m), None), PATIENCE)
@@ -65,17 +68,18 @@ class Collector:
             raise Failure("the collector said nothing of: " + pattern)
         return found
 
-    def answer(self):
+    def answer(self) -> None:
+        assert self.process.stdin is not None
         self.process.stdin.write("\n")
         self.process.stdin.flush()
 
-    def close(self):
+    def close(self) -> None:
         if self.process.poll() is None:
             self.process.terminate()
         self.process.wait()
 
 
-def wait_until(condition, failure):
+def wait_until(condition: collections.abc.Callable[[], bool], failure: str) -> None:
     end = time.monotonic() + PATIENCE
     while not condition():
         if time.monotonic() > end:
@@ -83,14 +87,14 @@ def wait_until(condition, failure):
         time.sleep(0.02)
 
 
-def crash_types(program):
+def crash_types(program: pathlib.Path) -> dict[str, tuple[int, str, str]]:
     """The list in the performer's code: word -> (signal, reason, function)."""
     text = subprocess.run([program, "--list"], check=True, capture_output=True, text=True).stdout
     rows = (line.split() for line in text.splitlines())
     return {word: (int(signal), reason, function) for word, signal, reason, function in rows}
 
 
-def own_home(folder):
+def own_home(folder: pathlib.Path) -> tuple[pathlib.Path, dict[str, str]]:
     """GNUstep takes the home folder from the password file; only this keeps the user's own out of it."""
     home = folder / "home"
     home.mkdir()
@@ -103,14 +107,14 @@ def own_home(folder):
     return home, environment
 
 
-def only(paths, what):
-    paths = list(paths)
-    if len(paths) != 1:
-        raise Failure(f"there should be one {what}, but there are {len(paths)}")
-    return paths[0]
+def only(paths: collections.abc.Iterable[pathlib.Path], what: str) -> pathlib.Path:
+    found = list(paths)
+    if len(found) != 1:
+        raise Failure(f"there should be one {what}, but there are {len(found)}")
+    return found[0]
 
 
-def crashed_stack(walked):
+def crashed_stack(walked: str) -> tuple[str, list[str]]:
     lines = walked.splitlines()
     start = next((i for i, line in enumerate(lines) if line.rstrip().endswith("(crashed)")), None)
     if start is None:
@@ -124,7 +128,7 @@ def crashed_stack(walked):
     return lines[start], frames
 
 
-def show_log(text, story):
+def show_log(text: str, story: Story) -> None:
     lines = [line for line in text.splitlines() if not line.startswith("-- ")]
     if not lines:
         raise Failure("the log that came is empty:\n" + text)
@@ -135,7 +139,7 @@ def show_log(text, story):
         raise Failure("the log does not end with the line before the fault")
 
 
-def tell(options, folder, story):
+def tell(options: argparse.Namespace, folder: pathlib.Path, story: Story) -> None:
     expected_signal, expected_reason, function = crash_types(options.list_from)[options.type]
     home, environment = own_home(folder)
 
@@ -220,7 +224,7 @@ def tell(options, folder, story):
         collector.close()
 
 
-def arguments():
+def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(prog="show-crash", description=__doc__)
     tools = parser.add_argument_group("where things are")
     for name in ("--host", "--list-from", "--collector", "--stackwalk", "--dump-syms", "--make-symbols"):
@@ -238,7 +242,7 @@ def arguments():
     return options
 
 
-def main():
+def main() -> int:
     options = arguments()
     story = Story(sys.stdout)
     with tempfile.TemporaryDirectory(prefix="fallcatch-crash-") as folder:

@@ -36,6 +36,11 @@ def story() -> show_crash.Story:
     return show_crash.Story(io.StringIO())
 
 
+def said(told: show_crash.Story) -> str:
+    assert isinstance(told.out, io.StringIO)
+    return told.out.getvalue()
+
+
 class CrashedStack(unittest.TestCase):
     def test_frames_are_those_of_the_thread_that_crashed(self) -> None:
         thread, frames = show_crash.crashed_stack(WALKED)
@@ -53,7 +58,7 @@ class Log(unittest.TestCase):
     def test_log_of_three_threads_that_ends_before_the_fault_is_shown(self) -> None:
         told = story()
         show_crash.show_log(line("Main", "a") + line("TID 1", "b") + line("TID 2", self.LAST), told)
-        self.assertIn(self.LAST, told.out.getvalue())
+        self.assertIn(self.LAST, said(told))
 
     def test_log_that_ends_elsewhere_is_refused(self) -> None:
         text = line("Main", "a") + line("TID 1", self.LAST) + line("TID 2", "c")
@@ -78,8 +83,8 @@ class Surroundings(unittest.TestCase):
             self.assertIn(f"GNUSTEP_USER_DIR={home}\n", pathlib.Path(environment["GNUSTEP_CONFIG_FILE"]).read_text())
 
     def test_one_file_is_taken_and_none_or_two_are_refused(self) -> None:
-        self.assertEqual(show_crash.only(["one"], "dump"), "one")
-        for paths in ([], ["one", "two"]):
+        self.assertEqual(show_crash.only([pathlib.Path("one")], "dump"), pathlib.Path("one"))
+        for paths in ([], [pathlib.Path("one"), pathlib.Path("two")]):
             with self.assertRaises(show_crash.Failure):
                 show_crash.only(paths, "dump")
 
@@ -88,7 +93,7 @@ class Surroundings(unittest.TestCase):
         told.step("first")
         told.step("second")
         told.detail("more\nlines\n")
-        self.assertEqual(told.out.getvalue(),
+        self.assertEqual(said(told),
                          f"[1/{show_crash.STEPS}] first\n[2/{show_crash.STEPS}] second\n      more\n      lines\n")
 
 
