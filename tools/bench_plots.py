@@ -105,7 +105,7 @@ def collector(results: Results, path: pathlib.Path) -> bool:
     if 2 in costs:
         bound = [n for n in numbers if n >= 2]
         cost.plot(
-            bound, [logarithmic_bound(costs, n) for n in bound], ":", color=FLOOR, label="c(2) (log2 n + 1) / 2"
+            bound, [logarithmic_bound(costs, n) for n in bound], ":", color=FLOOR, label="logarithmic bound"
         )
     for colour, name in zip(PEERS, results.peers("collector_peer/")):
         label = name.split("/", 1)[1]
