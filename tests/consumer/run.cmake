@@ -68,7 +68,7 @@ function(expect_files)
         kxpl/hslog/HSLLogManager.h kxpl/hslog/HSLSequence.h kxpl/hslog/HSLValue.h kxpl/hslog/detail/HSLFormatRules.h
         kxpl/hslog/detail/HSLLogCall.h kxpl/hslog/detail/HSLLogLimit.h kxpl/hslog/detail/HSLLogPlan.h
         kxpl/hslog/detail/HSLLogShape.h kxpl/hslog/detail/HSLLogSpec.h kxpl/hslog/detail/HSLLogTypes.h
-        kxpl/hslog/detail/HSLNullText.h kxpl/hslog/detail/HSLRecordFields.h kxpl/hslog/detail/HSLTextCut.h kxpl/hslog/sinks/HSLFileSink.h
+        kxpl/hslog/detail/HSLNullText.h kxpl/hslog/detail/HSLRecordFields.h kxpl/hslog/detail/HSLTakenNumber.h kxpl/hslog/detail/HSLTextCut.h kxpl/hslog/sinks/HSLFileSink.h
         kxpl/hslog/sinks/HSLGzip.h kxpl/hslog/sinks/HSLLayout.h kxpl/hslog/sinks/HSLQueue.h
         kxpl/hslog/sinks/HSLSink.h kxpl/hslog/sinks/HSLStreamSink.h kxpl/hslog/sinks/HSLSystemSink.h
         kxpl/hslog/sinks/HSLTextSink.h)

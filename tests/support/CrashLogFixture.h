@@ -3,6 +3,7 @@
 #define FALLCATCH_TESTS_CRASH_LOG_FIXTURE_H
 
 #include "hslog/HSLCrashLog.h"
+#include "hslog/crash/CrashLedger.h"
 #include "hslog/crash/CrashLogText.h"
 
 #include "ManualPass.h"
@@ -85,6 +86,11 @@ protected:
         return { mPass.lines.begin() + static_cast<std::ptrdiff_t>(before), mPass.lines.end() };
     }
 
+    // Another test may have asked for kept lines, which holds for all managers behind it.
+    struct NoKeptLines {
+        NoKeptLines() { HSL::CrashLog::gKeptBytes = 0; }
+    };
+    NoKeptLines mNoKeptLines;
     ManualPass mPass;
     HSL::CrashLog::TextOptions mOptions;
     HSL::CrashLog::CrashLogText mText;

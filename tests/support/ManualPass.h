@@ -4,6 +4,7 @@
 
 #include "HandMadeRecord.h"
 #include "detail/KxAtomic.h"
+#include "hslog/crash/CrashLedger.h"
 
 #include <cstdlib>
 #include <ctime>
@@ -70,6 +71,12 @@ public:
         mContexts.push_back(std::make_unique<HSL::CLogContext>(name.c_str(), size, HSL::CLogContext::MallocFunc,
                                                                HSL::CLogContext::FreeFunc));
         return *mContexts.back();
+    }
+
+    // Where passes note the number that they have taken of the context's next record.
+    HSL::CTakenNumber& Taken(HSL::CLogContext& context) const
+    {
+        return HSL::CrashLog::Ledger::TakenOf(mManager->mLedger, context);
     }
 
     // Makes the next line's delta zero.

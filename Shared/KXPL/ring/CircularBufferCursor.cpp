@@ -1,7 +1,5 @@
 #include "CircularBufferCursor.h"
 
-#include "detail/KxAtomic.h"
-
 #include <algorithm>
 
 namespace KXPL {
@@ -34,20 +32,6 @@ void RingCursor::ReadInPieces(void* destination, std::size_t size)
         mIsMisread = true;
         std::memset(to, 0, size);
     }
-}
-
-void RingCursor::Publish()
-{
-    if (mControl == nullptr) {
-        return;
-    }
-    if (mNext == RingEnd()) {
-        mNext = RingBegin();
-        mKnownEnd = mNext;
-    }
-    const unsigned char* block = reinterpret_cast<const unsigned char*>(mControl);
-    // Pair RING-READ, release: gives the slots that were taken back to the writer.
-    KxStoreRelease(mControl->read_offset, static_cast<unsigned int>(mNext - block));
 }
 
 } // namespace KXPL

@@ -71,7 +71,23 @@ public:
     }
 
     // Hands what was taken back to the writer.
-    void Publish();
+    void Publish()
+    {
+        if (mControl != nullptr) {
+            // Pair RING-READ, release: gives the slots that were taken back to the writer.
+            KxStoreRelease(mControl->read_offset, Offset());
+        }
+    }
+
+    // The read position that Publish would store; 0 without a ring.
+    unsigned int Offset() const
+    {
+        if (mControl == nullptr) {
+            return 0;
+        }
+        const unsigned char* block = reinterpret_cast<const unsigned char*>(mControl);
+        return mNext == RingEnd() ? mControl->start_offset : static_cast<unsigned int>(mNext - block);
+    }
 
     // Whether more was read than there was, or a reader found that what it took makes no sense.
     bool IsMisread() const { return mIsMisread; }

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
 #include <vector>
 
 namespace {
@@ -13,6 +15,8 @@ HandMadeRecord numbered(int sequence)
 {
     return HandMadeRecord().Header(sequence).Inline("a message of some length: %d").Count(1).Int32(sequence);
 }
+
+constexpr unsigned int kMarkerAndNumber = 5;
 
 unsigned int bytesIn(const HSL::CLogContext& context)
 {
@@ -74,21 +78,57 @@ TEST(CollectPublication, RecordOutputAloneIsFreeWhenItsCallbackRuns)
     EXPECT_EQ(seen, body("second").Size());
 }
 
-// Whatever looks at a ring from outside, after a crash for example, finds whole records in it.
-TEST(CollectPublication, OtherContextsKeepTheirNextRecordsWhole)
+// The pass has taken the number of each other context's next record, to compare them.
+TEST(CollectPublication, NumbersOfOtherContextsNextRecordsAreFreeWhenACallbackRuns)
 {
     ManualPass pass;
     HSL::CLogContext& one = pass.Context("one");
     HSL::CLogContext& other = pass.Context("other");
-    numbered(1).PublishIn(one);
-    numbered(2).PublishIn(other);
-    unsigned int seen = 0;
-    pass.inCallback = [&] {
-        seen = bytesIn(other);
-        pass.inCallback = nullptr;
-    };
+    HSL::CLogContext& idle = pass.Context("idle");
+    const unsigned int record = static_cast<unsigned int>(numbered(1).Size());
+    for (const int sequence : { 1, 2, 5 }) {
+        numbered(sequence).PublishIn(one);
+    }
+    for (const int sequence : { 3, 4 }) {
+        numbered(sequence).PublishIn(other);
+    }
+    numbered(9).PushTo(*idle.mBuffer); // not counted
+    std::vector<std::vector<unsigned int>> seen;
+    pass.inCallback = [&] { seen.push_back({ bytesIn(one), bytesIn(other), bytesIn(idle) }); };
     pass.Manager().Collect();
-    EXPECT_EQ(seen, numbered(2).Size());
+    EXPECT_EQ(seen,
+              (std::vector<std::vector<unsigned int>> { { 2 * record, 2 * record - kMarkerAndNumber, record },
+                                                        { record, 2 * record - kMarkerAndNumber, record },
+                                                        { record - kMarkerAndNumber, record, record },
+                                                        { record - kMarkerAndNumber, 0, record },
+                                                        { 0, 0, record } }));
+}
+
+// Its ring holds as much as makes it drop, but for those five bytes.
+TEST(CollectPublication, MessageOnAnotherContextFindsTheRoomOfTheNumberThatWasTaken)
+{
+    for (const int bytesAbove : { 0, 4, 5 }) {
+        ManualPass pass;
+        pass.Context("one").Log(HSL::CCat(3), "first");
+        HSL::CLogContext& other = pass.Context("other", 65536);
+        const unsigned int wanted = 65536 - 4096 + static_cast<unsigned int>(bytesAbove);
+        const unsigned int plain =
+            static_cast<unsigned int>(HandMadeRecord().Header(1).Inline("").Count(0).Size());
+        while (wanted - bytesIn(other) >= 2 * plain) {
+            other.Log(HSL::CCat(3),
+                      std::string(std::min(3000u, wanted - bytesIn(other) - 2 * plain), 'x').c_str());
+        }
+        other.Log(HSL::CCat(3), std::string(wanted - bytesIn(other) - plain, 'x').c_str());
+        ASSERT_EQ(bytesIn(other), wanted);
+        pass.inCallback = [&] {
+            pass.inCallback = nullptr;
+            other.Log(HSL::CCat(3), "logged meanwhile");
+        };
+        pass.Manager().Collect();
+        pass.Manager().Collect();
+        EXPECT_EQ(messageOf(pass.lines.back()),
+                  bytesAbove < 5 ? "logged meanwhile" : "*** HSLOG DROPPED MESSAGE(S) ***");
+    }
 }
 
 // 64 records and 40 messages that are logged while the first of them is output: the ring has room for all.
@@ -164,6 +204,21 @@ TEST(CollectPublication, EverythingTakenIsHandedBackByTheEndOfThePass)
         pass.Manager().Collect();
         EXPECT_EQ(bytesIn(context), 0u);
     }
+}
+
+// Of two records with one number a pass outputs the first and takes no more of the other than that number.
+TEST(CollectPublication, NumberOfARecordThatLostItsPlaceIsForgottenByTheEndOfThePass)
+{
+    ManualPass pass;
+    HSL::CLogContext& first = pass.Context("first");
+    HSL::CLogContext& second = pass.Context("second");
+    numbered(7).PublishIn(first);
+    numbered(7).PublishIn(second);
+    pass.Manager().Collect();
+    EXPECT_EQ(pass.lines.size(), 1u);
+    EXPECT_EQ(bytesIn(second), numbered(7).Size() - kMarkerAndNumber);
+    EXPECT_EQ(pass.Taken(first).mOffset, 0u);
+    EXPECT_EQ(pass.Taken(second).mOffset, 0u);
 }
 
 TEST(CollectPublication, RecordOutputAloneIsHandedBackAtOnce)

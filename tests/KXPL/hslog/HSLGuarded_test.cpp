@@ -347,3 +347,16 @@ TEST_F(Guarded, ThreadLogsOnWhileItsRingIsAbandonedAgainAndAgain)
     EXPECT_EQ(seen, 3002);
     EXPECT_EQ(context.mRecordCount, 0);
 }
+
+// The ring ends behind a number, where the thread then begins anew.
+TEST_F(Guarded, NumberOfAnAbandonedRecordIsNotTakenForTheOneThatFollows)
+{
+    CLogContext& context = mPass.Context("Main");
+    HandMadeRecord().Byte(0).Raw(70000).PublishIn(context);
+    EXPECT_EQ(Messages(), std::vector<std::string> { kAbandoned });
+    context.Log(CCat(3), "again");
+    mPass.Manager().Collect();
+    ASSERT_EQ(mPass.lines.size(), 1u);
+    EXPECT_EQ(messageOf(mPass.lines[0]), "again");
+    EXPECT_NE(numberOf(mPass.lines[0]), 70000);
+}

@@ -7,6 +7,7 @@
 #include "HSLCat.h"
 #include "HSLLogManager.h"
 #include "detail/HSLRecordFields.h"
+#include "detail/HSLTakenNumber.h"
 #include "HSLValue.h"
 
 #include "../CircularBuffer.h"
@@ -190,6 +191,10 @@ public:
     unsigned int mRestartOffset = 0;   // where records begin again, once they do
     // The pass's: the write position at which it found bytes but no record; else 0.
     unsigned int mStuckOffset = 0;
+
+    // The manager's: the place in the crash log's account, and what stands for it where there was none.
+    unsigned int mLedgerSlot = 0;
+    CTakenNumber mTakenElsewhere = {};
 
 private:
     friend struct detail::LogCall; // measures texts by itself

@@ -6,6 +6,7 @@
 #include "HSLLineHeader.h"
 #include "hslog/HSLLogContext.h"
 #include "HSLMerge.h"
+#include "HSLTakenNumber.h"
 #include "LastRecord.h"
 #include "hslog/crash/CrashLedger.h"
 #include "hslog/crash/CrashLogFormat.h"
@@ -44,6 +45,7 @@ struct CContextInfo {
 // each field would take.
 struct ContextInPass : CContextInfo {
     RingCursor mRing;
+    CTakenNumber* mTaken = nullptr;
     bool mIsAbandoned = false;
 };
 
@@ -101,8 +103,12 @@ double timeOf(unsigned int seconds, unsigned int microseconds)
 
 // The record is processed, whatever its callback does now: the writer gets its bytes back, it is not output again, and
 // the next one is measured from it.
-void handOver(Workspace& workspace, RingCursor& ring, unsigned int seconds, unsigned int microseconds)
+void handOver(Workspace& workspace, CTakenNumber& taken, RingCursor& ring, unsigned int seconds,
+              unsigned int microseconds)
 {
+    if (ring.IsMisread() && isNumberTaken(taken, ring)) {
+        forgetNumber(taken); // nothing lay behind the number
+    }
     ring.Publish();
     sLastSecs = seconds;
     sLastMicros = microseconds;
@@ -111,6 +117,8 @@ void handOver(Workspace& workspace, RingCursor& ring, unsigned int seconds, unsi
     }
     if (workspace.remaining != nullptr) {
         --*workspace.remaining;
+    } else {
+        forgetNumber(taken); // outside of a pass, whose number may have been taken by anyone
     }
 }
 
@@ -159,12 +167,11 @@ void keepLine(CrashLog::KeptLines& kept, const Record& record, const std::string
 // each record.
 //
 // The ring gets the record's bytes back once the text is whole and before the callback runs, so that a message
-// logged meanwhile finds them free. It gets them in one step: outside of it the ring's read position is always
-// the beginning of a record, also while the number of that record has been looked at.
+// logged meanwhile finds them free.
 //
 // False: with a guarded manager, what was to be read makes no record. Nothing was output, and the ring not given back.
-bool outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& ring, int seqNum,
-                  Workspace& workspace)
+bool outputRecord(CLogManager& manager, const CLogContext& context, CTakenNumber& taken, RingCursor& ring,
+                  int seqNum, Workspace& workspace)
 {
     const Formats trust = manager.IsGuarded() ? Formats::kChecked : Formats::kTrusted;
     unsigned char room[10];
@@ -201,7 +208,7 @@ bool outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
             keepLine(*workspace.kept, { seqNum, seconds, microseconds, delta, depth, kept, categories },
                      context.mName, message, text.Size());
         }
-        handOver(workspace, ring, seconds, microseconds);
+        handOver(workspace, taken, ring, seconds, microseconds);
         if (pass) {
             sSequenceInCallback = seqNum;
             manager.GetStructuredOutputCallback()(message, workspace.contextName, depth, kept, categories,
@@ -227,7 +234,7 @@ bool outputRecord(CLogManager& manager, const CLogContext& context, RingCursor& 
         keepLine(*workspace.kept, { seqNum, seconds, microseconds, delta, depth, kept, categories },
                  context.mName, line + messageAt, messageEnd - messageAt);
     }
-    handOver(workspace, ring, seconds, microseconds);
+    handOver(workspace, taken, ring, seconds, microseconds);
     if (pass) {
         manager.GetOutputCallback()(line);
     }
@@ -255,11 +262,12 @@ void outputAbandoned(const CLogManager& manager, const CLogContext& context, Wor
 }
 
 // Begins where the thread left behind what could not be read. False: it has not yet, and its ring is not looked at.
-bool hasRestarted(CLogContext& context)
+bool hasRestarted(CLogContext& context, CTakenNumber& taken)
 {
     // Pair RESTART, acquire: the offset and the count are those behind it.
     const unsigned char state = KxLoadAcquire(context.mRestart);
     if (state == CLogContext::kRestarted) {
+        forgetNumber(taken);
         // Pair RING-READ, release: gives the slots that are left behind back to the writer.
         KxStoreRelease(context.mBuffer->mControl->read_offset, context.mRestartOffset);
         KxStoreRelaxed(context.mRestart, static_cast<unsigned char>(CLogContext::kRunning));
@@ -299,7 +307,8 @@ public:
             }
             int taken = info.mSnapshot - info.mRemaining;
             if (mIsWhole && !info.mIsAbandoned) {
-                info.mRing.Publish(); // of a record that lost its place to one of the same number, the number
+                // Also of a record that lost its place to one of the same number: the rest is read as a record.
+                forgetNumber(*info.mTaken);
                 taken = info.mSnapshot;
             }
             // Not zero: records completed during the pass stay for the next one.
@@ -363,7 +372,11 @@ bool CLogManager::Collect()
     for (std::size_t i = 0; i < infos.size(); ++i) {
         ContextInPass& info = infos[i];
         CLogContext* context = mContexts[i];
-        if (context == nullptr || !hasRestarted(*context)) {
+        if (context == nullptr) {
+            continue;
+        }
+        info.mTaken = &CrashLog::Ledger::TakenOf(mLedger, *context);
+        if (!hasRestarted(*context, *info.mTaken)) {
             continue;
         }
         info.mIndex = static_cast<unsigned int>(i);
@@ -373,7 +386,12 @@ bool CLogManager::Collect()
         info.mRemaining = info.mSnapshot;
         if (info.mSnapshot > 0) {
             info.mRing = RingCursor(controlOf(info.mBuffer));
-            info.mSeqNum = getNextSequenceNum(info.mRing);
+            if (isNumberTaken(*info.mTaken, info.mRing)) {
+                info.mSeqNum = info.mTaken->mNumber;
+            } else {
+                info.mSeqNum = getNextSequenceNum(info.mRing);
+                publishNumber(*info.mTaken, info.mRing, info.mSeqNum);
+            }
             merge.Reserve(infos.size());
             merge.Insert(info.mSeqNum, &info);
         }
@@ -384,15 +402,22 @@ bool CLogManager::Collect()
     }
 
     useLedger(workspace, mLedger);
+    // The context whose number was taken last and not handed back: should its record come next, all of that goes back
+    // in one step.
+    ContextInPass* ahead = nullptr;
     for (long long output = 0; output < total && !merge.IsEmpty(); ++output) {
         ContextInPass& next = *merge.First();
+        if (ahead != nullptr && ahead != &next) {
+            publishNumber(*ahead->mTaken, ahead->mRing, ahead->mSeqNum);
+        }
+        ahead = nullptr;
         CLogContext* context = contextOf(mContexts, next);
         if (context == nullptr) {
             merge.RemoveFirst();
             continue;
         }
         workspace.remaining = &next.mRemaining;
-        if (!outputRecord(*this, *context, next.mRing, next.mSeqNum, workspace)) {
+        if (!outputRecord(*this, *context, *next.mTaken, next.mRing, next.mSeqNum, workspace)) {
             next.mIsAbandoned = true;
             output += next.mRemaining - 1;
             merge.RemoveFirst();
@@ -402,6 +427,7 @@ bool CLogManager::Collect()
         if (next.mRemaining > 0 && contextOf(mContexts, next) == context) {
             next.mSeqNum = getNextSequenceNum(next.mRing);
             merge.ReplaceFirst(next.mSeqNum);
+            ahead = &next;
         } else {
             merge.RemoveFirst();
         }
@@ -423,7 +449,7 @@ void CLogManager::OutputNextMessage(CLogContext* context, int seqNum)
     RingCursor ring(controlOf(context->mBuffer));
     Workspace workspace;
     useLedger(workspace, mLedger);
-    outputRecord(*this, *context, ring, seqNum, workspace);
+    outputRecord(*this, *context, CrashLog::Ledger::TakenOf(mLedger, *context), ring, seqNum, workspace);
 }
 
 } // namespace HSL

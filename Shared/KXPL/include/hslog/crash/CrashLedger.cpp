@@ -211,7 +211,7 @@ LedgerSlot* Ledger::Find(const CLogContext* context)
     return nullptr;
 }
 
-void Ledger::AddContext(const CLogContext& context)
+void Ledger::AddContext(CLogContext& context)
 {
     LedgerSlot* slot = Find(nullptr);
     if (slot == nullptr && mSlotsUsed < kMostContexts) {
@@ -227,6 +227,8 @@ void Ledger::AddContext(const CLogContext& context)
     slot->mName = reinterpret_cast<std::uintptr_t>(MakeText(context.mName.c_str()));
     slot->mCountAt = reinterpret_cast<std::uintptr_t>(&context.mRecordCount);
     slot->mDepthAt = reinterpret_cast<std::uintptr_t>(&context.mDepth);
+    slot->mTaken = CTakenNumber();
+    context.mLedgerSlot = static_cast<unsigned int>(slot - mSlots);
     ++slot->mGeneration;
     // Pair CRASH-LEDGER, release.
     KxStoreRelease(slot->mContext, reinterpret_cast<std::uintptr_t>(&context));
@@ -234,6 +236,16 @@ void Ledger::AddContext(const CLogContext& context)
         // Pair CRASH-LEDGER, release.
         KxStoreRelease(mSlotsUsed, mSlotsUsed + 1);
     }
+}
+
+CTakenNumber& Ledger::TakenOf(Ledger* ledger, CLogContext& context)
+{
+    const std::uintptr_t wanted = reinterpret_cast<std::uintptr_t>(&context);
+    if (ledger != nullptr && context.mLedgerSlot < kMostContexts
+        && ledger->mSlots[context.mLedgerSlot].mContext == wanted) {
+        return ledger->mSlots[context.mLedgerSlot].mTaken;
+    }
+    return context.mTakenElsewhere;
 }
 
 void Ledger::RemoveContext(const CLogContext* context)

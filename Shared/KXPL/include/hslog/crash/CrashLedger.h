@@ -9,6 +9,8 @@
 #ifndef HSLOG_CRASH_CRASH_LEDGER_H
 #define HSLOG_CRASH_CRASH_LEDGER_H
 
+#include "hslog/detail/HSLTakenNumber.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -30,6 +32,7 @@ struct LedgerSlot {
     std::uintptr_t mDepthAt;
     std::uint32_t mCapacity; // of the ring, as it was when the context was made
     std::uint32_t mGeneration;
+    CTakenNumber mTaken; // the pass's
 };
 
 // Behind it lies the text, not terminated.
@@ -84,7 +87,7 @@ struct Ledger {
     static Ledger* Make(const int& sequence, const unsigned char (&filter)[256]);
     static void Destroy(Ledger* ledger);
 
-    void AddContext(const CLogContext& context);
+    void AddContext(CLogContext& context);
     void RemoveContext(const CLogContext* context);
     void Rename(const CLogContext* context, const char* name);
     void AddFormat(bool isNarrow, const char* text);
@@ -101,6 +104,9 @@ struct Ledger {
     }
     // Takes the distance from local time to UTC from a time and what it is here.
     void NoteZone(long long seconds, const KxTimeOfDay& local);
+    // Where a pass notes the number that it has taken of the context's next record: here, for whoever writes a crash log,
+    // or in the context if that has no place here. A null ledger is none.
+    static CTakenNumber& TakenOf(Ledger* ledger, CLogContext& context);
     KeptLines* Kept() { return reinterpret_cast<KeptLines*>(mKept); }
 
     std::uint64_t mMark;

@@ -12,12 +12,14 @@
 //               of memory (4, 4), records lost with the contexts of threads that ended (4), when this was
 //               written (8, seconds since 1970)
 //     FORM      a registered format: id (4), 1 for narrow and 0 for wide (1), the narrow text
-//     CTXT      a context: depth (4, signed), record counter (4, signed), capacity of its ring (4), read and
-//     write
-//               offset (4, 4) and offset of the first slot (4), a RingProblem (4), its name
-//     RING      bytes of the context told last, oldest first; more than one such section where they wrap
+//     CTXT      a context: depth (4, signed), record counter (4, signed), capacity of its ring (4), offset at which
+//               the oldest record begins (4; less than the first slot's where its first bytes are behind the last
+//               slot), write offset (4) and offset of the first slot (4), a RingProblem (4), its name
+//     RING      bytes of the context told last, oldest first; more than one such section where they wrap, and where
+//               the ring has the first bytes no more but the process still knows them
 //     HOLE      of the section before: from this offset on (4) its bytes could not be read
-//     SEEN      behind a context's bytes: its read offset at that moment (4), 1 if the context had gone (4)
+//     SEEN      behind a context's bytes: the offset at which the oldest record began at that moment (4), counted on
+//               from the first one, also past the last slot; 1 if the context had gone (4)
 //     KEPT      kept lines: size, begin and end of their memory (4 each), then the bytes from begin to end
 //     KSEN      behind those: begin at that moment (4)
 //     DONE      number of sections before this one (4); a file without it was cut short

@@ -4,6 +4,7 @@
 
 #include "CrashLedger.h"
 #include "CrashLogFormat.h"
+#include "RingNow.h"
 
 #include "CircularBuffer.h"
 
@@ -57,7 +58,7 @@ private:
     void PutState();
     void PutFormats();
     void PutContexts();
-    void PutContext(const LedgerSlot& slot);
+    void PutContext(const LedgerSlot& slot, const RingNow& now);
     void PutRing(std::uintptr_t from, std::uint32_t size);
     void PutKept();
 
@@ -208,16 +209,6 @@ template <typename Source> void Writer<Source>::PutFormats()
     }
 }
 
-// Whether the positions of a ring of single bytes agree with one another and with the memory that it was made
-// in.
-inline bool isSound(const cb_control& ring, std::uint32_t capacity, std::uint32_t firstSlot)
-{
-    return ring.elem_size == 1 && ring.num_elem == capacity && ring.start_offset == firstSlot
-        && ring.end_offset == firstSlot + capacity && ring.read_offset >= firstSlot
-        && ring.read_offset <= ring.end_offset && ring.write_offset >= firstSlot
-        && ring.write_offset <= ring.end_offset;
-}
-
 template <typename Source> void Writer<Source>::PutRing(std::uintptr_t from, std::uint32_t size)
 {
     if (size > 0) {
@@ -227,39 +218,36 @@ template <typename Source> void Writer<Source>::PutRing(std::uintptr_t from, std
     }
 }
 
-template <typename Source> void Writer<Source>::PutContext(const LedgerSlot& slot)
+template <typename Source> void Writer<Source>::PutContext(const LedgerSlot& slot, const RingNow& now)
 {
-    const std::uint32_t firstSlot = cb_calc_buffer_size(1, 0) - 1;
+    const std::uint32_t firstSlot = RingNow::FirstSlot();
+    const cb_control& ring = now.control;
     std::int32_t depth = 0;
     std::int32_t count = 0;
     ReadInto(depth, slot.mDepthAt);
     ReadInto(count, slot.mCountAt);
-    cb_control ring = {};
-    std::uint32_t problem = kRingWhole;
-    if (slot.mControl == 0) {
-        problem = kRingMissing;
-    } else if (!ReadInto(ring, slot.mControl)) {
-        problem = kRingUnreadable;
-    } else if (!isSound(ring, slot.mCapacity, firstSlot)) {
-        problem = kRingDamaged;
-    }
     LedgerText name = {};
     if (slot.mName == 0 || !ReadInto(name, slot.mName) || name.mLength > kLongestText) {
         name.mLength = 0;
     }
     SectionFields head;
-    head.Add(depth).Add(count).Add(slot.mCapacity).Add(ring.read_offset).Add(ring.write_offset).Add(firstSlot);
-    head.Add(problem);
+    head.Add(depth).Add(count).Add(slot.mCapacity).Add(now.Begin()).Add(ring.write_offset).Add(firstSlot);
+    head.Add(now.problem);
     Begin(kContextSection, head, name.mLength);
     PutMemory(slot.mName + sizeof name, name.mLength);
     End();
-    if (problem == kRingDamaged) {
+    if (now.problem == kRingDamaged) {
         PutRing(slot.mControl + firstSlot, slot.mCapacity + 1);
-    } else if (problem == kRingWhole && ring.write_offset >= ring.read_offset) {
-        PutRing(slot.mControl + ring.read_offset, ring.write_offset - ring.read_offset);
-    } else if (problem == kRingWhole) {
-        PutRing(slot.mControl + ring.read_offset, ring.end_offset + 1 - ring.read_offset);
-        PutRing(slot.mControl + firstSlot, ring.write_offset - firstSlot);
+    } else if (now.problem == kRingWhole) {
+        if (now.IsNumberTaken()) {
+            Begin(kRingSection, SectionFields().Add(std::uint8_t { 0 }).Add(now.taken.mNumber));
+        }
+        if (ring.write_offset >= ring.read_offset) {
+            PutRing(slot.mControl + ring.read_offset, ring.write_offset - ring.read_offset);
+        } else {
+            PutRing(slot.mControl + ring.read_offset, ring.end_offset + 1 - ring.read_offset);
+            PutRing(slot.mControl + firstSlot, ring.write_offset - firstSlot);
+        }
     }
 }
 
@@ -271,16 +259,16 @@ template <typename Source> void Writer<Source>::PutContexts()
         if (!ReadInto(slot, at) || slot.mContext == 0) {
             continue;
         }
-        PutContext(slot);
+        const RingNow then = RingNow::Read(mSource, slot, at);
+        PutContext(slot, then);
         // A pass may have gone on, and the context may have gone.
-        LedgerSlot now = {};
-        cb_control ring = {};
-        ReadInto(now, at);
-        const bool isThere = now.mContext == slot.mContext && now.mGeneration == slot.mGeneration;
-        if (!isThere || !ReadInto(ring, slot.mControl)) {
-            ring.read_offset = 0;
-        }
-        Begin(kSeenSection, SectionFields().Add(ring.read_offset).Add(std::uint32_t { isThere ? 0u : 1u }));
+        LedgerSlot again = {};
+        ReadInto(again, at);
+        const RingNow now = RingNow::Read(mSource, slot, at);
+        const bool isThere = again.mContext == slot.mContext && again.mGeneration == slot.mGeneration
+            && now.problem == then.problem;
+        const std::uint32_t begin = isThere ? then.Begin() + now.TakenSince(then) : 0;
+        Begin(kSeenSection, SectionFields().Add(begin).Add(std::uint32_t { isThere ? 0u : 1u }));
     }
 }
 

@@ -13,7 +13,7 @@ namespace HSL {
 namespace CrashLog {
 
 constexpr std::uint32_t kLastingLayout =
-    1; // to be raised with every change of this, of the ledger or of the kept lines
+    2; // to be raised with every change of this, of the ledger or of the kept lines
 constexpr std::size_t kLastingHeaderBytes = 4096;
 constexpr std::size_t kProductBytes = 256;
 
