@@ -169,6 +169,26 @@ TEST_F(CLogManagerCallbacks, StructuredKindComesIntoForceBeforeItsCallback)
     EXPECT_EQ(mManager->GetOutputCallbackType(), CLogManager::kStructuredCallback);
 }
 
+TEST_F(CLogManagerCallbacks, PlainKindComesIntoForceBeforeItsCallback)
+{
+    if (!SingleStep::IsPossible()) {
+        GTEST_SKIP();
+    }
+    mManager->SetOutputCallback(countPlain);
+    mManager->SetStructuredOutputCallback(countStructured);
+    bool early = false;
+    {
+        const SingleStep step([&] {
+            early = early
+                || (mManager->GetOutputCallbackType() == CLogManager::kPlainCallback
+                    && mManager->GetOutputCallback() == countPlain);
+        });
+        mManager->SetOutputCallback(otherPlain);
+    }
+    EXPECT_TRUE(early);
+    EXPECT_EQ(mManager->GetOutputCallback(), otherPlain);
+}
+
 TEST_F(CLogManagerCallbacks, StructuredSetterCalledAgainBringsItBackIntoForce)
 {
     mManager->SetStructuredOutputCallback(countStructured);

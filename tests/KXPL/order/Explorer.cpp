@@ -208,13 +208,15 @@ void plainAccess(const void* address, std::size_t size, bool writes)
     }
 }
 
-std::uint64_t atomicLoad(const void* address, std::uint64_t current, bool acquires)
+std::uint64_t atomicLoad(const void* address, std::uint64_t current, Order order)
 {
     gExecution->Switch();
     const std::uintptr_t place = reinterpret_cast<std::uintptr_t>(address);
     const int thread = gExecution->mRunning;
-    const int count = gExecution->mMemory.Choices(thread, place, current);
-    return gExecution->mMemory.Load(thread, place, gExecution->mChoices.Pick(count), acquires);
+    const int visible = gExecution->mMemory.Choices(thread, place, current);
+    const bool isTotal = order.isTotal && gExecution->mMemory.KeepsTotalOrder(place);
+    const int count = isTotal ? gExecution->mMemory.TotalChoices(visible, place) : visible;
+    return gExecution->mMemory.Load(thread, place, gExecution->mChoices.Pick(count), order.acquires);
 }
 
 void beforeAtomicStore(const void* address, std::uint64_t current)
@@ -222,10 +224,17 @@ void beforeAtomicStore(const void* address, std::uint64_t current)
     gExecution->mMemory.Choices(gExecution->mRunning, reinterpret_cast<std::uintptr_t>(address), current);
 }
 
-void atomicStore(const void* address, std::uint64_t value, bool releases, bool modifies)
+void atomicStore(const void* address, std::uint64_t value, Order order, bool modifies)
 {
-    gExecution->mMemory.Store(gExecution->mRunning, reinterpret_cast<std::uintptr_t>(address), value, releases,
+    gExecution->mMemory.Store(gExecution->mRunning, reinterpret_cast<std::uintptr_t>(address), value, order,
                               modifies);
+}
+
+void beforeTotalStore(const void* address)
+{
+    if (gExecution->mMemory.KeepsTotalOrder(reinterpret_cast<std::uintptr_t>(address))) {
+        gExecution->Switch();
+    }
 }
 
 void beforeModify()
@@ -233,9 +242,10 @@ void beforeModify()
     gExecution->Switch();
 }
 
-void atomicSeeNewest(const void* address, bool acquires)
+void atomicSeeNewest(const void* address, Order order)
 {
-    gExecution->mMemory.Load(gExecution->mRunning, reinterpret_cast<std::uintptr_t>(address), 0, acquires);
+    gExecution->mMemory.Load(gExecution->mRunning, reinterpret_cast<std::uintptr_t>(address), 0,
+                             order.acquires);
 }
 
 } // namespace order

@@ -7,7 +7,8 @@
 // [intro.races]: modification order, happens-before from releases to the acquires that read them; a load does
 // not return what is stored later). A program is run again and again until every combination of choices was
 // seen. Stores need no choice in front of them where a location has one writer: an early store can only be
-// seen by a load that may as well overlook it.
+// seen by a load that may as well overlook it. Of sequentially consistent accesses the loads return nothing that
+// is older than the newest store of that kind, and the stores have a choice in front of them.
 //
 // Found are: two accesses of a tracked byte, one of them a plain write, that nothing orders; and whatever a
 // program reports by Fail.
@@ -35,8 +36,9 @@ struct Program {
 struct Weakened {
     enum Kind {
         Nothing,
-        Releases, // stores and read-modify-writes publish nothing
-        Acquires  // loads and read-modify-writes see nothing but the value
+        Releases,  // stores and read-modify-writes publish nothing
+        Acquires,  // loads and read-modify-writes see nothing but the value
+        TotalOrder // sequentially consistent accesses are releases and acquires only
     };
 
     // `location` is asked behind setUp, before the threads begin; without it all locations are meant.

@@ -12,15 +12,24 @@ bool isWatched(const void* address);
 
 void plainAccess(const void* address, std::size_t size, bool writes);
 
-// `current` is what lies in memory. The result may be older.
-std::uint64_t atomicLoad(const void* address, std::uint64_t current, bool acquires);
+// What an access was asked to order.
+struct Order {
+    bool acquires;
+    bool releases;
+    bool isTotal; // sequentially consistent
+};
 
-// A store is two calls, with the store itself between them. A read-modify-write calls beforeModify first and,
-// because it sees the newest value, atomicSeeNewest between the two.
+// `current` is what lies in memory. The result may be older.
+std::uint64_t atomicLoad(const void* address, std::uint64_t current, Order order);
+
+// A store is two calls, with the store itself between them. In front of them a sequentially consistent one calls
+// beforeTotalStore. A read-modify-write calls beforeModify first and, because it sees the newest value,
+// atomicSeeNewest between the two.
 void beforeModify();
+void beforeTotalStore(const void* address);
 void beforeAtomicStore(const void* address, std::uint64_t current);
-void atomicStore(const void* address, std::uint64_t value, bool releases, bool modifies);
-void atomicSeeNewest(const void* address, bool acquires);
+void atomicStore(const void* address, std::uint64_t value, Order order, bool modifies);
+void atomicSeeNewest(const void* address, Order order);
 
 } // namespace order
 

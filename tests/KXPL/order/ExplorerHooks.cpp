@@ -8,23 +8,20 @@ using namespace order;
 
 namespace {
 
-// The numbers of __ATOMIC_RELAXED and so on.
-bool acquires(int memoryOrder)
+// Of the numbers of __ATOMIC_RELAXED and so on.
+Order orderOf(int memoryOrder)
 {
-    return memoryOrder != __ATOMIC_RELAXED && memoryOrder != __ATOMIC_RELEASE;
-}
-
-bool releases(int memoryOrder)
-{
-    return memoryOrder != __ATOMIC_RELAXED && memoryOrder != __ATOMIC_CONSUME
-        && memoryOrder != __ATOMIC_ACQUIRE;
+    const bool acquires = memoryOrder != __ATOMIC_RELAXED && memoryOrder != __ATOMIC_RELEASE;
+    const bool releases =
+        memoryOrder != __ATOMIC_RELAXED && memoryOrder != __ATOMIC_CONSUME && memoryOrder != __ATOMIC_ACQUIRE;
+    return { acquires, releases, memoryOrder == __ATOMIC_SEQ_CST };
 }
 
 template <typename T> T load(const volatile T* from, int memoryOrder)
 {
     const void* address = const_cast<const T*>(from);
     return isWatched(address)
-        ? static_cast<T>(atomicLoad(address, static_cast<std::uint64_t>(*from), acquires(memoryOrder)))
+        ? static_cast<T>(atomicLoad(address, static_cast<std::uint64_t>(*from), orderOf(memoryOrder)))
         : *from;
 }
 
@@ -33,27 +30,30 @@ template <typename T> void store(volatile T* to, T value, int memoryOrder)
     const void* address = const_cast<const T*>(to);
     const bool watched = isWatched(address);
     if (watched) {
+        if (orderOf(memoryOrder).isTotal) {
+            beforeTotalStore(address);
+        }
         beforeAtomicStore(address, static_cast<std::uint64_t>(*to));
     }
     *to = value;
     if (watched) {
-        atomicStore(address, static_cast<std::uint64_t>(value), releases(memoryOrder), false);
+        atomicStore(address, static_cast<std::uint64_t>(value), orderOf(memoryOrder), false);
     }
 }
 
-template <typename T> T fetchAdd(volatile T* to, T delta, int memoryOrder)
+template <typename T, typename Change> T modify(volatile T* to, int memoryOrder, const Change& change)
 {
     const void* address = const_cast<const T*>(to);
     const bool watched = isWatched(address);
     if (watched) {
         beforeModify();
         beforeAtomicStore(address, static_cast<std::uint64_t>(*to));
-        atomicSeeNewest(address, acquires(memoryOrder));
+        atomicSeeNewest(address, orderOf(memoryOrder));
     }
     const T before = *to;
-    *to = static_cast<T>(before + delta);
+    *to = change(before);
     if (watched) {
-        atomicStore(address, static_cast<std::uint64_t>(*to), releases(memoryOrder), true);
+        atomicStore(address, static_cast<std::uint64_t>(*to), orderOf(memoryOrder), true);
     }
     return before;
 }
@@ -139,7 +139,12 @@ void __tsan_atomic64_store(volatile unsigned long* to, unsigned long value, int 
 
 unsigned int __tsan_atomic32_fetch_add(volatile unsigned int* to, unsigned int delta, int memoryOrder)
 {
-    return fetchAdd(to, delta, memoryOrder);
+    return modify(to, memoryOrder, [delta](unsigned int before) { return before + delta; });
+}
+
+unsigned long __tsan_atomic64_exchange(volatile unsigned long* to, unsigned long value, int memoryOrder)
+{
+    return modify(to, memoryOrder, [value](unsigned long) { return value; });
 }
 
 // The instrumented code's calls of memcpy and memset come here by the linker's --wrap.

@@ -87,9 +87,17 @@ int Memory::Choices(int thread, std::uintptr_t address, std::uint64_t current)
     Location& location = mLocations[address];
     if (location.mStores.empty()) {
         // Stored by plain code before the threads began.
-        location.mStores.push_back({ current, kMostThreads - 1, 0, Clock() });
+        location.mStores.push_back({ current, kMostThreads - 1, 0, Clock(), true });
     }
     return static_cast<int>(location.mStores.size() - OldestVisible(thread, location));
+}
+
+int Memory::TotalChoices(int choices, std::uintptr_t address) const
+{
+    const std::vector<StoreMade>& stores = mLocations.at(address).mStores;
+    const auto newest =
+        std::find_if(stores.rbegin(), stores.rend(), [](const StoreMade& made) { return made.mIsTotal; });
+    return std::min(choices, static_cast<int>(newest - stores.rbegin()) + 1);
 }
 
 std::uint64_t Memory::Load(int thread, std::uintptr_t address, int choice, bool acquires)
@@ -103,16 +111,16 @@ std::uint64_t Memory::Load(int thread, std::uintptr_t address, int choice, bool 
     return location.mStores[index].mValue;
 }
 
-void Memory::Store(int thread, std::uintptr_t address, std::uint64_t value, bool releases, bool modifies)
+void Memory::Store(int thread, std::uintptr_t address, std::uint64_t value, Order order, bool modifies)
 {
     Location& location = mLocations[address];
     ++Tick(thread);
-    StoreMade made = { value, thread, Tick(thread), Clock() };
+    StoreMade made = { value, thread, Tick(thread), Clock(), order.isTotal && KeepsTotalOrder(address) };
     // A read-modify-write hands on what the store before it published.
     if (modifies && !location.mStores.empty()) {
         made.mReleased = location.mStores.back().mReleased;
     }
-    if (releases && Keeps(Weakened::Releases, address)) {
+    if (order.releases && Keeps(Weakened::Releases, address)) {
         made.mReleased.Join(ClockOf(thread));
     }
     location.mStores.push_back(made);

@@ -3,6 +3,7 @@
 #define FALLCATCH_TESTS_ORDER_EXPLORER_MEMORY_H
 
 #include "Explorer.h"
+#include "ExplorerAccess.h"
 
 #include <array>
 #include <cstdint>
@@ -32,6 +33,10 @@ public:
         mWeakenedLocation = location;
     }
 
+    bool KeepsTotalOrder(std::uintptr_t address) const { return Keeps(Weakened::TotalOrder, address); }
+    // Of Choices, for a sequentially consistent load: none older than the newest store of that kind.
+    int TotalChoices(int choices, std::uintptr_t address) const;
+
     void Track(std::uintptr_t begin, std::size_t size);
     bool Tracks(std::uintptr_t address) const;
 
@@ -42,7 +47,7 @@ public:
     // How many stores a load may return: choice 0 is the newest.
     int Choices(int thread, std::uintptr_t address, std::uint64_t current);
     std::uint64_t Load(int thread, std::uintptr_t address, int choice, bool acquires);
-    void Store(int thread, std::uintptr_t address, std::uint64_t value, bool releases, bool modifies);
+    void Store(int thread, std::uintptr_t address, std::uint64_t value, Order order, bool modifies);
 
     // The thread begins, or is found to have ended, with the other's past behind it.
     void Follow(int thread, int other);
@@ -59,6 +64,7 @@ private:
         int mThread;
         unsigned int mTick;
         Clock mReleased;
+        bool mIsTotal;
     };
 
     struct Location {

@@ -4,6 +4,7 @@
 #include "HSLCollectionThread.h"
 #include "HSLForkGuard.h"
 #include "HSLLogContext.h"
+#include "hslog/collect/HSLCollectionThreadHolder.h"
 #include "hslog/collect/LastRecord.h"
 #include "hslog/crash/CrashLedger.h"
 #include "hslog/record/HSLRecord.h"
@@ -60,24 +61,6 @@ CLogManager::OutputCallback sOutputCB = defaultOutputCB;
 CLogManager::StructuredOutputCallback sStructuredOutputCB = nullptr;
 unsigned char sOutputCallbackType = CLogManager::kPlainCallback;
 
-// The module's collection thread. When a host ends without Cleanup the thread still runs, or has yet to begin,
-// while static objects are destroyed; then the object stays as it is.
-union CCollectionThreadHolder {
-    CCollectionThreadHolder()
-        : mThread()
-    {
-    }
-    ~CCollectionThreadHolder()
-    {
-        // Pair THREAD-ENDED, acquire: nothing of the thread follows its release that uses the
-        // object.
-        if (!KxLoadAcquire(mThread.mPlatformData->mIsRunning)) {
-            mThread.~CCollectionThread();
-        }
-    }
-
-    CCollectionThread mThread;
-};
 CCollectionThreadHolder gHolder;
 CCollectionThread& gCollectionThread = gHolder.mThread;
 
