@@ -113,19 +113,16 @@ def is_sound(ring):
             and first <= ring["read_offset"] <= last and first <= ring["write_offset"] <= last)
 
 
-def taken_number(manager, context, read):
+def taken_number(context, read):
     """The first bytes of the record at the read position, where a pass has given them back to the writer already."""
     try:
-        taken = context["mTakenElsewhere"]
-        slot = manager["mLedger"]["mSlots"][int(context["mLedgerSlot"])] if int(manager["mLedger"]) else None
-        if slot is not None and int(slot["mContext"]) == int(context):
-            taken = slot["mTaken"]
+        taken = context["mTaken"].dereference()
         return struct.pack("<bi", 0, int(taken["mNumber"])) if int(taken["mOffset"]) == read else b""
     except gdb.error:
         return b""
 
 
-def ring_of(manager, context):
+def ring_of(context):
     """A RingProblem, the ring's fields and its bytes, oldest first."""
     empty = dict.fromkeys(("num_elem", "read_offset", "write_offset", "start_offset"), 0)
     try:
@@ -139,7 +136,7 @@ def ring_of(manager, context):
         if not is_sound(ring):
             return RING_DAMAGED, ring, b""
         read, write = ring["read_offset"], ring["write_offset"]
-        taken = taken_number(manager, context, read)
+        taken = taken_number(context, read)
         if write >= read:
             return RING_WHOLE, ring, taken + read_memory(int(control) + read, write - read)
         old = taken + read_memory(int(control) + read, ring["end_offset"] + 1 - read)
@@ -155,8 +152,8 @@ def number(value):
         return 0
 
 
-def add_context(log, manager, context):
-    problem, ring, data = ring_of(manager, context)
+def add_context(log, context):
+    problem, ring, data = ring_of(context)
     log.add("CTXT", struct.pack("<iiIIIII", number(context["mDepth"]), number(context["mRecordCount"]),
                                 ring["num_elem"], ring["read_offset"], ring["write_offset"], ring["start_offset"],
                                 problem) + string(context["mName"]))
@@ -184,7 +181,7 @@ def crash_log(manager):
             + passing + struct.pack("<IIIq", 0, 0, 0, int(time.time())))
     for context in vector(manager["mContexts"], MOST_CONTEXTS):
         if number(context):
-            add_context(log, manager, context)
+            add_context(log, context)
     for place, entry in enumerate(vector(manager["mFormatStrings"], MOST_FORMATS)):
         narrow = number(entry["mNarrow"]) != 0
         log.add("FORM", struct.pack("<IB", place, narrow) + (string(entry["mString"]) if narrow else b""))

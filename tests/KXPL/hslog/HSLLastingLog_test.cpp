@@ -181,6 +181,35 @@ TEST_F(LastingLog, OfAKilledProcessArrivesOnce)
     EXPECT_EQ(Objects(), 0u);
 }
 
+// The pass has taken the numbers of the other contexts' next records off their rings.
+TEST_F(LastingLog, OfAProcessThatIsKilledInACallbackHoldsWhatThePassHasNotOutput)
+{
+    ASSERT_EQ(InAProcess([](CLogManager& manager) {
+                  CLogContext one("one", 20000, HSL::LastingMalloc, HSL::LastingFree);
+                  CLogContext two("two", 20000, HSL::LastingMalloc, HSL::LastingFree);
+                  CLogContext three("three", 20000, HSL::LastingMalloc, HSL::LastingFree);
+                  for (int i = 0; i < 4; ++i) {
+                      one.Log(CCat(3), "%d of one", i);
+                      two.Log(CCat(3), "%d of two", i);
+                      three.Log(CCat(3), "%d of three", i);
+                  }
+                  static int sCalls;
+                  sCalls = 0;
+                  manager.SetOutputCallback([](const char*) {
+                      if (++sCalls == 5) {
+                          kill(getpid(), SIGKILL);
+                      }
+                  });
+                  manager.Collect();
+              }),
+              kKilled);
+    Take();
+    EXPECT_EQ(Messages(),
+              (std::vector<std::string> { "1 of three", "2 of one", "2 of two", "2 of three", "3 of one",
+                                          "3 of two", "3 of three" }));
+    EXPECT_FALSE(mFound.isDamaged) << mFound.notes;
+}
+
 TEST_F(LastingLog, HoldsTheLinesThatThePlainCallbackWouldHaveGot)
 {
     int ends[2];

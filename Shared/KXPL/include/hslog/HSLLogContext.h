@@ -192,7 +192,9 @@ public:
     // The pass's: the write position at which it found bytes but no record; else 0.
     unsigned int mStuckOffset = 0;
 
-    // The manager's: the place in the crash log's account, and what stands for it where there was none.
+    // The manager's: where it notes the number that it has taken of the next record ahead of the rest, for debuggers; the
+    // place of that in the crash log's account, and what stands for it where there is none.
+    CTakenNumber* mTaken = nullptr; // not owned; null before the first pass
     unsigned int mLedgerSlot = 0;
     CTakenNumber mTakenElsewhere = {};
 

@@ -243,9 +243,11 @@ CTakenNumber& Ledger::TakenOf(Ledger* ledger, CLogContext& context)
     const std::uintptr_t wanted = reinterpret_cast<std::uintptr_t>(&context);
     if (ledger != nullptr && context.mLedgerSlot < kMostContexts
         && ledger->mSlots[context.mLedgerSlot].mContext == wanted) {
-        return ledger->mSlots[context.mLedgerSlot].mTaken;
+        context.mTaken = &ledger->mSlots[context.mLedgerSlot].mTaken;
+    } else {
+        context.mTaken = &context.mTakenElsewhere;
     }
-    return context.mTakenElsewhere;
+    return *context.mTaken;
 }
 
 void Ledger::RemoveContext(const CLogContext* context)
