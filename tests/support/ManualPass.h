@@ -74,7 +74,7 @@ public:
     }
 
     // Where passes note the number that they have taken of the context's next record.
-    HSL::CTakenNumber& Taken(HSL::CLogContext& context) const
+    HSL::detail::TakenNumber& Taken(HSL::CLogContext& context) const
     {
         return HSL::CrashLog::Ledger::TakenOf(mManager->mLedger, context);
     }

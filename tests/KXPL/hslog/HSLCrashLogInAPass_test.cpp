@@ -60,7 +60,7 @@ struct Fields {
     bool operator!=(const Fields& other) const { return std::memcmp(this, &other, sizeof other) != 0; }
 };
 
-Fields fieldsOf(const CLogContext& context, const HSL::CTakenNumber& taken)
+Fields fieldsOf(const CLogContext& context, const HSL::detail::TakenNumber& taken)
 {
     return { context.mBuffer->mControl->read_offset, taken.mOffset, taken.mNumber };
 }

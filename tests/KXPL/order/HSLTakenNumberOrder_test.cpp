@@ -51,7 +51,7 @@ public:
         CLogManager::msThis = nullptr;
     }
 
-    HSL::CTakenNumber& Taken() { return HSL::CrashLog::Ledger::TakenOf(mManager.mLedger, *mContext); }
+    HSL::detail::TakenNumber& Taken() { return HSL::CrashLog::Ledger::TakenOf(mManager.mLedger, *mContext); }
     cb_control& Control() { return *mContext->mBuffer->mControl; }
 
     // What the crash log's writer does, which copies through the system where the explorer does not see it.
@@ -118,7 +118,7 @@ TEST(HSLTakenNumberOrder, EachOrderIsNeeded)
         for (int field = 0; field < 3; ++field) {
             Shared shared;
             const auto location = [&]() -> const void* {
-                HSL::CTakenNumber& taken = shared.logger->Taken();
+                HSL::detail::TakenNumber& taken = shared.logger->Taken();
                 return field == 0 ? static_cast<const void*>(&shared.logger->Control().read_offset)
                     : field == 1  ? static_cast<const void*>(&taken.mOffset)
                                   : &taken.mNumber;

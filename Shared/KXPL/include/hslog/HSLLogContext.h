@@ -194,9 +194,9 @@ public:
 
     // The manager's: where it notes the number that it has taken of the next record ahead of the rest, for debuggers; the
     // place of that in the crash log's account, and what stands for it where there is none.
-    CTakenNumber* mTaken = nullptr; // not owned; null before the first pass
+    detail::TakenNumber* mTaken = nullptr; // not owned; null before the first pass
     unsigned int mLedgerSlot = 0;
-    CTakenNumber mTakenElsewhere = {};
+    detail::TakenNumber mTakenElsewhere = {};
 
 private:
     friend struct detail::LogCall; // measures texts by itself

@@ -45,7 +45,7 @@ struct CContextInfo {
 // each field would take.
 struct ContextInPass : CContextInfo {
     RingCursor mRing;
-    CTakenNumber* mTaken = nullptr;
+    detail::TakenNumber* mTaken = nullptr;
     bool mIsAbandoned = false;
 };
 
@@ -103,7 +103,7 @@ double timeOf(unsigned int seconds, unsigned int microseconds)
 
 // The record is processed, whatever its callback does now: the writer gets its bytes back, it is not output again, and
 // the next one is measured from it.
-void handOver(Workspace& workspace, CTakenNumber& taken, RingCursor& ring, unsigned int seconds,
+void handOver(Workspace& workspace, detail::TakenNumber& taken, RingCursor& ring, unsigned int seconds,
               unsigned int microseconds)
 {
     if (ring.IsMisread() && isNumberTaken(taken, ring)) {
@@ -170,8 +170,8 @@ void keepLine(CrashLog::KeptLines& kept, const Record& record, const std::string
 // logged meanwhile finds them free.
 //
 // False: with a guarded manager, what was to be read makes no record. Nothing was output, and the ring not given back.
-bool outputRecord(CLogManager& manager, const CLogContext& context, CTakenNumber& taken, RingCursor& ring,
-                  int seqNum, Workspace& workspace)
+bool outputRecord(CLogManager& manager, const CLogContext& context, detail::TakenNumber& taken,
+                  RingCursor& ring, int seqNum, Workspace& workspace)
 {
     const Formats trust = manager.IsGuarded() ? Formats::kChecked : Formats::kTrusted;
     unsigned char room[10];
@@ -262,7 +262,7 @@ void outputAbandoned(const CLogManager& manager, const CLogContext& context, Wor
 }
 
 // Begins where the thread left behind what could not be read. False: it has not yet, and its ring is not looked at.
-bool hasRestarted(CLogContext& context, CTakenNumber& taken)
+bool hasRestarted(CLogContext& context, detail::TakenNumber& taken)
 {
     // Pair RESTART, acquire: the offset and the count are those behind it.
     const unsigned char state = KxLoadAcquire(context.mRestart);

@@ -34,7 +34,7 @@
 namespace HSL {
 
 // Notes the number that was taken last and hands all that was taken back to the writer.
-inline void publishNumber(CTakenNumber& taken, RingCursor& ring, int number)
+inline void publishNumber(detail::TakenNumber& taken, RingCursor& ring, int number)
 {
     // Pair TAKEN-NUMBER, release: behind the end of the record before.
     KxStoreRelease(taken.mNumber, number);
@@ -44,14 +44,14 @@ inline void publishNumber(CTakenNumber& taken, RingCursor& ring, int number)
 }
 
 // Precondition: the read position is the beginning of a record, or what lies there makes none.
-inline void forgetNumber(CTakenNumber& taken)
+inline void forgetNumber(detail::TakenNumber& taken)
 {
     // Pair TAKEN-NUMBER, release: in front of the read position's next store.
     KxStoreRelease(taken.mOffset, 0u);
 }
 
 // Whether the number of the record at the read position was taken by a pass that was left early.
-inline bool isNumberTaken(const CTakenNumber& taken, const RingCursor& ring)
+inline bool isNumberTaken(const detail::TakenNumber& taken, const RingCursor& ring)
 {
     return taken.mOffset != 0 && taken.mOffset == ring.Offset();
 }

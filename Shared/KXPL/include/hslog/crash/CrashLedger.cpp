@@ -227,7 +227,7 @@ void Ledger::AddContext(CLogContext& context)
     slot->mName = reinterpret_cast<std::uintptr_t>(MakeText(context.mName.c_str()));
     slot->mCountAt = reinterpret_cast<std::uintptr_t>(&context.mRecordCount);
     slot->mDepthAt = reinterpret_cast<std::uintptr_t>(&context.mDepth);
-    slot->mTaken = CTakenNumber();
+    slot->mTaken = detail::TakenNumber();
     context.mLedgerSlot = static_cast<unsigned int>(slot - mSlots);
     ++slot->mGeneration;
     // Pair CRASH-LEDGER, release.
@@ -238,7 +238,7 @@ void Ledger::AddContext(CLogContext& context)
     }
 }
 
-CTakenNumber& Ledger::TakenOf(Ledger* ledger, CLogContext& context)
+detail::TakenNumber& Ledger::TakenOf(Ledger* ledger, CLogContext& context)
 {
     const std::uintptr_t wanted = reinterpret_cast<std::uintptr_t>(&context);
     if (ledger != nullptr && context.mLedgerSlot < kMostContexts

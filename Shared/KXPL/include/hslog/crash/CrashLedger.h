@@ -32,7 +32,7 @@ struct LedgerSlot {
     std::uintptr_t mDepthAt;
     std::uint32_t mCapacity; // of the ring, as it was when the context was made
     std::uint32_t mGeneration;
-    CTakenNumber mTaken; // the pass's
+    detail::TakenNumber mTaken; // the pass's
 };
 
 // Behind it lies the text, not terminated.
@@ -106,7 +106,7 @@ struct Ledger {
     void NoteZone(long long seconds, const KxTimeOfDay& local);
     // Where a pass notes the number that it has taken of the context's next record: here, for whoever writes a crash log,
     // or in the context if that has no place here. A null ledger is none.
-    static CTakenNumber& TakenOf(Ledger* ledger, CLogContext& context);
+    static detail::TakenNumber& TakenOf(Ledger* ledger, CLogContext& context);
     KeptLines* Kept() { return reinterpret_cast<KeptLines*>(mKept); }
 
     std::uint64_t mMark;

@@ -42,7 +42,7 @@ struct RingNow {
     }
 
     cb_control control = {};
-    CTakenNumber taken = {};
+    detail::TakenNumber taken = {};
     RingProblem problem = kRingWhole; // unless whole, only `control` may be looked at
 
 private:

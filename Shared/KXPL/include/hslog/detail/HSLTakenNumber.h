@@ -4,13 +4,15 @@
 #include "../../detail/KxHost.h"
 
 namespace HSL {
+namespace detail {
 
 // A record whose marker and number were taken off a ring while the rest is still there.
-struct CTakenNumber {
+struct TakenNumber {
     unsigned int mOffset; // the read position behind the two; 0 for none
     int mNumber;
 };
 
+} // namespace detail
 } // namespace HSL
 
 #endif
