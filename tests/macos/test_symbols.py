@@ -19,17 +19,17 @@ class Symbols:
         self.module = rf"MODULE mac {processor} (\w+) fallcatch\n"
 
     def test_have_the_identifier_of_the_binary(self):
-        shown = subprocess.run(["llvm-dwarfdump-19", "--uuid", BINARY], capture_output=True, text=True, check=True).stdout
-        identifier = re.search(rf"UUID: (\S+) \({self.slice}\)", shown).group(1).replace("-", "")
+        done = subprocess.run(["llvm-dwarfdump-19", "--uuid", BINARY], capture_output=True, text=True, check=True)
+        identifier = re.search(rf"UUID: (\S+) \({self.slice}\)", done.stdout).group(1).replace("-", "")
         self.assertEqual(re.match(self.module, self.text).group(1), f"{identifier}0")
 
     def test_lead_from_each_exported_function_to_its_source(self):
         sources = dict(re.findall(r"^FILE (\d+) (.*)$", self.text, re.MULTILINE))
         for entry in slices(BINARY)[self.slice].dyld_info.exports:
             name = entry.symbol.name.lstrip("_")
-            # From the start of the image's code; the first line behind a function's own is that of its first address.
-            found = re.search(rf"^FUNC (?:m )?{entry.address:x} \w+ \w+ {name}\b.*\n(?:INLINE.*\n)*(\w+) \w+ \d+ (\d+)$",
-                              self.text, re.MULTILINE)
+            # The first line behind a function's own is that of its first address.
+            found = re.search(rf"^FUNC (?:m )?{entry.address:x} \w+ \w+ {name}\b.*\n(?:INLINE.*\n)*"
+                              r"(\w+) \w+ \d+ (\d+)$", self.text, re.MULTILINE)
             self.assertIsNotNone(found, name)
             self.assertEqual(int(found.group(1), 16), entry.address)
             self.assertTrue(sources[found.group(2)].endswith("Breakpad/Glue/fallcatch.mm"), name)
