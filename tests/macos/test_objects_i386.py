@@ -8,7 +8,7 @@ from support import BUILD, FUNCTIONS, SOURCES
 
 UNDEFINED, EXTERNAL, PRIVATE_EXTERNAL, TYPE = 0, 0x01, 0x10, 0x0E
 OTHER_LIBRARIES = {"sinks", "tools"}  # optional ones, which the bridge does not need
-OTHER_SYSTEMS = {"KxThreadLinux.cpp"}
+OTHER_SYSTEMS = {"KxSharedObjectsLinux.cpp", "KxThreadLinux.cpp"}
 
 
 def object_files():
