@@ -63,15 +63,11 @@ TEST_F(SSE2Plain, InterleavesLanesAsSSE2Does)
     ExpectSameOfTwo(Plain::_mm_unpackhi_epi16, [](__m128i a, __m128i b) { return ::_mm_unpackhi_epi16(a, b); });
 }
 
-TEST_F(SSE2Plain, ShiftsAndCollectsBitsAsSSE2Does)
+TEST_F(SSE2Plain, CollectsBitsAsSSE2Does)
 {
     for (int i = 0; i < 2000; ++i) {
         const Plain::M128i lanes = RandomLanes();
-        const auto same = (__m128i)lanes;
-        ExpectEqual(Plain::_mm_slli_epi32(lanes, i % 32), ::_mm_slli_epi32(same, i % 32));
-        ExpectEqual(Plain::_mm_srai_epi32(lanes, i % 32), ::_mm_srai_epi32(same, i % 32));
-        EXPECT_EQ(Plain::_mm_movemask_epi8(lanes), ::_mm_movemask_epi8(same));
+        EXPECT_EQ(Plain::_mm_movemask_epi8(lanes), ::_mm_movemask_epi8((__m128i)lanes));
     }
-    ExpectEqual(Plain::_mm_setzero_si128(), ::_mm_setzero_si128());
 }
 #endif

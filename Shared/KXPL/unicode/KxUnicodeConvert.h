@@ -1,4 +1,4 @@
-// The loop that all converters share.
+// The loops that all converters share.
 #ifndef KXPL_KX_UNICODE_CONVERT_H
 #define KXPL_KX_UNICODE_CONVERT_H
 
@@ -28,45 +28,47 @@ template <typename Source, typename Target> struct Bounds {
     }
 };
 
-// Copies fewer units than `most`, a power of two, that are the same in both forms: by two copies of fixed
-// length that may overlap.
-template <std::ptrdiff_t most, typename Source, typename Target>
-void copyFewerThan(std::ptrdiff_t count, const Source* from, Target* to)
-{
-    constexpr std::ptrdiff_t kHalf = most / 2;
-    if constexpr (most == 4) {
-        if (count > 0) {
-            to[0] = static_cast<Target>(from[0]);
-            to[count / 2] = static_cast<Target>(from[count / 2]);
-            to[count - 1] = static_cast<Target>(from[count - 1]);
-        }
-    } else if (count >= kHalf) {
-        for (std::ptrdiff_t i = 0; i < kHalf; ++i) {
-            to[i] = static_cast<Target>(from[i]);
-        }
-        for (std::ptrdiff_t i = count - kHalf; i < count; ++i) {
-            to[i] = static_cast<Target>(from[i]);
-        }
-    } else {
-        copyFewerThan<kHalf>(count, from, to);
-    }
-}
-
 // Rules tell how a pair of forms is converted:
-//   kUnits, kRoom  what there must be before takeMany is asked
-//   takeMany       converts what is well-formed, many units at a time where it can, and stops nothing
+//   kUnits, kRoom  what there must be before takeMany is asked; a shorter text goes one by one from the start
+//   takeMany       converts well-formed characters, many at a time, and tells up to where it wants the next ones
+//                  converted one by one: nowhere, if only the text or the room got short
 //   takeOne        converts one character by all the rules; false when the conversion ends there; the result
 //                  then tells why, and otherwise changes only by what is remembered
 
-template <typename Rules, typename Source, typename Target>
-[[gnu::always_inline]] inline ConversionResult
-convertSingly(const Source** source, Target** target, Place<Source, Target> at,
-              const Bounds<Source, Target>& bounds, ConversionResult result)
+// The two ends of takeOne. The first one writes a value of at most kLargestScalar for so many units.
+template <typename Source, typename Target>
+[[gnu::always_inline]] inline bool take(UTF32 value, std::ptrdiff_t units, Place<Source, Target>& at,
+                                        const Bounds<Source, Target>& bounds, ConversionResult& result)
 {
-    while (at.from < bounds.end && Rules::takeOne(at, bounds, result)) { }
-    *source = at.from;
-    *target = at.to;
-    return result;
+    if (!put(value, at.to, bounds.room)) {
+        result = targetExhausted;
+        return false;
+    }
+    at.from += units;
+    return true;
+}
+
+inline bool stop(ConversionResult& result, ConversionResult reason)
+{
+    result = reason;
+    return false;
+}
+
+// Converts one character; ASCII from and to UTF-8 without asking the rules.
+template <typename Rules, typename Source, typename Target>
+[[gnu::always_inline]] inline bool step(Place<Source, Target>& at, const Bounds<Source, Target>& bounds,
+                                        ConversionResult& result)
+{
+    const Source unit = *at.from;
+    if ((sizeof(Source) > 1 && sizeof(Target) > 1) || unit >= 0x80) {
+        return Rules::takeOne(at, bounds, result);
+    }
+    if (at.to >= bounds.room) {
+        return stop(result, targetExhausted);
+    }
+    *at.to = static_cast<Target>(unit);
+    at = { at.from + 1, at.to + 1 };
+    return true;
 }
 
 // Apart from the rest, so that a short text pays nothing for it.
@@ -77,15 +79,19 @@ template <typename Rules, typename Source, typename Target>
     const Bounds<Source, Target> bounds { *source, sourceEnd, targetEnd, flags == strictConversion };
     Place<Source, Target> at { *source, *target };
     ConversionResult result = conversionOK;
-    do {
-        at = Rules::takeMany(at, bounds);
-        if (at.from < sourceEnd && !Rules::takeOne(at, bounds, result)) {
-            *source = at.from;
-            *target = at.to;
-            return result;
+    bool goesOn = true;
+    while (goesOn && bounds.have(at, Rules::kUnits, Rules::kRoom)) {
+        const Source* const until = Rules::takeMany(at, bounds);
+        while (goesOn && at.from < until) {
+            goesOn = step<Rules>(at, bounds, result);
         }
-    } while (bounds.have(at, Rules::kUnits, Rules::kRoom));
-    return convertSingly<Rules>(source, target, at, bounds, result);
+    }
+    while (goesOn && at.from < bounds.end) {
+        goesOn = step<Rules>(at, bounds, result);
+    }
+    *source = at.from;
+    *target = at.to;
+    return result;
 }
 
 template <typename Rules, typename Source, typename Target>
@@ -93,15 +99,19 @@ template <typename Rules, typename Source, typename Target>
                                                        Target** target, const Target* targetEnd,
                                                        ConversionFlags flags)
 {
-    if (*source >= sourceEnd) {
-        return conversionOK;
-    }
-    const Bounds<Source, Target> bounds { *source, sourceEnd, targetEnd, flags == strictConversion };
-    const Place<Source, Target> at { *source, *target };
-    if (bounds.have(at, Rules::kUnits, Rules::kRoom)) {
+    Place<Source, Target> at { *source, nullptr };
+    if (__builtin_expect(sourceEnd - at.from >= Rules::kUnits, 0)) {
         return convertMany<Rules>(source, sourceEnd, target, targetEnd, flags);
     }
-    return convertSingly<Rules>(source, target, at, bounds, conversionOK);
+    ConversionResult result = conversionOK;
+    if (at.from < sourceEnd) {
+        const Bounds<Source, Target> bounds { at.from, sourceEnd, targetEnd, flags == strictConversion };
+        at.to = *target;
+        while (step<Rules>(at, bounds, result) && at.from < sourceEnd) { }
+        *source = at.from;
+        *target = at.to;
+    }
+    return result;
 }
 
 } // namespace KXPL

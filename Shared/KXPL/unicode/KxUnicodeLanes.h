@@ -7,7 +7,6 @@
 #include "KxUnicodeSSE2.h"
 
 #include <cstddef>
-#include <cstring>
 #include <type_traits>
 
 namespace KXPL {
@@ -20,17 +19,17 @@ template <typename Unit>
 using LanesOf =
     std::conditional_t<sizeof(Unit) == 1, Lanes8, std::conditional_t<sizeof(Unit) == 2, Lanes16, Lanes32>>;
 
-// Pointers into lanes need no alignment.
+// Pointers into lanes need no alignment. The compiler's own copy, since clang takes a fortified one through memory.
 template <typename Unit> LanesOf<Unit> loadLanes(const Unit* from)
 {
     LanesOf<Unit> lanes;
-    std::memcpy(&lanes, from, sizeof lanes);
+    __builtin_memcpy(&lanes, from, sizeof lanes);
     return lanes;
 }
 
 template <typename Lanes, typename Unit> void storeLanes(Lanes lanes, Unit* to)
 {
-    std::memcpy(to, &lanes, sizeof lanes);
+    __builtin_memcpy(to, &lanes, sizeof lanes);
 }
 
 template <typename Lanes> Lanes choose(Lanes mask, Lanes whereSet, Lanes elsewhere)
@@ -50,18 +49,24 @@ inline unsigned int bitsOfLanes(Lanes16 firstMask, Lanes16 secondMask)
     return bitsOf(_mm_packs_epi16((__m128i)firstMask, (__m128i)secondMask));
 }
 
+inline Lanes16 joinedMasks(Lanes32 first, Lanes32 second)
+{
+    return (Lanes16)_mm_packs_epi32((__m128i)first, (__m128i)second);
+}
+
+// The lower halves.
 inline Lanes16 joined(Lanes32 first, Lanes32 second)
 {
-    // Saturates nothing, since every lane is the sign extension of its lower half.
-    const __m128i low = _mm_srai_epi32(_mm_slli_epi32((__m128i)first, 16), 16);
-    const __m128i high = _mm_srai_epi32(_mm_slli_epi32((__m128i)second, 16), 16);
-    return (Lanes16)_mm_packs_epi32(low, high);
+    using SignedLanes [[gnu::vector_size(16)]] = int;
+    // Saturates nothing, since every lane becomes the sign extension of its lower half.
+    return joinedMasks((Lanes32)((SignedLanes)(first << 16) >> 16),
+                       (Lanes32)((SignedLanes)(second << 16) >> 16));
 }
 
 // The following store the values of all lanes, which the target's units can hold.
 inline void storeUnits(Lanes16 units, UTF32* to)
 {
-    const __m128i zero = _mm_setzero_si128();
+    const __m128i zero {};
     storeLanes(_mm_unpacklo_epi16((__m128i)units, zero), to);
     storeLanes(_mm_unpackhi_epi16((__m128i)units, zero), to + 4);
 }
@@ -69,7 +74,7 @@ inline void storeUnits(Lanes16 units, UTF32* to)
 inline void storeUnits(Lanes16 units, UTF8* to)
 {
     const __m128i bytes = _mm_packus_epi16((__m128i)units, (__m128i)units);
-    std::memcpy(to, &bytes, 8);
+    __builtin_memcpy(to, &bytes, 8);
 }
 
 inline void storeUnits(Lanes16 units, UTF16* to)
@@ -79,7 +84,7 @@ inline void storeUnits(Lanes16 units, UTF16* to)
 
 template <typename Target> void storeUnits(Lanes8 units, Target* to)
 {
-    const __m128i zero = _mm_setzero_si128();
+    const __m128i zero {};
     storeUnits((Lanes16)_mm_unpacklo_epi8((__m128i)units, zero), to);
     storeUnits((Lanes16)_mm_unpackhi_epi8((__m128i)units, zero), to + 8);
 }

@@ -83,22 +83,6 @@ inline M128i _mm_unpackhi_epi16(M128i first, M128i second)
     return interleaved((Signed16)first, (Signed16)second, 1);
 }
 
-// For counts from 0 to 31.
-inline M128i _mm_slli_epi32(M128i lanes, int count)
-{
-    return (M128i)((Unsigned32)lanes << static_cast<unsigned int>(count));
-}
-
-inline M128i _mm_srai_epi32(M128i lanes, int count)
-{
-    return (M128i)((Signed32)lanes >> count);
-}
-
-inline M128i _mm_setzero_si128()
-{
-    return M128i {};
-}
-
 // The highest bit of each byte, the first byte's lowest.
 inline int _mm_movemask_epi8(M128i bytes)
 {

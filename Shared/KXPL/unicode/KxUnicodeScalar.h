@@ -66,6 +66,37 @@ constexpr UTF32 valueOfPair(UTF32 high, UTF32 low)
     return true;
 }
 
+// Indexed by the number of bytes of a sequence.
+constexpr UTF8 firstByteMark[7] = { 0x00, 0x00, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC };
+
+// Writes the bytes of a sequence of that length from the last to the first.
+template <int length>
+[[gnu::always_inline]] inline bool putSequence(UTF32 value, UTF8*& target, const UTF8* targetEnd)
+{
+    if (targetEnd - target < length) {
+        return false;
+    }
+    for (int i = length - 1; i > 0; --i) {
+        target[i] = static_cast<UTF8>((value & 0x3F) | 0x80);
+        value >>= 6;
+    }
+    target[0] = static_cast<UTF8>(value | firstByteMark[length]);
+    target += length;
+    return true;
+}
+
+[[gnu::always_inline]] inline bool put(UTF32 value, UTF8*& target, const UTF8* targetEnd)
+{
+    if (value < 0x80) {
+        return putSequence<1>(value, target, targetEnd);
+    }
+    if (value < 0x800) {
+        return putSequence<2>(value, target, targetEnd);
+    }
+    return value < kFirstSupplementary ? putSequence<3>(value, target, targetEnd)
+                                       : putSequence<4>(value, target, targetEnd);
+}
+
 } // namespace KXPL
 
 #endif

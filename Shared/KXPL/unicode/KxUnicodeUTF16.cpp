@@ -2,61 +2,43 @@
 #include "KxUnicode.h"
 
 #include "KxUnicodeConvert.h"
-#include "KxUnicodePutUTF8.h"
 #include "KxUnicodeScalar.h"
 #include "KxUnicodeTakeRuns.h"
-
-#include <cstddef>
 
 namespace KXPL {
 namespace {
 
-template <typename Target> struct FromUTF16 {
-    static constexpr std::ptrdiff_t kUnits = kUnitsOfRuns<Target>;
-    static constexpr std::ptrdiff_t kRoom = kRoomOfRuns<Target>;
-
+template <typename Target> struct FromUTF16 : TakingRuns<UTF16, Target> {
     [[gnu::always_inline]] static bool takeOne(Place<UTF16, Target>& at, const Bounds<UTF16, Target>& bounds,
                                                ConversionResult& result)
     {
-        UTF32 value = at.from[0];
-        std::ptrdiff_t length = 1;
-        if (isSurrogate(value)) {
-            if (isHighSurrogate(value) && bounds.end - at.from < 2) {
-                result = sourceExhausted;
-                return false;
+        const UTF16 unit = at.from[0];
+        if (__builtin_expect(isHighSurrogate(unit), 0)) {
+            if (bounds.end - at.from < 2) {
+                return stop(result, sourceExhausted);
             }
-            if (isHighSurrogate(value) && isLowSurrogate(at.from[1])) {
-                value = valueOfPair(value, at.from[1]);
-                length = 2;
-            } else if (bounds.strict) {
-                result = sourceIllegal;
-                return false;
+            if (isLowSurrogate(at.from[1])) {
+                return take(valueOfPair(unit, at.from[1]), 2, at, bounds, result);
             }
         }
-        if (!put(value, at.to, bounds.room)) {
-            result = targetExhausted;
-            return false;
+        if (bounds.strict && isSurrogate(unit)) {
+            return stop(result, sourceIllegal);
         }
-        at.from += length;
-        return true;
-    }
-
-    static Place<UTF16, Target> takeMany(Place<UTF16, Target> at, const Bounds<UTF16, Target>& bounds)
-    {
-        return takeRuns(at, bounds);
+        return take(unit, 1, at, bounds, result);
     }
 };
 
 } // namespace
 
-ConversionResult ConvertUTF16toUTF32(const UTF16** source, const UTF16* sourceEnd, UTF32** target,
-                                     UTF32* targetEnd, ConversionFlags flags)
+[[gnu::aligned(64)]] ConversionResult ConvertUTF16toUTF32(const UTF16** source, const UTF16* sourceEnd,
+                                                          UTF32** target, UTF32* targetEnd,
+                                                          ConversionFlags flags)
 {
     return convert<FromUTF16<UTF32>>(source, sourceEnd, target, targetEnd, flags);
 }
 
-ConversionResult ConvertUTF16toUTF8(const UTF16** source, const UTF16* sourceEnd, UTF8** target,
-                                    UTF8* targetEnd, ConversionFlags flags)
+[[gnu::aligned(64)]] ConversionResult ConvertUTF16toUTF8(const UTF16** source, const UTF16* sourceEnd,
+                                                         UTF8** target, UTF8* targetEnd, ConversionFlags flags)
 {
     return convert<FromUTF16<UTF8>>(source, sourceEnd, target, targetEnd, flags);
 }

@@ -6,6 +6,7 @@
 #include "KxUnicodeScalar.h"
 #include "KxUnicodeTakeUTF8.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace KXPL {
@@ -32,36 +33,24 @@ bool isTrailingByte(UTF8 byte)
     return byte >= 0x80 && byte <= 0xBF;
 }
 
-// The lead byte may narrow the second byte's range. Only one bound is tested after a lead byte that does so.
-bool isLegalSecondByte(UTF8 lead, UTF8 second)
-{
-    switch (lead) {
-    case 0xE0:
-        return second >= 0xA0 && second <= 0xBF;
-    case 0xED:
-        return second <= 0x9F;
-    case 0xF0:
-        return second >= 0x90 && second <= 0xBF;
-    case 0xF4:
-        return second <= 0x8F;
-    default:
-        return isTrailingByte(second);
-    }
-}
-
-// Tests one sequence, whose lead byte tells that length. Inlined where the length is known.
+// Tests one sequence, whose lead byte tells that length; inlined where the length is known. The lead byte may narrow
+// the second byte's range, and after ED and F4 only the upper bound is tested.
 [[gnu::always_inline]] inline bool isLegalUTF8(const UTF8* source, int length)
 {
+    const UTF8 lead = source[0];
     switch (length) {
     case 1:
-        return source[0] < 0x80;
+        return lead < 0x80;
     case 2:
-        return isTrailingByte(source[1]) && source[0] > 0xC1;
+        return isTrailingByte(source[1]) && lead > 0xC1;
     case 3:
-        return isTrailingByte(source[2]) && isLegalSecondByte(source[0], source[1]);
+        return isTrailingByte(source[2])
+            && (lead == 0xED ? source[1] <= 0x9F
+                             : isTrailingByte(source[1]) && (lead != 0xE0 || source[1] >= 0xA0));
     case 4:
-        return isTrailingByte(source[3]) && isTrailingByte(source[2]) && isLegalSecondByte(source[0], source[1])
-            && source[0] <= 0xF4;
+        return isTrailingByte(source[3]) && isTrailingByte(source[2])
+            && (lead == 0xF4 ? source[1] <= 0x8F
+                             : isTrailingByte(source[1]) && (lead != 0xF0 || source[1] >= 0x90) && lead < 0xF4);
     default:
         return false;
     }
@@ -84,24 +73,17 @@ template <int length, typename Target>
                                                 ConversionResult& result)
 {
     if (bounds.end - at.from < length) {
-        result = sourceExhausted;
-        return false;
+        return stop(result, sourceExhausted);
     }
     if (!isLegalUTF8(at.from, length)) {
-        result = sourceIllegal;
-        return false;
+        return stop(result, sourceIllegal);
     }
-    if (!put(sumOf<length>(at.from), at.to, bounds.room)) {
-        result = targetExhausted;
-        return false;
-    }
-    at.from += length;
-    return true;
+    return take(sumOf<length>(at.from), length, at, bounds, result);
 }
 
 struct FromUTF8 {
-    static constexpr std::ptrdiff_t kUnits = kBytesOfThrees;
-    static constexpr std::ptrdiff_t kRoom = 16;
+    static constexpr std::ptrdiff_t kUnits = 2 + kBytesBelow10000;
+    static constexpr std::ptrdiff_t kRoom = kBytesBelow10000;
 
     template <typename Target>
     [[gnu::always_inline]] static bool takeOne(Place<UTF8, Target>& at, const Bounds<UTF8, Target>& bounds,
@@ -124,13 +106,24 @@ struct FromUTF8 {
         }
         const int trailing = trailingBytesForUTF8[lead];
         // Never legal: a trailing byte, or the lead byte of five or six.
-        result = bounds.end - at.from <= trailing ? sourceExhausted : sourceIllegal;
-        return false;
+        return stop(result, bounds.end - at.from <= trailing ? sourceExhausted : sourceIllegal);
+    }
+
+    // Characters of four bytes that stand one after the other, if any.
+    template <typename Target>
+    [[gnu::always_inline]] static void takeFours(Place<UTF8, Target>& at, const Bounds<UTF8, Target>& bounds)
+    {
+        ConversionResult result = conversionOK;
+        std::ptrdiff_t most = std::min(bounds.end - at.from, bounds.room - at.to) / 4;
+        while (most-- > 0 && *at.from >= 0xF0
+               && takeSequence<4>(at, { at.from, at.from + 4, at.to + 4, bounds.strict }, result)) { }
     }
 
     template <typename Target>
-    static Place<UTF8, Target> takeMany(Place<UTF8, Target> at, const Bounds<UTF8, Target>& bounds)
+    [[gnu::always_inline]] static const UTF8* takeMany(Place<UTF8, Target>& at,
+                                                       const Bounds<UTF8, Target>& bounds)
     {
+        const UTF8* until = at.from;
         while (bounds.have(at, kUnits, kRoom)) {
             const Lanes8 bytes = loadLanes(at.from);
             const unsigned int over7F = bitsOf(bytes);
@@ -139,50 +132,46 @@ struct FromUTF8 {
                 at = { at.from + 16, at.to + 16 };
                 continue;
             }
-            const std::ptrdiff_t count = __builtin_ctz(over7F);
-            if (at.from[count] < 0xE0 && at.from != bounds.begin
-                && bounds.have(at, kBytesBelow800, kRoomBelow800)) {
-                const Place<UTF8, Target> next = takeBelow800(at);
-                if (next.from != at.from) {
-                    at = next;
-                    continue;
+            const std::ptrdiff_t ascii = __builtin_ctz(over7F);
+            const UTF8* const other = at.from + ascii;
+            if (*other >= 0xF0) {
+                copyFewerThan<16>(ascii, at.from, at.to);
+                at = { other, at.to + ascii };
+                takeFours(at, bounds);
+                if (at.from == other) {
+                    return other + 1;
                 }
+                continue;
             }
-            copyFewerThan<16>(count, at.from, at.to);
-            at = { at.from + count, at.to + count };
-            if (!bounds.have(at, kUnits, kRoom)) {
+            if (at.from - bounds.begin < 2) {
+                return other + 1;
+            }
+            const std::ptrdiff_t refused = takeBelow10000(at);
+            if (refused != 0) {
+                until = at.from + refused;
                 break;
             }
-            const UTF8* const begin = at.from;
-            if (*begin >= 0xF0) {
-                at = takeFours(at);
-            } else if (*begin >= 0xE0) {
-                at = takeThrees(at);
-            }
-            if (at.from == begin) {
-                ConversionResult result = conversionOK;
-                do {
-                    if (!(*at.from >= 0xF0 ? takeSequence<4>(at, bounds, result)
-                                           : takeOne(at, bounds, result))) {
-                        return at;
-                    }
-                } while (*at.from >= 0x80 && at.from - begin < kUnits - 4);
-            }
         }
-        return at;
+        if (at.from - bounds.begin >= 2) {
+            // Back to the lead byte, where takeBelow10000 has gone too far.
+            at.from -= at.from[-1] >= 0xC0 ? 1 : at.from[-2] >= 0xE0 ? 2 : 0;
+        }
+        return until;
     }
 };
 
 } // namespace
 
-ConversionResult ConvertUTF8toUTF16(const UTF8** source, const UTF8* sourceEnd, UTF16** target,
-                                    UTF16* targetEnd, ConversionFlags flags)
+[[gnu::aligned(64)]] ConversionResult ConvertUTF8toUTF16(const UTF8** source, const UTF8* sourceEnd,
+                                                         UTF16** target, UTF16* targetEnd,
+                                                         ConversionFlags flags)
 {
     return convert<FromUTF8>(source, sourceEnd, target, targetEnd, flags);
 }
 
-ConversionResult ConvertUTF8toUTF32(const UTF8** source, const UTF8* sourceEnd, UTF32** target,
-                                    UTF32* targetEnd, ConversionFlags flags)
+[[gnu::aligned(64)]] ConversionResult ConvertUTF8toUTF32(const UTF8** source, const UTF8* sourceEnd,
+                                                         UTF32** target, UTF32* targetEnd,
+                                                         ConversionFlags flags)
 {
     return convert<FromUTF8>(source, sourceEnd, target, targetEnd, flags);
 }
