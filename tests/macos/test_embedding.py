@@ -49,6 +49,17 @@ class EmbeddingHost(unittest.TestCase):
                 self.assertRegex(bound, rf"fallcatch\s+{name}\b")
 
 
+class DefaultConfiguration(unittest.TestCase):
+    """What a Mac gets that names no preset: everything that is on by default."""
+
+    def test_with_the_examples_asks_for_no_gnustep(self):
+        with tempfile.TemporaryDirectory() as folder:
+            said = run("cmake", "-S", SOURCES, "-B", folder, "-G", "Ninja", "-DFALLCATCH_TESTS=OFF",
+                       "-DFALLCATCH_BENCHMARKS=OFF", "-DFALLCATCH_INSTALL=OFF",
+                       f"-DCMAKE_TOOLCHAIN_FILE={SOURCES}/cmake/toolchains/macos-x86_64.cmake")
+            self.assertIn("the demo host and the crash host need GNUstep; not built", said)
+
+
 class OtherFolder(unittest.TestCase):
     def test_gives_the_same_bytes(self):
         with tempfile.TemporaryDirectory() as folder:
