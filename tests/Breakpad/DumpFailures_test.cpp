@@ -7,13 +7,16 @@
 #include "client/linux/handler/exception_handler.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <string>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -194,4 +197,105 @@ TEST_F(DumpFailures, ThereIsRoomForSoManyStreams)
     EXPECT_GT(type, 0x77770000U);
     EXPECT_TRUE(dump.Put(type - 1, nowhere)) << "in the place of one that is there";
     close(file);
+}
+
+// Breakpad leaves out what it cannot write.
+TEST_F(DumpFailures, WhicheverStreamIsMissingTheOthersAreCompleted)
+{
+    MDRawHeader header = {};
+    std::memcpy(&header, mFresh.data(), sizeof(header));
+    const std::string whole = mFresh;
+    for (std::uint32_t i = 0; i < header.stream_count; ++i) {
+        MDRawDirectory stream = {};
+        const std::size_t place = header.stream_directory_rva + i * sizeof(stream);
+        std::memcpy(&stream, whole.data() + place, sizeof(stream));
+        stream.stream_type = 0x77770000 + i;
+        mFresh = whole;
+        mFresh.replace(place, sizeof(stream), reinterpret_cast<const char*>(&stream), sizeof(stream));
+        const std::string path = Copy();
+        EXPECT_TRUE(Amend(path)) << i;
+        MDRawHeader amended = {};
+        std::memcpy(&amended, contents(path).data(), sizeof(amended));
+        EXPECT_EQ(amended.signature, header.signature);
+        EXPECT_GE(amended.stream_count, header.stream_count);
+    }
+}
+
+TEST_F(DumpFailures, ADumpOfMoreStreamsThanThereIsRoomForHasToGo)
+{
+    const std::uint32_t many = DumpFile::kMostStreams + 1;
+    mFresh.replace(offsetof(MDRawHeader, stream_count), sizeof(many), reinterpret_cast<const char*>(&many),
+                   sizeof(many));
+    EXPECT_FALSE(Amend(Copy()));
+}
+
+// Where a system has this file its contents stand for the distribution, and nothing is added.
+TEST_F(DumpFailures, ADistributionThatIsThereStays)
+{
+    const int file = open(Copy().c_str(), O_RDWR | O_CLOEXEC);
+    static DumpFile dump;
+    ASSERT_TRUE(dump.Open(file));
+    MDLocationDescriptor where = {};
+    ASSERT_TRUE(dump.Append("here", 4, where));
+    ASSERT_TRUE(dump.Put(MD_LINUX_LSB_RELEASE, where));
+    AddDistribution(dump);
+    const MDRawDirectory* stream = dump.Find(MD_LINUX_LSB_RELEASE);
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(stream->location.rva, where.rva);
+    EXPECT_EQ(stream->location.data_size, 4U);
+    close(file);
+}
+
+TEST_F(DumpFailures, OfTwentyNotesSixteenAreAdded)
+{
+    const int file = open(Copy().c_str(), O_RDWR | O_CLOEXEC);
+    static DumpFile dump;
+    ASSERT_TRUE(dump.Open(file));
+    Note notes[20];
+    for (Note& note : notes) {
+        note = { "name", "text", 4 };
+    }
+    AddNotes(dump, notes, 20);
+    const MDRawDirectory* stream = dump.Find(MD_CRASHPAD_INFO_STREAM);
+    ASSERT_NE(stream, nullptr);
+    MDRawCrashpadInfo info = {};
+    std::uint32_t count = 0;
+    ASSERT_TRUE(dump.Read(stream->location.rva, &info, offsetof(MDRawCrashpadInfo, reserved)));
+    ASSERT_TRUE(dump.Read(info.simple_annotations.rva, &count, sizeof(count)));
+    EXPECT_EQ(count, 16U);
+    close(file);
+}
+
+TEST_F(DumpFailures, WithoutADescriptorToSpareTheEnvironmentGoesAllTheSame)
+{
+    const std::string secret = Secret();
+    const std::string path = Copy();
+    const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    static DumpFile dump;
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlim_t before = limit.rlim_cur;
+    limit.rlim_cur = 3;
+    setrlimit(RLIMIT_NOFILE, &limit);
+    const ProcessTexts none = FindProcessTexts();
+    const bool done = dump.Open(file) && BlankTexts(dump, mTexts) && Complete(dump) && BlankTexts(dump, mTexts);
+    limit.rlim_cur = before;
+    setrlimit(RLIMIT_NOFILE, &limit);
+    close(file);
+    EXPECT_EQ(none.variablesEnd, 0U);
+    EXPECT_TRUE(done);
+    EXPECT_EQ(contents(path).find(secret), std::string::npos);
+}
+
+TEST(AbortNote, IsTheTextWithoutItsLineEnds)
+{
+    EXPECT_EQ(AbortNote(nullptr).text, nullptr);
+    const char* text = nullptr;
+    EXPECT_EQ(AbortNote(&text).text, nullptr);
+    const std::string said = std::string(sizeof(unsigned int), 'x') + "assertion failed\n\n";
+    text = said.c_str();
+    EXPECT_EQ(AbortNote(&text).length, 16U);
+    const std::string nothing = std::string(sizeof(unsigned int), 'x') + "\n";
+    text = nothing.c_str();
+    EXPECT_EQ(AbortNote(&text).length, 0U);
 }

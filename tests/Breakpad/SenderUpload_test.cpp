@@ -62,6 +62,7 @@ TEST_P(SenderUpload, WithoutAnyOfItsMemoryItEndsWithAReason)
     submission.gzip = GetParam();
     submission.dump = (folder / "1-2-3.dmp").string();
     submission.fields = { { "prod", "App" }, { "ver", "1.2" } };
+    submission.files = { { "upload_file_log", "1-2-3.log", "text/plain", "lines\n" } };
     submission.query = { { "product", "App" }, { "guid", "client" } };
     std::ofstream(submission.dump) << "MDMP";
     int failures = 0;
