@@ -88,7 +88,7 @@ template <typename Unit> std::basic_string<Unit> takeUnits(FuzzInput& input)
     }
     for (const char byte : input.Bytes(head % 12)) {
         const unsigned int unit = static_cast<unsigned char>(byte);
-        // Bytes above 7F stand for surrogates, accents and what lies between.
+        // Bytes above 0x7F stand for surrogates, accents and what lies between.
         units += static_cast<Unit>(sizeof(Unit) > 1 && unit >= 0xC0 ? 0xD700 + (unit - 0xC0) * 0x20 : unit);
     }
     return units;

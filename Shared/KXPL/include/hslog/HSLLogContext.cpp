@@ -128,7 +128,7 @@ void CLogContext::RecordValues(const CCat& cat, int sequence, const AnyField& fo
     RecordFields(cat, sequence, fields, count);
 }
 
-// A function of its own so that the category, which has to lie in memory here, is no matter of the call's.
+// Out of line so that no log call has to store its category in memory.
 void CLogContext::RecordElsewhere(unsigned char code, int sequence, const AnyField* fields, int count)
 {
     RecordFields(CCat(code), sequence, fields, count);
