@@ -89,8 +89,8 @@ struct Typed {
 
 // Void where a log call takes values of these types as they are. Classes go through CValue, but for bounded texts. Without
 // optimisation everything does, as each combination of types would be a function of its own.
-template <typename T> constexpr bool kIsTypedAtCall = std::is_scalar_v<T>;
-template <typename Unit> constexpr bool kIsTypedAtCall<Bounded<Unit>> = true;
+template <typename T> inline constexpr bool kIsTypedAtCall = std::is_scalar_v<T>;
+template <typename Unit> inline constexpr bool kIsTypedAtCall<Bounded<Unit>> = true;
 #ifdef __OPTIMIZE__
 constexpr int kMostTypedAtCall = kMostValues;
 #else
