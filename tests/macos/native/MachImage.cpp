@@ -1,5 +1,6 @@
 #include "MachImage.h"
 
+#include "DyldCodes.h"
 #include "MachFormat.h"
 
 #include <sys/mman.h>
@@ -46,61 +47,6 @@ std::string sliceOf(const std::string& file)
     }
     return std::string();
 }
-
-// Reads the byte codes of the tables for dyld.
-class Codes {
-public:
-    Codes(const std::string& file, std::uint32_t offset, std::uint32_t size)
-        : mNext(file.data() + offset)
-        , mEnd(mNext + size)
-    {
-        if (offset + std::size_t(size) > file.size()) {
-            refuse("a table for dyld ends beyond its file");
-        }
-    }
-
-    bool IsAtEnd() const { return mNext >= mEnd; }
-    unsigned char Byte() { return IsAtEnd() ? 0 : static_cast<unsigned char>(*mNext++); }
-
-    std::uint64_t Unsigned()
-    {
-        std::uint64_t value = 0;
-        unsigned int shift = 0;
-        for (unsigned char byte = 0x80; (byte & 0x80) != 0 && shift < 64; shift += 7) {
-            byte = Byte();
-            value |= std::uint64_t(byte & 0x7F) << shift;
-        }
-        return value;
-    }
-
-    std::int64_t Signed()
-    {
-        std::uint64_t value = 0;
-        unsigned int shift = 0;
-        unsigned char byte = 0x80;
-        for (; (byte & 0x80) != 0 && shift < 64; shift += 7) {
-            byte = Byte();
-            value |= std::uint64_t(byte & 0x7F) << shift;
-        }
-        if ((byte & 0x40) != 0 && shift < 64) {
-            value |= ~std::uint64_t(0) << shift;
-        }
-        return static_cast<std::int64_t>(value);
-    }
-
-    std::string Text()
-    {
-        std::string text;
-        for (unsigned char byte = Byte(); byte != 0; byte = Byte()) {
-            text += static_cast<char>(byte);
-        }
-        return text;
-    }
-
-private:
-    const char* mNext;
-    const char* mEnd;
-};
 
 } // namespace
 
