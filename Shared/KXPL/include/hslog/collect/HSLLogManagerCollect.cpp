@@ -143,14 +143,14 @@ struct Record {
     double delta;
     unsigned char depth;
     unsigned char categoryCount;
-    const unsigned char* categories;
+    const unsigned char* categories; // as many as a message may have, zeros behind the last
 };
 
 // Before the ring has the record's space back: a crash log finds the message in the one or the other.
 void keepLine(CrashLog::KeptLines& kept, const Record& record, const std::string& name, const char* message,
               std::size_t length)
 {
-    CrashLog::KeptLineHead head = {};
+    CrashLog::KeptLineHead head;
     head.mSequence = record.seqNum;
     head.mSeconds = record.seconds;
     head.mMicroseconds = record.microseconds;
@@ -159,7 +159,9 @@ void keepLine(CrashLog::KeptLines& kept, const Record& record, const std::string
     head.mMessageLength = static_cast<std::uint32_t>(length);
     head.mDepth = record.depth;
     head.mCategoryCount = record.categoryCount;
-    std::memcpy(head.mCategories, record.categories, record.categoryCount);
+    std::memcpy(head.mCategories, record.categories,
+                sizeof head.mCategories); // those behind the count are zero
+    std::memset(head.mUnused, 0, sizeof head.mUnused);
     kept.Append(head, name.data(), message);
 }
 

@@ -43,41 +43,53 @@ std::uintptr_t gNewestLedger = 0;
 const LastingMemory* gLastingMemory = nullptr;
 std::uint32_t gKeptBytes = 0;
 
-// Overwritten entries are let go before a byte of them changes, and an entry counts once all of it lies there.
-// The reader looks at mBegin once more when it has read. Partner: the crash log's writer, which reads through
-// the system.
-void KeptLines::Append(KeptLineHead head, const char* name, const char* message)
+void KeptLines::Cut(KeptLineHead& head) const
 {
     const std::uint32_t most = mSize / 2 - static_cast<std::uint32_t>(sizeof head);
     head.mNameLength = std::min(head.mNameLength, most / 2);
     head.mMessageLength = std::min(head.mMessageLength, most - head.mNameLength);
-    head.mSize = static_cast<std::uint32_t>(sizeof head) + head.mNameLength + head.mMessageLength;
-    if (mEnd - mBegin + head.mSize > mSize) {
-        const std::uint32_t wanted = std::max(head.mSize, mSize / kSharesDropped);
-        std::uint32_t begin = mBegin;
-        while (mSize - (mEnd - begin) < wanted) {
-            const std::uint32_t size = SizeAt(begin);
-            // A host that overwrites its memory must not make the pass go on for ever.
-            begin = size >= sizeof head && size <= mEnd - begin ? begin + size : mEnd;
-        }
-        // A barrier: no byte of a line changes before the line has been let go.
-        KxAtomicAdd32Barrier(static_cast<int>(begin - mBegin), reinterpret_cast<int*>(&mBegin));
+}
+
+// Overwritten entries are let go before a byte of them changes, and an entry counts once all of it lies there.
+// The reader looks at mBegin once more when it has read. Partner: the crash log's writer, which reads through
+// the system.
+void KeptLines::MakeRoom(std::uint32_t size)
+{
+    const std::uint32_t wanted = std::max(size, mSize / kSharesDropped);
+    const std::uint32_t end = mEnd;
+    std::uint32_t begin = mBegin;
+    while (mSize - (end - begin) < wanted) {
+        const std::uint32_t oldest = SizeAt(begin);
+        // A host that overwrites its memory must not make the pass go on for ever.
+        begin = oldest >= sizeof(KeptLineHead) && oldest <= end - begin ? begin + oldest : end;
     }
-    const std::size_t at = mEnd & (mSize - 1);
+    // A barrier: no byte of a line changes before the line has been let go.
+    KxAtomicAdd32Barrier(static_cast<int>(begin - mBegin), reinterpret_cast<int*>(&mBegin));
+}
+
+void KeptLines::Append(KeptLineHead& head, const char* name, const char* message)
+{
+    if (sizeof head + std::uint64_t { head.mNameLength } + head.mMessageLength > mSize / 2) {
+        Cut(head);
+    }
+    head.mSize = static_cast<std::uint32_t>(sizeof head) + head.mNameLength + head.mMessageLength;
+    const std::uint32_t end = mEnd;
+    if (head.mSize > mSize - (end - mBegin)) {
+        MakeRoom(head.mSize);
+    }
+    const std::uint32_t at = end & (mSize - 1);
     if (head.mSize <= mSize - at) { // nearly always
         unsigned char* const to = Bytes() + at;
         std::memcpy(to, &head, sizeof head);
         KXPL::copyShort(to + sizeof head, name, head.mNameLength);
         KXPL::copyShort(to + sizeof head + head.mNameLength, message, head.mMessageLength);
-        // Pair CRASH-LEDGER, release.
-        KxStoreRelease(mEnd, mEnd + head.mSize);
-        return;
+    } else {
+        Put(end, &head, sizeof head);
+        Put(end + static_cast<std::uint32_t>(sizeof head), name, head.mNameLength);
+        Put(end + static_cast<std::uint32_t>(sizeof head) + head.mNameLength, message, head.mMessageLength);
     }
-    Put(mEnd, &head, sizeof head);
-    Put(mEnd + static_cast<std::uint32_t>(sizeof head), name, head.mNameLength);
-    Put(mEnd + static_cast<std::uint32_t>(sizeof head) + head.mNameLength, message, head.mMessageLength);
     // Pair CRASH-LEDGER, release.
-    KxStoreRelease(mEnd, mEnd + head.mSize);
+    KxStoreRelease(mEnd, end + head.mSize);
 }
 
 void KeptLines::Put(std::uint32_t position, const void* bytes, std::size_t size)

@@ -53,10 +53,13 @@ struct KeptLines {
 
     unsigned char* Bytes() { return reinterpret_cast<unsigned char*>(this + 1); }
 
-    // Drops as many of the oldest lines as it takes. A line that is longer than half the memory is cut.
-    void Append(KeptLineHead head, const char* name, const char* message);
+    // Drops as many of the oldest lines as it takes. A line that is longer than half the memory is cut. The head's
+    // mSize need not be set.
+    void Append(KeptLineHead& head, const char* name, const char* message);
 
 private:
+    void Cut(KeptLineHead& head) const;
+    [[gnu::noinline]] void MakeRoom(std::uint32_t size);
     void Put(std::uint32_t position, const void* bytes, std::size_t size);
     std::uint32_t SizeAt(std::uint32_t position);
 };
