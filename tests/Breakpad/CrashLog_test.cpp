@@ -67,6 +67,20 @@ TEST(CrashLogUpload, AKeyChoosesTheFieldAndTheSize)
     EXPECT_EQ(server.Reports()[0].fields.count("attachment"), 1u);
 }
 
+TEST(CrashLogUpload, AKeyNamesWhatMustNotBeSent)
+{
+    CrashSandbox sandbox;
+    CrashServer server;
+    crash(sandbox, server, { "--parameter", "FallcatchLogLeaveOut=#99;the disk;AUTOSAVE" });
+    sandbox.WaitForSenders();
+    ASSERT_EQ(server.Reports().size(), 1u) << sandbox.Log();
+    const std::string& log = server.Reports()[0].fields.at("upload_file_log");
+    EXPECT_EQ(log.find("disk"), std::string::npos) << log;
+    EXPECT_EQ(log.find("autosave"), std::string::npos) << log;
+    EXPECT_NE(log.find("]\t<LEFT OUT>\n"), std::string::npos) << log;
+    EXPECT_NE(log.find("layer 3 loaded\n"), std::string::npos) << log;
+}
+
 TEST(CrashLogUpload, AKeyTurnsItOff)
 {
     CrashSandbox sandbox;

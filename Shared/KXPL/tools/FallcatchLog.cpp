@@ -31,8 +31,8 @@ enum Status {
 int usage(std::FILE* out)
 {
     std::fputs(
-        "usage: fallcatch_log [--all] [--json] [--newest BYTES] FILE\n"
-        "       fallcatch_log [--all] [--json] [--newest BYTES] --product NAME\n"
+        "usage: fallcatch_log [--all] [--json] [--newest BYTES] [--leave-out LIST] FILE\n"
+        "       fallcatch_log [--all] [--json] [--newest BYTES] [--leave-out LIST] --product NAME\n"
         "\n"
         "Prints the messages in a crash log (\"-\": from standard input) as the program would have output "
         "them,\n"
@@ -42,6 +42,7 @@ int usage(std::FILE* out)
         "them.\n"
         "  --all     also those that the program's filter hides\n"
         "  --json    one object a line\n"
+        "  --leave-out  not what a host's \"FallcatchLogLeaveOut\" would keep from being sent\n"
         "  --newest  no more than so many bytes of text, the newest\n"
         "Ends with 0, with 1 when something is missing or damaged, and with 2 when there is no log to print.\n",
         out);
@@ -169,6 +170,8 @@ int main(int argc, char** argv)
             options.mAsJson = true;
         } else if (std::strcmp(argument, "--newest") == 0 && i + 1 < argc) {
             options.mNewest = std::strtoul(argv[++i], nullptr, 10);
+        } else if (std::strcmp(argument, "--leave-out") == 0 && i + 1 < argc) {
+            options.mLeaveOut = HSL::CrashLog::LeaveOut(argv[++i]);
         } else if (std::strcmp(argument, "--product") == 0 && i + 1 < argc && product == nullptr) {
             product = argv[++i];
         } else if ((argument[0] == '-' && argument[1] != 0) || !path.empty()) {

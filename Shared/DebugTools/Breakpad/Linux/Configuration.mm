@@ -139,7 +139,7 @@ namespace {
     {
         std::map<std::string, std::string> found;
         for (const char* key : { kComments, kEmail, kAnyAnswer, kCaFile, kGzip, kKeepReports,
-                                 kKeepMegabytes, kKeepDays, kLogField, kLogBytes }) {
+                                 kKeepMegabytes, kKeepDays, kLogField, kLogBytes, kLogLeaveOut }) {
             const auto text = reader.Text(key);
             if (text) {
                 found[key] = *text;

@@ -34,6 +34,7 @@ constexpr char kKeepMegabytes[] = "FallcatchKeepMegabytes";
 constexpr char kKeepDays[] = "FallcatchKeepDays";
 constexpr char kLogField[] = "FallcatchLogField";
 constexpr char kLogBytes[] = "FallcatchLogBytes";
+constexpr char kLogLeaveOut[] = "FallcatchLogLeaveOut";
 
 constexpr char kGoogle[] = "google";
 constexpr char kSocorro[] = "socorro";

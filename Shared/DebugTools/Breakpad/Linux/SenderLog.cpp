@@ -36,11 +36,12 @@ std::string lastWords(const std::string& file)
 
 } // namespace
 
-std::string TextOfLog(const std::string& file, std::size_t newest)
+std::string TextOfLog(const std::string& file, std::size_t newest, const HSL::CrashLog::LeaveOut& leaveOut)
 {
     useUtf8();
     HSL::CrashLog::TextOptions options;
     options.mNewest = newest;
+    options.mLeaveOut = leaveOut;
     std::string text = lastWords(file);
     try {
         const CrashLogText log = HSL::CrashLog::textOf(file, options);
@@ -70,8 +71,9 @@ void AddLog(const StoredReport& report, Submission& submission)
         return;
     }
     field = field.empty() ? "upload_file_log" : field;
-    submission.files.push_back(
-        { field, name, "text/plain; charset=utf-8", TextOfLog(*file, LogBytesFrom(report.Value(kLogBytes))) });
+    submission.files.push_back({ field, name, "text/plain; charset=utf-8",
+                                 TextOfLog(*file, LogBytesFrom(report.Value(kLogBytes)),
+                                           HSL::CrashLog::LeaveOut(report.Value(kLogLeaveOut))) });
 }
 
 std::size_t LogBytesFrom(const std::string& text)

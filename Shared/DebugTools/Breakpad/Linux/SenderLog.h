@@ -4,6 +4,8 @@
 
 #include "SenderReport.h"
 
+#include "hslog/crash/LeaveOut.h"
+
 #include <cstddef>
 #include <string>
 
@@ -14,8 +16,10 @@ constexpr std::size_t kUsualLogBytes = 262144;
 constexpr std::size_t kLargestLogFile = 1u << 30;
 
 // Plain UTF-8 text of what the file holds, at most `newest` bytes and some lines about what is missing. The
-// file may be damaged or made up: whatever it is, the text says so.
-std::string TextOfLog(const std::string& file, std::size_t newest);
+// file may be damaged or made up: whatever it is, the text says so. Messages that are to be left out are left out
+// before anything else looks at them.
+std::string TextOfLog(const std::string& file, std::size_t newest,
+                      const HSL::CrashLog::LeaveOut& leaveOut = {});
 
 // Makes the text of the report's log a file of the form, unless there is no log or the host wants none sent.
 void AddLog(const StoredReport& report, Submission& submission);

@@ -28,6 +28,8 @@
  *     FallcatchKeepReports, ...KeepMegabytes,  how much is kept of a product: default "20", "64", "90"; the
  *     ...KeepDays                              oldest reports go first
  *     FallcatchLogField                        what the log is sent as, default "upload_file_log"; "none": it is not
+ *     FallcatchLogLeaveOut                     messages of the log that must not be sent, separated by semicolons: of
+ *                                              categories ("#30", "#30-39"), or that hold a word; see docs/crash-log.md
  *     FallcatchLogBytes                        how much of it, the newest; default "262144"
  *
  *     BreakpadSkipConfirm                      "NO" (or false): nothing is sent before the user has agreed, see

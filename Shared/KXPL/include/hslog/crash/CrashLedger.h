@@ -59,9 +59,9 @@ struct KeptLines {
 
 private:
     void Cut(KeptLineHead& head) const;
-    [[gnu::noinline]] void MakeRoom(std::uint32_t size);
+    void MakeRoom(std::uint32_t size);
+    [[gnu::noinline]] void AppendSlowly(KeptLineHead& head, const char* name, const char* message);
     void Put(std::uint32_t position, const void* bytes, std::size_t size);
-    std::uint32_t SizeAt(std::uint32_t position);
 };
 
 // Memory that outlives the process, for ledgers and rings to lie in. All of it holds zeros at first.

@@ -232,7 +232,9 @@ void StoredLog::ReadLines()
         const std::size_t most = mKept.size() - at - sizeof line.mHead;
         const std::size_t name = line.mHead.mNameLength;
         const std::size_t message = line.mHead.mMessageLength;
-        if (name > most || message > most - name || line.mHead.mSize != sizeof line.mHead + name + message
+        if (name > most || message > most - name || line.mHead.mSize < sizeof line.mHead + name + message
+            || line.mHead.mSize - (sizeof line.mHead + name + message) >= kLineUnit
+            || line.mHead.mSize > mKept.size() - at
             || line.mHead.mCategoryCount > sizeof line.mHead.mCategories) {
             break;
         }

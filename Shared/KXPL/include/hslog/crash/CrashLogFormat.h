@@ -66,9 +66,12 @@ enum RingProblem : std::uint32_t {
     kRingMissing = 3     // the context never had a ring
 };
 
+// Entries of kept lines begin at multiples of this.
+constexpr std::uint32_t kLineUnit = 8;
+
 // One kept line, followed by the context's name and the message. The line's header is made anew from these.
 struct KeptLineHead {
-    std::uint32_t mSize; // of the whole entry
+    std::uint32_t mSize; // of the whole entry, with less than a unit of anything behind it
     std::int32_t mSequence;
     std::uint32_t mSeconds;
     std::uint32_t mMicroseconds;

@@ -3,7 +3,6 @@
 #include "CrashLogFile.h"
 
 #include "CircularBuffer.h"
-#include "KxUnicode.h"
 #include "hslog/collect/HSLLineHeader.h"
 #include "hslog/render/HSLMessage.h"
 #include "hslog/render/HSLTextBuffer.h"
@@ -63,25 +62,6 @@ private:
     std::vector<unsigned long long> mMemory;
 };
 
-void appendEscaped(std::string& json, const std::string& text)
-{
-    json += '"';
-    for (const char c : asUtf8(text)) {
-        if (c == '"' || c == '\\') {
-            json += '\\';
-            json += c;
-        } else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
-            char code[8];
-            std::snprintf(code, sizeof code, "\\u%04x",
-                          static_cast<unsigned int>(static_cast<unsigned char>(c)));
-            json += code;
-        } else {
-            json += c;
-        }
-    }
-    json += '"';
-}
-
 void appendCategories(std::string& json, const std::string& categories)
 {
     static const char* const kLevels[] = { "Ultra Verbose", "Verbose", "Chatty",     "Info",
@@ -131,6 +111,7 @@ private:
     void TakeContexts();
     void TakePending();
     bool IsHidden(const std::string& categories) const;
+    bool IsLeftOut(const Line& line);
     void Render(const Line& line);
     void KeepNewest(bool isLast);
     void Note(const std::string& note, bool isDamage = true);
@@ -144,6 +125,7 @@ private:
     std::set<int> mOutput; // numbers of the kept lines
     std::size_t mPending = 0;
     std::size_t mHidden = 0;
+    std::size_t mLeftOut = 0;
     bool mIsCut = false;
     Renderer mRenderer;
     ClockCache mClock;
@@ -178,7 +160,8 @@ void Text::TakeContexts()
     for (const StoredContext& context : mLog.mContexts) {
         mRings.push_back(recordsIn(context.mRing, mLog.mWidths));
         const RingRecords& ring = mRings.back();
-        const std::string where = "thread \"" + context.mName + "\": ";
+        const std::string where =
+            "thread \"" + (mOptions.mLeaveOut.IsIn(context.mName) ? "<LEFT OUT>" : context.mName) + "\": ";
         if (context.mProblem == kRingUnreadable) {
             Note(where + "its ring could not be read");
         } else if (context.mProblem == kRingDamaged) {
@@ -224,8 +207,33 @@ void Text::TakePending()
     std::stable_sort(mLines.begin(), mLines.end(), isOlder);
 }
 
+bool Text::IsLeftOut(const Line& line)
+{
+    if (mOptions.mLeaveOut.IsEmpty()) {
+        return false;
+    }
+    mLine.Clear();
+    mRenderer.Append(mLine, line);
+    const std::string message(mLine.CStr(), mLine.Size());
+    return mOptions.mLeaveOut.Holds(line.categories) || mOptions.mLeaveOut.IsIn(message)
+        || mOptions.mLeaveOut.IsIn(*line.thread);
+}
+
+// Of what is left out number and time remain, so that no one takes it for missing.
 void Text::Render(const Line& line)
 {
+    static const std::string kNobody;
+    static const std::string kLeftOut = "<LEFT OUT>";
+    if (line.message != &kLeftOut && IsLeftOut(line)) {
+        ++mLeftOut;
+        Line empty = line;
+        empty.depth = 0;
+        empty.categories.clear();
+        empty.thread = &kNobody;
+        empty.message = &kLeftOut;
+        empty.record = nullptr;
+        return Render(empty);
+    }
     mLine.Clear();
     if (mOptions.mAsJson) {
         mRenderer.Append(mLine, line);
@@ -261,6 +269,9 @@ void Text::Sum()
     const std::string output = mOutput.empty() ? "" : std::to_string(mOutput.size()) + " output and ";
     mText.mNotes = "-- " + output + std::to_string(mPending) + " pending; " + std::to_string(mHidden)
         + " more that the filter hides\n" + mText.mNotes;
+    if (mLeftOut != 0) {
+        Note(std::to_string(mLeftOut) + " messages are left out", false);
+    }
     if (!mLog.mHasState) {
         Note(mLog.mIsWhole ? "the process had no log, or it could not be read"
                            : "the process's log is missing");
@@ -309,26 +320,6 @@ CrashLogText Text::Make()
 }
 
 } // namespace
-
-std::string asUtf8(const std::string& text)
-{
-    const auto* at = reinterpret_cast<const KXPL::UTF8*>(text.data());
-    const auto* const end = at + text.size();
-    std::string legal;
-    while (at < end) {
-        KXPL::UTF32 units[256];
-        KXPL::UTF32* to = units;
-        const auto* const from = at;
-        const KXPL::ConversionResult result =
-            KXPL::ConvertUTF8toUTF32(&at, end, &to, units + 256, KXPL::strictConversion);
-        legal.append(reinterpret_cast<const char*>(from), static_cast<std::size_t>(at - from));
-        if (result != KXPL::conversionOK && result != KXPL::targetExhausted && at < end) {
-            legal += "\xEF\xBF\xBD";
-            ++at;
-        }
-    }
-    return legal;
-}
 
 CrashLogText textOf(const std::string& file, const TextOptions& options)
 {

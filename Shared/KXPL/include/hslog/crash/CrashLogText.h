@@ -2,6 +2,8 @@
 #ifndef HSLOG_CRASH_CRASH_LOG_TEXT_H
 #define HSLOG_CRASH_CRASH_LOG_TEXT_H
 
+#include "LeaveOut.h"
+
 #include <cstddef>
 #include <string>
 
@@ -11,6 +13,7 @@ namespace CrashLog {
 struct TextOptions {
     bool mWithHidden = false; // also what the filter hides
     bool mAsJson = false;     // an object a line
+    LeaveOut mLeaveOut;       // what is shown as "<LEFT OUT>"
     std::size_t mNewest = 0;  // bytes of lines, cut at a line with one in front that says so; 0: all
 };
 
@@ -31,6 +34,9 @@ CrashLogText textOf(const std::string& file, const TextOptions& options);
 
 // Replaces what is no UTF-8.
 std::string asUtf8(const std::string& text);
+
+// As a string of JSON, quotes included.
+void appendEscaped(std::string& json, const std::string& text);
 
 } // namespace CrashLog
 } // namespace HSL
