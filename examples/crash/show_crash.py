@@ -195,15 +195,6 @@ def tell(options: argparse.Namespace, folder: pathlib.Path, story: Story) -> Non
         if not any(function + "(" in frame and re.search(r"\[\S+ : \d+", frame) for frame in frames):
             raise Failure(f"the stack does not name {function} with its file and line")
 
-        story.step("What the host had logged last has arrived, down to the line before the fault")
-        log = received / "report-1.log"
-        if log.exists():
-            show_log(log.read_text(errors="replace"), story)
-        elif logs:
-            raise Failure("no log came with the report")
-        else:
-            story.detail("(this host has none)")
-
         story.step("The report's fields have arrived")
         fields = (received / "report-1.txt").read_text()
         story.detail(fields)
@@ -217,9 +208,18 @@ def tell(options: argparse.Namespace, folder: pathlib.Path, story: Story) -> Non
             raise Failure("the dump was removed before the collector had answered")
         collector.answer()
         wait_until(lambda: not dump.exists() and not report.exists(), "the dump was not removed")
-        log = dump.parent / "uploads.log"
-        wait_until(lambda: log.exists() and "sent" in log.read_text(), "the sender's log does not tell of it")
-        story.detail(log.read_text())
+        uploads = dump.parent / "uploads.log"
+        wait_until(lambda: uploads.exists() and "sent" in uploads.read_text(), "the sender's log does not tell of it")
+        story.detail(uploads.read_text())
+
+        story.step("What the host had logged last has arrived, down to the line before the fault")
+        log = received / "report-1.log"
+        if log.exists():
+            show_log(log.read_text(errors="replace"), story)
+        elif logs:
+            raise Failure("no log came with the report")
+        else:
+            story.detail("(this host has none)")
     finally:
         collector.close()
 

@@ -47,6 +47,9 @@ struct LedgerText {
 // The newest lines, oldest first: entries of KeptLineHead, name and message. Positions count up without end and
 // are taken modulo the size, a power of two. The bytes follow the struct.
 struct KeptLines {
+    // So much of the memory is let go at a time, since each time costs a barrier.
+    static constexpr std::uint32_t kSharesDropped = 16;
+
     std::uint32_t mSize;
     std::uint32_t mBegin; // of the oldest entry
     std::uint32_t mEnd;   // of the newest one
