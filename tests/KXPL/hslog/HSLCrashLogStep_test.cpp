@@ -2,6 +2,7 @@
 // hold what had been logged by then.
 #include "hslog/HSLCrashLog.h"
 #include "hslog/HSLLastingLog.h"
+#include "hslog/crash/CrashLedger.h"
 
 #include "CrashLogFixture.h"
 #include "SingleStep.h"
@@ -11,8 +12,8 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+#include <cstring>
 #include <functional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -25,8 +26,44 @@ using HSL::CLogManager;
 
 namespace {
 
-constexpr int kMostSteps = 200000;
-off_t gEnds[kMostSteps]; // in the file, of the log that was written behind each instruction
+constexpr int kMostLogs = 20000;
+off_t gEnds[kMostLogs]; // in the file, of each log that was written
+
+// What a crash log is made from. Behind most instructions nothing of it has changed, and a log would be the one before:
+// the clock's reading, which begins anew when the time moves on meanwhile, would never end if each took a log's time.
+class Watched {
+public:
+    void Add(const void* memory, std::size_t size)
+    {
+        mPieces.push_back({ static_cast<const unsigned char*>(memory), size });
+        mSeen.resize(mSeen.size() + size);
+    }
+
+    bool HasChanged()
+    {
+        bool hasChanged = mIsFirst;
+        mIsFirst = false;
+        unsigned char* seen = mSeen.data();
+        for (const Piece& piece : mPieces) {
+            if (std::memcmp(seen, piece.memory, piece.size) != 0) {
+                std::memcpy(seen, piece.memory, piece.size);
+                hasChanged = true;
+            }
+            seen += piece.size;
+        }
+        return hasChanged;
+    }
+
+private:
+    struct Piece {
+        const unsigned char* memory;
+        std::size_t size;
+    };
+
+    std::vector<Piece> mPieces;
+    std::vector<unsigned char> mSeen;
+    bool mIsFirst = true;
+};
 
 class CrashLogStep : public CrashLogTest {
 protected:
@@ -37,22 +74,36 @@ protected:
         }
     }
 
+    void Watch(const CLogContext& context)
+    {
+        const cb_control* control = context.mBuffer->mControl;
+        mWatched.Add(control, cb_calc_buffer_size(1, control->num_elem));
+    }
+
     // The messages that a crash behind each instruction would have saved.
     std::vector<std::vector<std::string>> MessagesAtEachInstructionOf(const std::function<void()>& code)
     {
         const CrashLogFile file;
         const int number = file.Number();
         int steps = 0;
+        HSL::CrashLog::Ledger* ledger = mPass.Manager().mLedger;
+        mWatched.Add(ledger, offsetof(HSL::CrashLog::Ledger, mFree));
+        mWatched.Add(&mPass.Manager().mSequence, sizeof(int));
+        if (ledger->Kept() != nullptr) {
+            mWatched.Add(ledger->Kept(), sizeof(HSL::CrashLog::KeptLines) + ledger->Kept()->mSize);
+        }
         {
-            const SingleStep step([&steps, number] {
-                if (steps < kMostSteps) {
+            const SingleStep step([this, &steps, number] {
+                if (mWatched.HasChanged() && steps < kMostLogs) {
                     HSL::WriteCrashLog(number);
                     gEnds[steps++] = lseek(number, 0, SEEK_CUR);
                 }
             });
             code();
         }
-        EXPECT_LT(steps, kMostSteps);
+        EXPECT_LT(steps, kMostLogs);
+        EXPECT_GT(steps, 1);
+        mWatched = Watched();
         const std::string bytes = file.Bytes();
         std::vector<std::vector<std::string>> all;
         std::size_t begin = 0;
@@ -76,11 +127,14 @@ protected:
     void ExpectAllOrNothing(CLogContext& context, const std::vector<std::string>& before,
                             const std::string& message, const std::function<void(CLogContext&)>& call)
     {
+        Watch(context);
         const auto seen = MessagesAtEachInstructionOf([&] { call(context); });
         std::vector<std::string> behind = before;
         behind.push_back(message);
         EXPECT_EQ(seen, (std::vector<std::vector<std::string>> { before, behind }));
     }
+
+    Watched mWatched;
 };
 
 } // namespace
@@ -145,6 +199,7 @@ TEST_F(CrashLogStep, InALogCallThatBeginsToDrop)
     ExpectAllOrNothing(context, Messages(), "*** HSLOG DROPPED MESSAGE(S) ***",
                        [](CLogContext& logged) { logged.Log(CCat(3), "dropped"); });
     const std::vector<std::string> before = Messages();
+    Watch(context);
     EXPECT_EQ(MessagesAtEachInstructionOf([&] { context.Log(CCat(3), "dropped"); }),
               std::vector<std::vector<std::string>> { before });
 }
@@ -159,6 +214,8 @@ TEST_F(CrashLogStep, InAPassEveryMessageIsThereOnce)
     two.Log(CCat(3), "second %s", "text");
     one.Log(CCat(3), "third");
     const std::vector<std::string> all = { "first 1", "second text", "third" };
+    Watch(one);
+    Watch(two);
     EXPECT_EQ(MessagesAtEachInstructionOf([&] { mPass.Manager().Collect(); }),
               std::vector<std::vector<std::string>> { all });
     EXPECT_EQ(mPass.lines.size(), 3u);
@@ -179,6 +236,7 @@ TEST_F(CrashLogStep, InAPassThatLetsOldLinesGoTheNewestAreThereOnce)
         context.Log(CCat(3), "message %d", i);
         all.push_back("message " + std::to_string(i));
     }
+    Watch(context);
     for (const auto& seen : MessagesAtEachInstructionOf([&] { mPass.Manager().Collect(); })) {
         ASSERT_GT(seen.size(), 20u);
         ASSERT_EQ(seen,
