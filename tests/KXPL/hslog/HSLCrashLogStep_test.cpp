@@ -87,7 +87,7 @@ protected:
         const int number = file.Number();
         int steps = 0;
         HSL::CrashLog::Ledger* ledger = mPass.Manager().mLedger;
-        mWatched.Add(ledger, offsetof(HSL::CrashLog::Ledger, mFree));
+        mWatched.Add(ledger, offsetof(HSL::CrashLog::Ledger, mSlots) + 16 * sizeof(HSL::CrashLog::LedgerSlot));
         mWatched.Add(&mPass.Manager().mSequence, sizeof(int));
         if (ledger->Kept() != nullptr) {
             mWatched.Add(ledger->Kept(), sizeof(HSL::CrashLog::KeptLines) + ledger->Kept()->mSize);
