@@ -12,8 +12,8 @@
 namespace HSL {
 namespace CrashLog {
 
-constexpr std::uint32_t kLastingLayout =
-    2; // to be raised with every change of this, of the ledger or of the kept lines
+// To be raised with every change of this, of the ledger or of the kept lines.
+constexpr std::uint32_t kLastingLayout = 3;
 constexpr std::size_t kLastingHeaderBytes = 4096;
 constexpr std::size_t kProductBytes = 256;
 
