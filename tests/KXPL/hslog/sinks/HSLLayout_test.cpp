@@ -59,6 +59,31 @@ TEST(PatternLayout, ZoneWestOfGreenwichAndOfHalfHours)
     EXPECT_EQ(byPattern("{time}{zone}", lineOf("")), "18:43:20.250000-03:30\n");
 }
 
+TEST(PatternLayout, WhatStaysTheSameForASecondIsMadeAnewForTheNext)
+{
+    setTimeZone("UTC0");
+    const auto layout = MakePatternLayout("<{date} {time:17}{zone}> {message}");
+    Line line = lineOf("first");
+    std::string text;
+    layout->Append(text, line);
+    line.mMicroseconds = 7;
+    layout->Append(text, line);
+    line.mSeconds += 46 * 60 + 40;
+    line.mMessage = "third";
+    layout->Append(text, line);
+    EXPECT_EQ(text,
+              "<2023-11-14 22:13:20.250000  +00:00> first\n"
+              "<2023-11-14 22:13:20.000007  +00:00> first\n"
+              "<2023-11-14 23:00:00.000007  +00:00> third\n");
+}
+
+TEST(PatternLayout, DateAndZoneAreFilledToTheirWidth)
+{
+    setTimeZone("UTC0");
+    EXPECT_EQ(byPattern("{date:12}|{zone:8}|{time:3}|", lineOf("")),
+              "2023-11-14  |+00:00  |22:13:20.250000|\n");
+}
+
 TEST(PatternLayout, MessageStaysOneLine)
 {
     EXPECT_EQ(byPattern("{message}", lineOf("a\nb\r\n")), "a\\nb\n");

@@ -122,10 +122,15 @@ private:
         return mLost == 0 || TellLost();
     }
 
-    bool IsOther() const
+    // Whether the name stands for another file by now. If not, takes over its size: other processes append to it, too.
+    bool IsOther()
     {
         struct stat named { };
-        return ::stat(mPath.c_str(), &named) != 0 || named.st_ino != mInode || named.st_dev != mDevice;
+        if (::stat(mPath.c_str(), &named) != 0 || named.st_ino != mInode || named.st_dev != mDevice) {
+            return true;
+        }
+        mSize = static_cast<std::size_t>(named.st_size);
+        return false;
     }
 
     bool Open()

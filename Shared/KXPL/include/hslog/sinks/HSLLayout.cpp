@@ -25,10 +25,11 @@ void appendPadded(std::string& to, unsigned long number, int digits)
 // The texts of a second, made once for all lines of it.
 class SecondTexts {
 public:
-    void Set(unsigned int seconds, bool isLocal)
+    // True if the texts have changed.
+    bool Set(unsigned int seconds, bool isLocal)
     {
         if (mIsSet && seconds == mSeconds) {
-            return;
+            return false;
         }
         mIsSet = true;
         mSeconds = seconds;
@@ -55,6 +56,7 @@ public:
         appendPadded(mZone, size / 60, 2);
         mZone += ':';
         appendPadded(mZone, size % 60, 2);
+        return true;
     }
 
     std::string mDate;
@@ -100,6 +102,15 @@ struct Token {
     std::string mText; // of a literal
 };
 
+// A text that stays the same for a second, and the field behind it.
+struct Step {
+    std::string mText;
+    Field mField;
+    std::size_t mWidth;
+};
+
+constexpr std::size_t kTimeSize = sizeof "14:03:07.250000" - 1;
+
 constexpr const char* kColours[] = { "\033[90m", "\033[90m", "\033[36m",  "\033[32m",
                                      "\033[33m", "\033[31m", "\033[1;31m" };
 
@@ -122,15 +133,17 @@ public:
 
     void Append(std::string& to, const Line& line) override
     {
-        mSecond.Set(line.mSeconds, true);
-        for (const Token& token : mTokens) {
+        if (mSecond.Set(line.mSeconds, true)) {
+            MakeSteps();
+        }
+        for (const Step& step : mSteps) {
+            to += step.mText;
             const std::size_t begin = to.size();
-            AppendField(to, line, token);
-            if (to.size() - begin < token.mWidth) {
-                to.append(token.mWidth - (to.size() - begin), ' ');
+            AppendField(to, line, step.mField);
+            if (to.size() - begin < step.mWidth) {
+                to.append(step.mWidth - (to.size() - begin), ' ');
             }
         }
-        to += '\n';
     }
 
 private:
@@ -157,22 +170,50 @@ private:
         mTokens.back().mText += character;
     }
 
-    void AppendField(std::string& to, const Line& line, const Token& token) const
+    // What is the same for all lines of a second becomes one text in front of the next field that is not.
+    void MakeSteps()
     {
-        switch (token.mField) {
-        case kLiteral:
-            to += token.mText;
-            break;
-        case kDate:
-            to += mSecond.mDate;
-            break;
+        mSteps.clear();
+        std::string text;
+        for (const Token& token : mTokens) {
+            const std::size_t begin = text.size();
+            switch (token.mField) {
+            case kLiteral:
+                text += token.mText;
+                break;
+            case kDate:
+                text += mSecond.mDate;
+                break;
+            case kZone:
+                text += mSecond.mZone;
+                break;
+            case kPlain:
+                text += mHasColours ? "\033[0m" : "";
+                break;
+            case kTime:
+                text += mSecond.mTime;
+                text += '.';
+                mSteps.push_back({ text, kTime, 6 });
+                // What the time is longer than the microseconds, which come with the step, counts for its width.
+                text.assign(token.mWidth > kTimeSize ? token.mWidth - kTimeSize : 0, ' ');
+                continue;
+            default:
+                mSteps.push_back({ text, token.mField, token.mWidth });
+                text.clear();
+                continue;
+            }
+            if (text.size() - begin < token.mWidth) {
+                text.append(token.mWidth - (text.size() - begin), ' ');
+            }
+        }
+        mSteps.push_back({ text + '\n', kLiteral, 0 });
+    }
+
+    void AppendField(std::string& to, const Line& line, Field field) const
+    {
+        switch (field) {
         case kTime:
-            to += mSecond.mTime;
-            to += '.';
             appendPadded(to, line.mMicroseconds, 6);
-            break;
-        case kZone:
-            to += mSecond.mZone;
             break;
         case kLevel:
             to += NameOf(line.mLevel);
@@ -207,8 +248,10 @@ private:
         case kColour:
             to += mHasColours ? kColours[static_cast<int>(line.mLevel) % kLevels] : "";
             break;
-        case kPlain:
-            to += mHasColours ? "\033[0m" : "";
+        case kLiteral:
+        case kDate:
+        case kZone:
+        case kPlain: // part of a step's text
             break;
         }
     }
@@ -230,6 +273,7 @@ private:
     }
 
     std::vector<Token> mTokens;
+    std::vector<Step> mSteps;
     SecondTexts mSecond;
     bool mHasColours;
 };
