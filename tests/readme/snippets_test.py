@@ -124,8 +124,8 @@ class Snippets(unittest.TestCase):
             body = "".join(line for line in block.splitlines(True) if not line.startswith("#"))
             text = f"{PRELUDES[page]}{own}void host({ARGUMENTS[page]});\nvoid host({ARGUMENTS[page]})\n{{\n{body}}}\n"
             told = subprocess.run(
-                [COMPILER, "-std=c++17", "-fsyntax-only", "-Wall", "-Wextra", "-Wno-unused-parameter", "-Werror", *FLAGS,
-                 "-x", "c++", "-"],
+                [COMPILER, "-std=c++17", "-fsyntax-only", "-Wall", "-Wextra", "-Wno-unused-parameter", "-Werror",
+                 *FLAGS, "-x", "c++", "-"],
                 input=text, capture_output=True, text=True, check=False)
             self.assertEqual(told.returncode, 0, f"{page}:\n{told.stderr}")
 
