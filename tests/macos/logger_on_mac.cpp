@@ -2,11 +2,14 @@
 // command line with the log manager that it shares with the bridge. Run as: logger_on_mac -tcwt TC_DER0. Prints
 // what is wrong and returns how many things were. With --crash behind the type it then crashes as the codes
 // tell: -tcmt or -tcwt, TC_DER0 or TC_PUREV. (A division by zero is none on arm64.)
+#include "KxLock.h"
 #include "KxThread.h"
 #include "fallcatch.h"
 #include "hslog/HSL.h"
+#include "hslog/HSLCrashLog.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -171,6 +174,33 @@ void checkLoggerUnderLoad()
     gLines.clear();
 }
 
+// The writer of crash logs over this system's own pipes, while nothing can be output.
+void checkCrashLog()
+{
+    HSL::KeepLines();
+    startManager();
+    std::string log;
+    {
+        const KxLockGuard noPass(HSL::LogManager()->mLock);
+        HSL::HSLog(HSL::CCat(kInfo), "pending %d", 77);
+        int ends[2] = { -1, -1 };
+        expectNumber("pipe", pipe(ends), 0);
+        expectNumber("crash log", HSL::WriteCrashLog(ends[1]), 0);
+        close(ends[1]);
+        char piece[512];
+        for (ssize_t got = 0; (got = read(ends[0], piece, sizeof piece)) > 0;) {
+            log.append(piece, static_cast<std::size_t>(got));
+        }
+        close(ends[0]);
+    }
+    HSL::CLogManager::Cleanup();
+    gLines.clear();
+    expect("a crash log's mark", log.substr(0, 8), "HSLCrash");
+    expectNumber("the thread's name in it", log.find("Main") != std::string::npos, 1);
+    expectNumber("the pending message in it", log.find("pending %d") != std::string::npos, 1);
+    expect("its last section", log.substr(log.size() - std::min<std::size_t>(log.size(), 12), 4), "DONE");
+}
+
 void checkScan(const std::string& threadWord, const std::string& type, int* codes)
 {
     startManager();
@@ -232,6 +262,7 @@ int main(int argumentCount, char** arguments)
 {
     checkLoggerUnderLoad();
     checkThreadLife();
+    checkCrashLog();
     int codes[2] = { -1, -1 };
     if (argumentCount < 3) {
         std::puts("usage: logger_on_mac -tcmt|-tcwt TC_DER0|TC_PUREV [--crash]");

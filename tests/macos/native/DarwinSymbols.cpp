@@ -15,10 +15,10 @@ const std::set<std::string>& alike()
 {
     static const std::set<std::string> names = {
         // clang-format off
-        "__cxa_atexit", "__stack_chk_fail", "atoi", "fflush", "fputs", "free", "gettimeofday", "localtime_r",
-        "malloc", "memchr", "memcmp", "memcpy", "memmove", "munmap", "printf", "pthread_equal",
-        "pthread_getname_np", "pthread_join", "pthread_self", "puts", "snprintf", "strcmp", "strlen",
-        "strtol", "time", "tzset", "usleep", "vsnprintf", "wcslen", "wmemchr",
+        "__cxa_atexit", "__stack_chk_fail", "atoi", "close", "fflush", "fputs", "free", "getpid", "gettimeofday",
+        "localtime_r", "malloc", "memchr", "memcmp", "memcpy", "memmove", "munmap", "printf", "pthread_equal",
+        "pipe", "pthread_getname_np", "pthread_join", "pthread_self", "puts", "read", "snprintf", "strcmp",
+        "strlen", "strtol", "time", "tzset", "usleep", "vsnprintf", "wcslen", "wmemchr", "write",
         // clang-format on
     };
     return names;
@@ -63,6 +63,7 @@ const Functions& darwinMemory()
     static std::uintptr_t guard = 0x00A5'5A12'34ED'CB00;
     static const Functions functions = {
         { "__bzero", asAddress(darwinBzero) },
+        { "__error", asAddress(__errno_location) }, // the numbers looked at are alike
         { "__stack_chk_guard", &guard },
         { "__stderrp", &stderr },
         { "__stdoutp", &stdout },
