@@ -198,11 +198,12 @@ TEST(FileSink, ProcessesThatShareAFileKeepTheirLinesWholeWhileItIsRotated)
 {
     constexpr int kProcesses = 3;
     constexpr int kLines = 3000;
+    constexpr std::size_t kRotateBytes = 20000;
     const Folder folder;
     for (int process = 0; process < kProcesses; ++process) {
         if (fork() == 0) {
             FileOptions options = bare();
-            options.mRotateBytes = 20000;
+            options.mRotateBytes = kRotateBytes;
             options.mKeep = 100;
             {
                 const auto sink = MakeFileSink((folder / "log").c_str(), std::move(options));
@@ -224,8 +225,10 @@ TEST(FileSink, ProcessesThatShareAFileKeepTheirLinesWholeWhileItIsRotated)
     }
     std::map<std::string, int> seen;
     for (std::size_t i = 0; i < folder.Count(); ++i) {
-        for (const std::string& line :
-             linesOf(contentOf(folder / (i == 0 ? "log" : "log." + std::to_string(i))))) {
+        const std::string content = contentOf(folder / (i == 0 ? "log" : "log." + std::to_string(i)));
+        // Each process may have seen room before the others filled it.
+        EXPECT_LE(content.size(), kProcesses * kRotateBytes);
+        for (const std::string& line : linesOf(content)) {
             ++seen[line];
         }
     }
@@ -234,5 +237,4 @@ TEST(FileSink, ProcessesThatShareAFileKeepTheirLinesWholeWhileItIsRotated)
         ASSERT_EQ(line.second, 1) << line.first;
         ASSERT_EQ(line.first.substr(line.first.size() - 4), " end");
     }
-    EXPECT_GT(folder.Count(), 5u);
 }
