@@ -434,6 +434,9 @@ bool CLogManager::Collect()
             merge.RemoveFirst();
         }
     }
+    if (ahead != nullptr) {
+        ahead->mRing.Publish(); // a count below zero ended the pass here: the number stays taken
+    }
 
     if (mLedger != nullptr) {
         mLedger->NoteSequence(KxLoadRelaxed(mSequence));
