@@ -138,8 +138,8 @@ namespace {
     std::map<std::string, std::string> textsForTheSender(Reader& reader)
     {
         std::map<std::string, std::string> found;
-        for (const char* key : { kComments, kEmail, kAnyAnswer, kCaFile, kGzip, kKeepReports,
-                                 kKeepMegabytes, kKeepDays, kLogField, kLogBytes, kLogLeaveOut }) {
+        for (const char* key : { kComments, kEmail, kAnyAnswer, kCaFile, kGzip, kKeepReports, kKeepMegabytes,
+                                 kKeepDays, kLogField, kLogBytes, kLogLeaveOut }) {
             const auto text = reader.Text(key);
             if (text) {
                 found[key] = *text;

@@ -140,7 +140,8 @@ void LastingObject::Close()
 
 void LastingObject::LeaveToParent()
 {
-    mmap(mMemory, mBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON | MAP_FIXED, -1, 0);
+    // Without memory for that the pages stay the parent's, in which a child, whose logging is off, logs nothing.
+    static_cast<void>(mmap(mMemory, mBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON | MAP_FIXED, -1, 0));
     Close();
     mName[0] = 0;
 }
