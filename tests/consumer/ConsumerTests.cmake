@@ -98,6 +98,11 @@ endif()
 set(collector "")
 if(TARGET fallcatch_collector)
     set(collector $<TARGET_FILE:fallcatch_collector>)
+    find_program(FALLCATCH_GDB gdb)
+    add_test(NAME Consumer.FindsEveryToolInTheComponentOfThatName COMMAND Python3::Interpreter -B
+        ${consumer_dir}/tools_component_test.py ${CMAKE_COMMAND} ${PROJECT_BINARY_DIR} ${FALLCATCH_GDB})
+    set_tests_properties(Consumer.FindsEveryToolInTheComponentOfThatName PROPERTIES
+        TIMEOUT 300 RESOURCE_LOCK fallcatch_install_manifest)
 endif()
 add_test(NAME Consumer.FollowsTheReadmeToALineAndAReport COMMAND Python3::Interpreter -B
     ${consumer_dir}/minimal_test.py ${CMAKE_COMMAND} ${PROJECT_SOURCE_DIR}/examples ${consumer_work_dir}/prefix
