@@ -25,13 +25,20 @@ bool isAllowed(std::size_t bytes)
     return getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY || bytes <= limit.rlim_cur;
 }
 
+// shm_open(3): a slash and then none.
+std::string pathOf(const char* name)
+{
+    std::string path = "/";
+    path += name;
+    return path;
+}
+
 } // namespace
 
 int KxOpenSharedEntry(const char* name, bool make)
 {
     // The C library adds O_NOFOLLOW and O_CLOEXEC (shm_open(3)).
-    const int entry =
-        shm_open(("/" + std::string(name)).c_str(), O_RDWR | O_NONBLOCK | (make ? O_CREAT | O_EXCL : 0), 0600);
+    const int entry = shm_open(pathOf(name).c_str(), O_RDWR | O_NONBLOCK | (make ? O_CREAT | O_EXCL : 0), 0600);
     if (entry >= 0 && make) {
         fchmod(entry, 0600); // the process's mask may have taken that away
     }
@@ -76,7 +83,7 @@ bool KxReadSharedObject(int object, std::size_t bytes, std::string& copy)
 
 void KxRemoveSharedObject(const char* name)
 {
-    shm_unlink(("/" + std::string(name)).c_str());
+    shm_unlink(pathOf(name).c_str());
 }
 
 bool KxListSharedObjects(const std::string& beginning, std::vector<std::string>& names)
