@@ -2,6 +2,7 @@
 #include "LastingLogFixture.h"
 
 #include "hslog/HSLCrashLog.h"
+#include "ThreadSanitizer.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -305,6 +306,9 @@ TEST_F(LastingLog, IsNoneOfAForkedChilds)
 
 TEST_F(LastingLog, IsOneOfItsOwnForAForkedChildsManager)
 {
+    if (kUnderThreadSanitizer) {
+        GTEST_SKIP() << "ThreadSanitizer starts no threads behind a fork";
+    }
     const pid_t child = fork();
     if (child == 0) {
         HSL::MakeLogLast(mProduct.c_str());
