@@ -3,6 +3,7 @@
 #include "DumpNames.h"
 #include "DumpPrivacy.h"
 #include "DumpStack.h"
+#include "FailingCalls.h"
 
 #include "client/linux/handler/exception_handler.h"
 
@@ -22,22 +23,6 @@
 
 using namespace BreakpadLinux;
 namespace fs = std::filesystem;
-
-namespace {
-
-int gUntilFailure = -1; // calls that succeed before; below 0: all do
-int gError = 0;
-
-bool fails()
-{
-    if (gUntilFailure < 0 || gUntilFailure-- != 0) {
-        return false;
-    }
-    errno = gError;
-    return true;
-}
-
-} // namespace
 
 extern "C" {
 

@@ -1,4 +1,5 @@
 // A pass over the reports in which one system call after another fails.
+#include "FailingCalls.h"
 #include "Keys.h"
 #include "ReportFile.h"
 #include "SenderQueue.h"
@@ -17,22 +18,6 @@
 
 using namespace BreakpadLinux;
 namespace fs = std::filesystem;
-
-namespace {
-
-int gUntilFailure = -1; // calls that succeed before; below 0: all do
-int gError = 0;
-
-bool fails()
-{
-    if (gUntilFailure < 0 || gUntilFailure-- != 0) {
-        return false;
-    }
-    errno = gError;
-    return true;
-}
-
-} // namespace
 
 extern "C" {
 
